@@ -1,0 +1,28 @@
+# Options and the compile settings that every target of this tree shares.
+
+option(VELMORA_BUILD_TESTS "Build the test programs" ${PROJECT_IS_TOP_LEVEL})
+option(VELMORA_BUILD_EXAMPLES "Build the example programs" ${PROJECT_IS_TOP_LEVEL})
+option(VELMORA_BUILD_BENCHMARKS "Build the benchmarks beside their peers" OFF)
+option(VELMORA_BUILD_FUZZERS "Build the fuzz targets (clang only)" OFF)
+
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lib)
+set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lib)
+
+find_package(Threads REQUIRED)
+find_package(jsoncpp REQUIRED)
+
+# Settings of our own targets; none of them reaches a consumer.
+add_library(velmora_build_settings INTERFACE)
+target_compile_features(velmora_build_settings INTERFACE cxx_std_17)
+target_compile_options(
+  velmora_build_settings
+  INTERFACE -ffp-contract=off # the same bits on every target: no fused multiply-add
+            $<$<BOOL:${PROJECT_IS_TOP_LEVEL}>:-Wall
+            -Wextra
+            -Wpedantic
+            -Wshadow
+            -Wconversion
+            -Wnon-virtual-dtor
+            -Werror>)

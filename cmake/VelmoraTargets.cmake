@@ -1,0 +1,36 @@
+# One function for each kind of target, so that a room's CMakeLists.txt is a list of files.
+
+include(GoogleTest)
+
+# velmora_room(HEADERS ... SOURCES ...)
+# Adds the files of one room (a folder below velmora/) to the library. HEADERS are installed;
+# a header in internal/ is found through the include path alone and is not listed.
+function(velmora_room)
+  cmake_parse_arguments(room "" "" "HEADERS;SOURCES" ${ARGN})
+  list(TRANSFORM room_HEADERS PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
+  list(TRANSFORM room_SOURCES PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
+  target_sources(VelmoraCore PUBLIC FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR}
+                                    FILES ${room_HEADERS})
+  target_sources(VelmoraCoreObjects PRIVATE ${room_SOURCES})
+endfunction()
+
+# velmora_test(NAME file... [LIBRARIES ...])
+# Makes the test program <NAME>_test, linked to the shared library as a client would link it.
+function(velmora_test name)
+  cmake_parse_arguments(test "" "" "LIBRARIES" ${ARGN})
+  add_executable(${name}_test ${test_UNPARSED_ARGUMENTS})
+  target_link_libraries(${name}_test PRIVATE Velmora::Core velmora_build_settings GTest::gtest_main
+                                             ${test_LIBRARIES})
+  target_include_directories(${name}_test PRIVATE ${PROJECT_SOURCE_DIR})
+  add_test(NAME ${name} COMMAND ${name}_test)
+  set_tests_properties(${name} PROPERTIES TIMEOUT 300)
+endfunction()
+
+# velmora_bench(NAME file... [LIBRARIES ...])
+function(velmora_bench name)
+  cmake_parse_arguments(bench "" "" "LIBRARIES" ${ARGN})
+  add_executable(${name}_bench ${bench_UNPARSED_ARGUMENTS})
+  target_link_libraries(${name}_bench PRIVATE Velmora::Core velmora_build_settings
+                                              benchmark::benchmark_main ${bench_LIBRARIES})
+  target_include_directories(${name}_bench PRIVATE ${PROJECT_SOURCE_DIR})
+endfunction()

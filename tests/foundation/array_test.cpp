@@ -1,0 +1,42 @@
+#include "velmora/foundation/array.h"
+
+#include <gtest/gtest.h>
+
+#include <numeric>
+#include <string>
+
+#include "velmora/foundation/vector.h"
+
+namespace velmora {
+namespace {
+
+TEST(Array, OfCharsIsACString) {
+  for (const char* text : {"", "hello"}) {
+    const auto length = static_cast<std::uint32_t>(std::string(text).size());
+    const NxArrayRef<char> array = new NxArray<char>(text, length);
+    EXPECT_EQ(array->GetCount(), length + 1);
+    EXPECT_STREQ(array->GetData(), text);
+  }
+  EXPECT_THROW(NxArray<char>("", 0xFFFFFFFFU), std::length_error);
+}
+
+TEST(Array, CopiesOrZeroesItsElements) {
+  const int values[] = {3, 1, 2};
+  NxArray<int> copied(values, 3);
+  EXPECT_EQ(copied.GetCount(), 3U);
+  copied[1] = 7;
+  EXPECT_EQ(std::accumulate(copied.begin(), copied.end(), 0), 12);
+  const NxArray<int> zeroed(4);
+  EXPECT_EQ(std::accumulate(zeroed.begin(), zeroed.end(), 0), 0);
+  EXPECT_EQ(NxArray<int>(nullptr, 0).GetCount(), 0U);
+}
+
+TEST(Vector, IsShared) {
+  const NxRef<NxVector<std::string>> names = new NxVector<std::string>({"a"});
+  const NxRef<NxVector<std::string>> same = names;
+  same->GetVector().push_back("b");
+  EXPECT_EQ(names->GetVector().size(), 2U);
+}
+
+}  // namespace
+}  // namespace velmora

@@ -1,0 +1,42 @@
+// Threads meet here before they race, so that a stress test really overlaps.
+#pragma once
+
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace velmora::testing {
+
+class Barrier {
+ public:
+  explicit Barrier(int count) : missing_(count) {}
+
+  void ArriveAndWait() {
+    std::unique_lock<std::mutex> lock(mutex_);
+    if (--missing_ == 0) allHere_.notify_all();
+    allHere_.wait(lock, [this] { return missing_ <= 0; });
+  }
+
+ private:
+  std::mutex mutex_;  // guards missing_
+  std::condition_variable allHere_;
+  int missing_;
+};
+
+// Runs body(threadIndex) on `count` threads that start together, and joins them.
+template <typename Body>
+void RunTogether(int count, Body body) {
+  Barrier barrier(count);
+  std::vector<std::thread> threads;
+  for (int i = 0; i < count; ++i) {
+    threads.emplace_back([&barrier, &body, i] {
+      barrier.ArriveAndWait();
+      body(i);
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+}
+
+}  // namespace velmora::testing

@@ -1,0 +1,41 @@
+/// @file
+/// The operating system's recursive lock.
+#pragma once
+
+#include <cstddef>
+
+#include "velmora/platform/export.h"
+
+namespace velmora::platform {
+
+/// A recursive lock of the operating system: `CRITICAL_SECTION` on Windows, a recursive
+/// `pthread_mutex_t` elsewhere.
+///
+/// Meets the standard's BasicLockable, so `std::lock_guard` takes it. The thread that holds it may
+/// lock it again and must unlock it as often.
+///
+/// @threadsafety lock() and unlock() from any thread; construction, assignment and destruction
+///               only while nobody else uses the object
+class VELMORA_EXPORT CriticalSection {
+ public:
+  /// @throws std::system_error if the system has no resources for another lock
+  CriticalSection();
+  ~CriticalSection();
+  CriticalSection(const CriticalSection&) = delete;
+
+  /// Copies the lock object byte for byte, as the platform's structure would be assigned. Neither
+  /// side may be held or waited for.
+  CriticalSection& operator=(const CriticalSection& other) noexcept;
+
+  void lock() const;
+  void unlock() const;
+
+ private:
+  // Room for the system's structure, which is not named here so that no system header reaches a
+  // client. 24 and 40 bytes are the sizes on 32 and 64 bits, on Windows and on Linux alike; the
+  // sources assert it.
+  static constexpr std::size_t kSize = sizeof(void*) == 4 ? 24 : 40;
+  alignas(void*) mutable unsigned char storage_[kSize];
+};
+
+}  // namespace velmora::platform
