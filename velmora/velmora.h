@@ -22,3 +22,11 @@
 #include "velmora/foundation/sync_object.h"
 #include "velmora/foundation/thread_pool_base.h"
 #include "velmora/foundation/vector.h"
+
+// engine
+#include "velmora/engine/active_work_unit_manager.h"
+#include "velmora/engine/buffered_item_manager.h"
+#include "velmora/engine/code_parser_task.h"
+#include "velmora/engine/data_cache_manager.h"
+#include "velmora/engine/data_manager_pool.h"
+#include "velmora/engine/task_effect_time_manager.h"

@@ -1,0 +1,43 @@
+/// @file
+/// Which work is running right now, so that its images can be charged for the time.
+#pragma once
+
+#include <cstdint>
+#include <mutex>
+#include <vector>
+
+#include "velmora/platform/export.h"
+
+namespace velmora {
+
+class ExecutableWorkItem;
+class NxSourceImageObject;
+
+/// The executable work items that are running.
+///
+/// `ExecutableWorkItem::Process` registers its item around the work. The items are not owned: a
+/// registered item, its output and that output's region stay alive until the item is taken out.
+///
+/// @threadsafety any thread; one mutex, held for each whole operation
+class VELMORA_EXPORT ActiveWorkUnitManager {
+ public:
+  /// Registers @p item; an item that is registered already stays registered once.
+  void LoadActiveWorkUnit(ExecutableWorkItem* item);
+
+  /// Takes @p item out; does nothing if it is not registered.
+  void UnloadActiveWorkUnit(ExecutableWorkItem* item);
+
+  /// Charges elapsed time to every image that has work in flight, once per image however many of
+  /// its items are running. The counters of the images are atomic, so this takes no other lock.
+  /// @param ms milliseconds; the counters are 32-bit, so only the low 32 bits count
+  void AddTimeCheckCountForActiveWorkUnit(std::int64_t ms);
+
+ private:
+  // As many items as threads are in flight: a sorted vector that keeps its capacity is searched
+  // faster than a tree and allocates nothing on the way of an item.
+  std::mutex mutex_;                          // guards what follows
+  std::vector<ExecutableWorkItem*> items_;    // ascending by address
+  std::vector<NxSourceImageObject*> images_;  // scratch space of the charge
+};
+
+}  // namespace velmora

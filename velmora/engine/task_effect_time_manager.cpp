@@ -1,0 +1,15 @@
+#include "velmora/engine/task_effect_time_manager.h"
+
+namespace velmora {
+
+void TaskEffectTimeManager::SetTimePointToTaskEffect(int timePoint) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  timePoint_ = timePoint;
+}
+
+bool TaskEffectTimeManager::IsTimePointOpen() const {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return timePoint_ > 0;
+}
+
+}  // namespace velmora

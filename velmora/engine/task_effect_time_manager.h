@@ -1,0 +1,29 @@
+/// @file
+/// The switch that tells running tasks to stop.
+#pragma once
+
+#include <cstdint>
+#include <mutex>
+
+#include "velmora/platform/export.h"
+
+namespace velmora {
+
+/// Holds one time point. While it is greater than 0 it is open: a task that reaches a check point
+/// ends there, without an error.
+///
+/// @threadsafety any thread
+class VELMORA_EXPORT TaskEffectTimeManager {
+ public:
+  /// Stores @p timePoint; 0 and negative values close it.
+  void SetTimePointToTaskEffect(int timePoint);
+
+  /// True while the stored value is greater than 0, which it is not at construction.
+  bool IsTimePointOpen() const;
+
+ private:
+  mutable std::mutex mutex_;  // guards timePoint_
+  std::int32_t timePoint_ = 0;
+};
+
+}  // namespace velmora
