@@ -23,6 +23,15 @@
 #include "velmora/foundation/thread_pool_base.h"
 #include "velmora/foundation/vector.h"
 
+// results
+#include "velmora/results/buffered_item.h"
+#include "velmora/results/captured_result_base.h"
+#include "velmora/results/captured_result_item.h"
+#include "velmora/results/intermediate_result.h"
+#include "velmora/results/item_base.h"
+#include "velmora/results/pdf_reading_parameter.h"
+#include "velmora/results/region_object_element.h"
+
 // engine
 #include "velmora/engine/active_work_unit_manager.h"
 #include "velmora/engine/buffered_item_manager.h"

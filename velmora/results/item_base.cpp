@@ -1,0 +1,40 @@
+#include "velmora/results/item_base.h"
+
+namespace velmora::basic_structures {
+
+// The object base is left out on purpose: a copy of an item is a new object with a new identity.
+NxvItemBase::NxvItemBase(const NxvItemBase& other)
+    : NxObjectBase(),
+      upload_(other.upload_),
+      valid_(other.valid_),
+      moduleID_(other.moduleID_),
+      targetName_(other.targetName_),
+      taskName_(other.taskName_) {}
+
+NxvItemBase& NxvItemBase::operator=(const NxvItemBase& other) {
+  NxObjectBase::operator=(other);
+  referenceItem_ = other.referenceItem_;
+  upload_ = other.upload_;
+  valid_ = other.valid_;
+  moduleID_ = other.moduleID_;
+  capturedResultItem_ = other.capturedResultItem_;
+  if (this != &other) {
+    targetName_ = other.targetName_;
+    taskName_ = other.taskName_;
+  }
+  return *this;
+}
+
+NxvItemBase::~NxvItemBase() = default;
+
+void NxvItemBase::SetTargetAndTaskName(const std::string& target, const std::string& task) {
+  targetName_ = target;
+  taskName_ = task;
+}
+
+CCapturedResultItem* NxvItemBase::RetainCache() noexcept {
+  retain();
+  return capturedResultItem_;
+}
+
+}  // namespace velmora::basic_structures
