@@ -23,6 +23,17 @@
 #include "velmora/foundation/thread_pool_base.h"
 #include "velmora/foundation/vector.h"
 
+// geometry
+#include "velmora/geometry/contour.h"
+#include "velmora/geometry/corner.h"
+#include "velmora/geometry/line_segment.h"
+#include "velmora/geometry/math_utils.h"
+#include "velmora/geometry/point.h"
+#include "velmora/geometry/quad2f.h"
+#include "velmora/geometry/quadrilateral.h"
+#include "velmora/geometry/rect.h"
+#include "velmora/geometry/vector4.h"
+
 // results
 #include "velmora/results/buffered_item.h"
 #include "velmora/results/captured_result_base.h"

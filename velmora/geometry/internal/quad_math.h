@@ -1,0 +1,137 @@
+// What the segment, the working quadrilateral and the public one compute alike. Free functions
+// over bare points, so that a question about four points costs no object.
+#pragma once
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+
+#include "velmora/foundation/internal/arithmetic.h"
+#include "velmora/geometry/point.h"
+#include "velmora/geometry/rect.h"
+
+namespace velmora::internal {
+
+// The side of a directed line on which a point lies.
+enum Side : std::int32_t {
+  kOnLine = 0,
+  kRightSide = 1,  // seen along the line on the image: the interior of a clockwise quadrilateral
+  kLeftSide = 3,
+};
+
+// Where a point lies beside edges 0 to 3.
+inline constexpr int kInsideQuad = 4;
+inline constexpr int kOutsideQuad = 5;
+
+// A coordinate difference that cannot overflow.
+constexpr std::int64_t Difference(std::int32_t to, std::int32_t from) noexcept {
+  return static_cast<std::int64_t>(to) - from;
+}
+
+// Positive if the path a, b, c turns clockwise at b.
+inline std::int32_t Turn(const NxPoint_<int>& a, const NxPoint_<int>& b,
+                         const NxPoint_<int>& c) noexcept {
+  return WrapSub(WrapMul(WrapSub(b[0], a[0]), WrapSub(c[1], b[1])),
+                 WrapMul(WrapSub(c[0], b[0]), WrapSub(b[1], a[1])));
+}
+
+// The turn at vertex i + 1 (mod 4) of a quadrilateral.
+inline std::int32_t TurnAt(const NxPoint_<int>* v, int i) noexcept {
+  return Turn(v[i], v[(i + 1) % 4], v[(i + 2) % 4]);
+}
+
+// Strictly convex: all turns are of one sign and none is 0.
+inline bool IsConvexQuad(const NxPoint_<int>* v) noexcept {
+  int positive = 0;
+  for (int i = 0; i < 4; ++i) {
+    const std::int32_t turn = TurnAt(v, i);
+    if (turn == 0) return false;
+    positive += turn > 0 ? 1 : 0;
+  }
+  return positive == 0 || positive == 4;
+}
+
+inline basic_structures::CRect BoundingRect(const NxPoint_<int>* v) noexcept {
+  basic_structures::CRect rect(v[0][1], v[0][0], v[0][0], v[0][1]);
+  for (int i = 1; i < 4; ++i) {
+    rect.left = std::min(rect.left, v[i][0]);
+    rect.right = std::max(rect.right, v[i][0]);
+    rect.top = std::min(rect.top, v[i][1]);
+    rect.bottom = std::max(rect.bottom, v[i][1]);
+  }
+  return rect;
+}
+
+inline float SegmentLength(const NxPoint_<int>& start, const NxPoint_<int>& end) noexcept {
+  const double dx = WrapSub(end[0], start[0]);
+  const double dy = WrapSub(end[1], start[1]);
+  return ToFloat(std::sqrt(dx * dx + dy * dy));
+}
+
+// tolerance > |cross| / sqrt(lengthSquared), in double. The root and the division are needed only
+// where the squares of both sides agree to six digits; elsewhere their rounding cannot matter.
+inline bool IsNearLine(std::int64_t cross, std::int64_t lengthSquared, int tolerance) noexcept {
+  if (tolerance <= 0) return false;
+  const double distance = std::fabs(static_cast<double>(cross));  // times the length
+  const double limit =
+      static_cast<double>(tolerance) * tolerance * static_cast<double>(lengthSquared);
+  if (distance * distance > limit * 1.000001) return false;
+  if (distance * distance < limit * 0.999999) return true;
+  return tolerance > distance / std::sqrt(static_cast<double>(lengthSquared));
+}
+
+// The side of p beside the line from start to end; within `tolerance` pixels it is on the line. A
+// tolerance of 0 never gives kOnLine. A zero-length line has every point at distance 0.
+inline Side SideOfLine(const NxPoint_<int>& start, const NxPoint_<int>& end, const NxPoint_<int>& p,
+                       int tolerance) noexcept {
+  const std::int64_t dx = Difference(end[0], start[0]);
+  const std::int64_t dy = Difference(end[1], start[1]);
+  const std::int64_t cross =
+      WrapSub(WrapMul(Difference(p[1], start[1]), dx), WrapMul(Difference(p[0], start[0]), dy));
+  const std::int64_t lengthSquared = WrapAdd(WrapMul(dx, dx), WrapMul(dy, dy));
+  if (IsNearLine(cross, std::max<std::int64_t>(lengthSquared, 1), tolerance)) return kOnLine;
+  return cross < 0 ? kLeftSide : kRightSide;
+}
+
+// Where p lies: on edge 0 to 3, kInsideQuad or kOutsideQuad. The first edge that decides wins, so
+// a vertex belongs to the lower-numbered of its two edges. `sideOfEdge(i)` gives the side of p
+// beside edge i, with the same tolerance.
+template <typename SideOfEdge>
+int PositionRelation(const NxPoint_<int>* v, const NxPoint_<int>& p, int tolerance,
+                     SideOfEdge sideOfEdge) noexcept {
+  for (int i = 0; i < 4; ++i) {
+    const int side = sideOfEdge(i);
+    if (side == kRightSide) continue;
+    if (side == kLeftSide) return kOutsideQuad;
+    const NxPoint_<int>& a = v[i];
+    const NxPoint_<int>& b = v[(i + 1) % 4];
+    // Positive where p lies beyond both ends.
+    const std::int32_t px = WrapMul(WrapSub(p[0], b[0]), WrapSub(p[0], a[0]));
+    const std::int32_t py = WrapMul(WrapSub(p[1], b[1]), WrapSub(p[1], a[1]));
+    const bool isBeyond = tolerance == 1 ? px > 0 || py > 0 : px >= 0 && py >= 0;
+    return isBeyond ? kOutsideQuad : i;
+  }
+  return kInsideQuad;
+}
+
+// Heron's formula in double; the product of a flat triangle may come out below 0.
+inline double TriangleArea(double a, double diagonal, double b) noexcept {
+  const double s = (a + diagonal + b) / 2;
+  const double product = (s - diagonal) * s * (s - a) * (s - b);
+  return product > 0 ? std::sqrt(product) : 0;
+}
+
+// The area from the vertices and the lengths of the edges, of which none is zero-length. Triangles
+// on the same side of the diagonal from vertex 0 to vertex 2 (folded, concave) are subtracted.
+inline std::int32_t QuadArea(const NxPoint_<int>* v, const float* edgeLengths) noexcept {
+  const double diagonal = SegmentLength(v[0], v[2]);
+  const double first = TriangleArea(edgeLengths[0], diagonal, edgeLengths[1]);
+  const double second = TriangleArea(edgeLengths[2], diagonal, edgeLengths[3]);
+  const bool isFolded = SideOfLine(v[0], v[2], v[3], 0) == SideOfLine(v[0], v[2], v[1], 0);
+  const float area = std::fabs(ToFloat(isFolded ? first - second : first + second));
+  constexpr float kTooLarge = 2147483648.0F;
+  return area < kTooLarge ? RoundHalfAwayFromZero(area) : std::numeric_limits<std::int32_t>::max();
+}
+
+}  // namespace velmora::internal
