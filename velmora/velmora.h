@@ -43,6 +43,11 @@
 #include "velmora/results/pdf_reading_parameter.h"
 #include "velmora/results/region_object_element.h"
 
+// region
+#include "velmora/region/region_image_info.h"
+#include "velmora/region/source_image_object.h"
+#include "velmora/region/work_modes_state.h"
+
 // engine
 #include "velmora/engine/active_work_unit_manager.h"
 #include "velmora/engine/buffered_item_manager.h"
