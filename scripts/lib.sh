@@ -1,4 +1,5 @@
-# What the scripts share. Sourced by bash, with $root set to the top of the tree.
+# What the scripts share: words, packages, one build preset. Sourced by bash with errexit on and
+# $root set to the top of the tree.
 
 say() { printf '== %s\n' "$*"; }
 
@@ -7,5 +8,115 @@ die() {
   exit 1
 }
 
+# quietly LOG COMMAND...: runs the command with its output in build/logs/LOG, and shows that output
+# only if the command fails.
+quietly() {
+  local log=$root/build/logs/$1
+  shift
+  mkdir -p "${log%/*}"
+  "$@" >"$log" 2>&1 </dev/null && return
+  tail -n 300 "$log" >&2
+  die "failed: $* (whole output: ${log#"$root"/})"
+}
+
+# ---- packages ------------------------------------------------------------------------------------
+
+test_packages=(g++ cmake ninja-build ccache libgtest-dev googletest libjsoncpp-dev)
+check_packages=(clang libclang-rt-dev llvm clang-tidy clang-format git)
+windows_packages=(g++-mingw-w64-i686-posix binutils-mingw-w64-i686 mingw-w64-i686-dev dpkg-dev wine
+  wine32:i386)
+
+missing_packages() {
+  local package
+  for package in "$@"; do
+    case $(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null) in
+      installed) ;;
+      *) printf '%s\n' "$package" ;;
+    esac
+  done
+}
+
+# require WHAT-FOR PACKAGE...: installs those that are missing, or says which they are.
+require() {
+  local purpose=$1 missing
+  shift
+  command -v dpkg-query >/dev/null ||
+    die "this script sets up Debian 12; elsewhere install the tools of CONTRIBUTING.md and use the presets"
+  mapfile -t missing < <(missing_packages "$@")
+  [ ${#missing[@]} -eq 0 ] && return
+  [ "$(id -u)" -eq 0 ] ||
+    die "$purpose needs packages that are not installed; as root: apt-get install ${missing[*]}"
+  say "installing for $purpose: ${missing[*]}"
+  quietly "install.log" install_packages "${missing[@]}"
+}
+
+# The index of one suite can be out of step with its mirror, i386 of the security suite above all.
+# Then `update` fails, i386 libraries come in the release's version only, and each one must match its
+# amd64 twin. So: go on with the index there is; ask for the release's versions; last, put back
+# exactly the twins that stand in the way.
+install_packages() {
+  local apt=(apt-get -o DPkg::Lock::Timeout=300 -o Acquire::Retries=3 -y --no-install-recommends)
+  local release attempt
+  export DEBIAN_FRONTEND=noninteractive
+  release=$(. /etc/os-release && printf '%s' "$VERSION_CODENAME")
+  case " $* " in
+    *:i386\ *)
+      dpkg --print-foreign-architectures | grep -qx i386 || dpkg --add-architecture i386
+      ;;
+  esac
+  for attempt in 1 2 3 4 5; do
+    # The lock time-out does not cover the lock of the index: another apt makes `update` fail at once.
+    "${apt[@]}" update || echo "some index could not be had, going on without it"
+    "${apt[@]}" install "$@" && return
+    "${apt[@]}" install -t "$release" "$@" && return
+    # shellcheck disable=SC2046 # one argument a line is meant
+    "${apt[@]}" install -t "$release" --allow-downgrades "$@" $(newer_than_i386_twin) && return
+    sleep $((attempt * 5))
+  done
+  return 1
+}
+
+# The amd64 libraries below wine32 that are newer than the i386 version that can be had.
+newer_than_i386_twin() {
+  local name installed candidate
+  LC_ALL=C apt-cache depends --recurse --no-recommends --no-suggests --no-conflicts --no-breaks \
+    --no-replaces --no-enhances wine32:i386 2>/dev/null |
+    sed -n 's/^\([a-z0-9][^ ]*\):i386$/\1/p' | sort -u | while read -r name; do
+    installed=$(dpkg-query -W -f='${Multi-Arch} ${Version}' "$name:amd64" 2>/dev/null |
+      sed -n 's/^same //p')
+    [ -n "$installed" ] || continue
+    candidate=$(LC_ALL=C apt-cache policy "$name:i386" | sed -n 's/^ *Candidate: //p')
+    if [ "$candidate" != "(none)" ] && dpkg --compare-versions "$installed" gt "$candidate"; then
+      echo "$name:amd64=$candidate"
+    fi
+  done
+}
+
+# ---- builds --------------------------------------------------------------------------------------
+
 # Where the cross-built libraries of the Windows target are kept.
 cross_libraries_folder() { printf '%s\n' "${VELMORA_DEPS_DIR:-$root/.cache/windows-x86}"; }
+
+# Compiles through ccache when it is there. Paths are relative to the tree, so that another clone of it
+# finds the same entries.
+use_compiler_cache() {
+  command -v ccache >/dev/null || return 0
+  export CMAKE_CXX_COMPILER_LAUNCHER=${CMAKE_CXX_COMPILER_LAUNCHER:-ccache}
+  export CCACHE_BASEDIR=${CCACHE_BASEDIR:-$root} CCACHE_NOHASHDIR=${CCACHE_NOHASHDIR:-1}
+}
+
+# build_preset PRESET [ARGUMENTS of cmake --build]
+build_preset() {
+  local preset=$1
+  shift
+  quietly "$preset-configure.log" cmake --preset "$preset"
+  quietly "$preset-build.log" cmake --build --preset "$preset" -j "$(nproc)" "$@"
+}
+
+# test_preset PRESET [COMMAND...]: runs the tests below COMMAND; shows ctest's summary.
+test_preset() {
+  local preset=$1
+  shift
+  quietly "$preset-test.log" "$@" ctest --preset "$preset" -j "$(nproc)"
+  grep -E '^[0-9]+% tests passed' "$root/build/logs/$preset-test.log"
+}

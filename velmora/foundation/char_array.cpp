@@ -1,6 +1,5 @@
 #include "velmora/foundation/char_array.h"
 
-#include <algorithm>
 #include <cstddef>
 #include <cstring>
 
@@ -25,7 +24,7 @@ void CopyStringToBuffer(const std::string& s, char* buf, int size) {
   if (buf == nullptr || size <= 0) return;
   const std::size_t capacity = static_cast<std::size_t>(size);
   std::memset(buf, 0, capacity);
-  std::memcpy(buf, s.data(), std::min(s.size(), capacity));
+  s.copy(buf, capacity);
 }
 
 }  // namespace velmora

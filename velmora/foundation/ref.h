@@ -52,6 +52,7 @@ class NxRef {
     Replace(nullptr);
     return *this;
   }
+  // NOLINTNEXTLINE(bugprone-unhandled-self-assignment): the new is retained before the old goes
   NxRef& operator=(const NxRef& other) { return *this = other.pointee_; }
   NxRef& operator=(NxRef&& other) {
     if (this != &other) Replace(std::exchange(other.pointee_, nullptr));
