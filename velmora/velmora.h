@@ -23,6 +23,14 @@
 #include "velmora/foundation/thread_pool_base.h"
 #include "velmora/foundation/vector.h"
 
+// util
+#include "velmora/util/path_helper.h"
+
+// log
+#include "velmora/log/ini_io.h"
+#include "velmora/log/json_converter.h"
+#include "velmora/log/log.h"
+
 // geometry
 #include "velmora/geometry/contour.h"
 #include "velmora/geometry/corner.h"

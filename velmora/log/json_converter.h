@@ -1,0 +1,25 @@
+/// @file
+/// JSON as text.
+#pragma once
+
+#include <string>
+
+#include "velmora/platform/export.h"
+
+namespace Json {
+class Value;
+}
+
+namespace velmora {
+
+/// @threadsafety any thread
+class VELMORA_EXPORT JsonConverter {
+ public:
+  JsonConverter() = delete;
+
+  /// The text of a value as `Json::StreamWriterBuilder` writes it by default: indented by tabs,
+  /// without a final newline.
+  static std::string GetStyledString(const Json::Value& value);
+};
+
+}  // namespace velmora

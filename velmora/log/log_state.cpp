@@ -1,0 +1,23 @@
+#include <cstdio>
+
+#include "velmora/log/internal/log_state.h"
+
+namespace velmora::internal {
+
+LogState& GetLogState() {
+  static LogState& state = *new LogState;
+  return state;
+}
+
+std::size_t AppendToFile(const std::string& path, const std::string& text) {
+  std::FILE* file = std::fopen(path.c_str(), "ab");
+  if (file == nullptr) return 0;
+  // Unbuffered: one write call, so that other processes' lines do not get in between, and a count
+  // that is true.
+  std::setvbuf(file, nullptr, _IONBF, 0);
+  const std::size_t taken = std::fwrite(text.data(), 1, text.size(), file);
+  std::fclose(file);
+  return taken;
+}
+
+}  // namespace velmora::internal

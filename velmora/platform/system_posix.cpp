@@ -1,0 +1,154 @@
+#include <dirent.h>
+#include <dlfcn.h>
+#include <link.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <string_view>
+
+#include "velmora/platform/internal/system.h"
+
+namespace velmora::platform {
+namespace {
+
+bool EndsWith(std::string_view text, std::string_view end) {
+  return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
+}
+
+// "Foox86", "Foox86.dll", "Foo.dll", "Foo" and "Foo.so" are all "Foo.so" here.
+std::string ModuleFileName(std::string_view name) {
+  if (EndsWith(name, ".so")) return std::string(name);
+  for (const std::string_view end : {".dll", "x86"}) {
+    if (EndsWith(name, end)) name.remove_suffix(end.size());
+  }
+  return std::string(name) + ".so";
+}
+
+std::string_view FileNameOf(std::string_view path) {
+  return path.substr(path.rfind('/') + 1);
+}
+
+struct ModuleSearch {
+  const char* fileName;
+  char path[PATH_MAX];  // a plain buffer: the callback below may not throw through the C library
+};
+
+int StopAtModule(dl_phdr_info* info, std::size_t, void* context) {
+  ModuleSearch& search = *static_cast<ModuleSearch*>(context);
+  const std::string_view path = info->dlpi_name == nullptr ? "" : info->dlpi_name;
+  if (FileNameOf(path) != search.fileName || path.size() >= sizeof search.path) return 0;
+  std::memcpy(search.path, path.data(), path.size());
+  search.path[path.size()] = '\0';
+  return 1;
+}
+
+struct FreeDeleter {
+  void operator()(char* text) const { std::free(text); }
+};
+
+struct DirectoryCloser {
+  void operator()(DIR* directory) const { closedir(directory); }
+};
+
+bool IsDirectory(const std::string& directory, const dirent& entry) {
+  if (entry.d_type != DT_LNK && entry.d_type != DT_UNKNOWN) return entry.d_type == DT_DIR;
+  const std::string path = directory + '/' + entry.d_name;
+  return GetFileKind(path.c_str()) == FileKind::kDirectory;
+}
+
+}  // namespace
+
+const char kModuleSuffix[] = ".so";
+const char kPlainModuleSuffix[] = ".so";
+const char kPathSeparator = '/';
+
+ModuleHandle OpenModule(const char* path, unsigned long /*flags*/) {
+  return dlopen(path, RTLD_NOW | RTLD_LOCAL);
+}
+
+void CloseModule(ModuleHandle module) {
+  dlclose(module);
+}
+
+void* FindFunction(ModuleHandle module, const char* name) {
+  return dlsym(module, name);
+}
+
+std::optional<std::string> LoadedModulePath(const std::string& moduleName) {
+  if (moduleName.empty()) return std::nullopt;
+  const std::string fileName = ModuleFileName(moduleName);
+  ModuleSearch search;
+  search.fileName = fileName.c_str();
+  if (dl_iterate_phdr(StopAtModule, &search) == 0) return std::nullopt;
+  if (search.path[0] == '/') return search.path;
+  // A module opened by a relative path keeps that path.
+  const std::unique_ptr<char, FreeDeleter> full(realpath(search.path, nullptr));
+  return full == nullptr ? search.path : full.get();
+}
+
+std::string ExecutablePath() {
+  char path[PATH_MAX];
+  const ssize_t length = readlink("/proc/self/exe", path, sizeof path);
+  return length < 0 ? std::string() : std::string(path, static_cast<std::size_t>(length));
+}
+
+bool IsPathSeparator(char c) {
+  return c == '/';
+}
+
+FileKind GetFileKind(const char* path) {
+  struct stat status;
+  if (stat(path, &status) != 0)
+    return errno == ENOENT || errno == ENOTDIR ? FileKind::kMissing : FileKind::kOther;
+  if (S_ISDIR(status.st_mode)) return FileKind::kDirectory;
+  return S_ISREG(status.st_mode) ? FileKind::kRegular : FileKind::kOther;
+}
+
+std::vector<DirectoryEntry> ListDirectory(const std::string& directory) {
+  std::vector<DirectoryEntry> entries;
+  const std::unique_ptr<DIR, DirectoryCloser> stream(opendir(directory.c_str()));
+  if (stream == nullptr) return entries;
+  while (const dirent* entry = readdir(stream.get())) {
+    const std::string_view name = entry->d_name;
+    if (name != "." && name != "..")
+      entries.push_back({std::string(name), IsDirectory(directory, *entry)});
+  }
+  return entries;
+}
+
+std::optional<FileIdentity> GetFileIdentity(const std::string& path) {
+  struct stat status;
+  if (stat(path.c_str(), &status) != 0) return std::nullopt;
+  return FileIdentity{status.st_dev, status.st_ino};
+}
+
+bool MakeDirectory(const char* path) {
+  return mkdir(path, 0777) == 0;
+}
+
+std::uint32_t CurrentThreadId() {
+  return static_cast<std::uint32_t>(gettid());
+}
+
+std::tm LocalTime() {
+  const std::time_t now = std::time(nullptr);
+  std::tm local{};
+  localtime_r(&now, &local);
+  return local;
+}
+
+std::string FormatText(const char* format, std::va_list arguments) {
+  char text[kFormattedTextLimit + 1];
+  const int length = std::vsnprintf(text, sizeof text, format, arguments);
+  if (length < 0) return {};
+  return {text, std::min(static_cast<std::size_t>(length), kFormattedTextLimit)};
+}
+
+}  // namespace velmora::platform
