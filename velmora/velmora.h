@@ -42,6 +42,13 @@
 #include "velmora/geometry/rect.h"
 #include "velmora/geometry/vector4.h"
 
+// image
+#include "velmora/image/image_data.h"
+#include "velmora/image/image_data_wrapper.h"
+#include "velmora/image/image_tag.h"
+#include "velmora/image/nx_image_data_inner.h"
+#include "velmora/image/text_block.h"
+
 // results
 #include "velmora/results/buffered_item.h"
 #include "velmora/results/captured_result_base.h"
