@@ -53,10 +53,17 @@
 #include "velmora/results/buffered_item.h"
 #include "velmora/results/captured_result_base.h"
 #include "velmora/results/captured_result_item.h"
+#include "velmora/results/detection_units.h"
+#include "velmora/results/image_units.h"
 #include "velmora/results/intermediate_result.h"
+#include "velmora/results/intermediate_result_receiver.h"
+#include "velmora/results/intermediate_result_unit.h"
 #include "velmora/results/item_base.h"
+#include "velmora/results/observation_parameters.h"
 #include "velmora/results/pdf_reading_parameter.h"
 #include "velmora/results/region_object_element.h"
+#include "velmora/results/result_imp_base.h"
+#include "velmora/results/text_zone.h"
 
 // region
 #include "velmora/region/region_image_info.h"
