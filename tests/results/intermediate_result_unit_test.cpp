@@ -124,7 +124,7 @@ TEST(IntermediateResultUnit, BothDirectionsCancel) {
     SCOPED_TRACE(i);
     Matrix matrix;
     for (double& value : matrix) value = entry(random);
-    for (const std::size_t diagonal : {0, 4, 8}) matrix[diagonal] += 13;  // well conditioned
+    for (const std::size_t diagonal : {0U, 4U, 8U}) matrix[diagonal] += 13;  // well conditioned
     BareUnit unit;
     unit.Set(i % 6, matrix);
     EXPECT_LT(Distance(Product(unit.Get(i % 6), unit.Get(i % 6 ^ 1)), kIdentity), 1e-12);
