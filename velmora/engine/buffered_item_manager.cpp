@@ -1,0 +1,92 @@
+#include "velmora/engine/buffered_item_manager.h"
+
+#include <atomic>
+#include <ctime>
+#include <iterator>
+#include <sstream>
+#include <utility>
+
+#include "velmora/results/buffered_item.h"
+
+namespace velmora {
+namespace {
+
+using basic_structures::BufferedItemBase;
+using basic_structures::BufferedItemSetBase;
+using basic_structures::BufferedItemType;
+
+std::string MakeManagerId(const void* manager) {
+  // Relaxed: all that matters is that no two managers get the same number.
+  static std::atomic<std::uint32_t> counter{0};
+  std::ostringstream id;
+  id << std::time(nullptr) << '-' << manager << '-'
+     << counter.fetch_add(1, std::memory_order_relaxed);
+  return id.str();
+}
+
+}  // namespace
+
+BufferedItemManager::BufferedItemManager() : managerId_(MakeManagerId(this)) {}
+BufferedItemManager::~BufferedItemManager() = default;
+
+void BufferedItemManager::RegisterBufferedItemType(BufferedItemType type) {
+  Entry dropped;
+  const std::lock_guard<std::mutex> lock(mutex_);
+  std::swap(entries_[type], dropped);
+}
+
+void BufferedItemManager::SetMaxBufferedItems(BufferedItemType type, int maxCount) {
+  if (maxCount < 0) return;
+  Items dropped;
+  const std::lock_guard<std::mutex> lock(mutex_);
+  const auto found = entries_.find(type);
+  if (found == entries_.end()) return;
+  found->second.maxCount = maxCount;
+  dropped = UpdateIfExceedMaxCount(found->second);
+}
+
+int BufferedItemManager::GetMaxBufferedItems(BufferedItemType type) const {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  const auto found = entries_.find(type);
+  return found != entries_.end() ? found->second.maxCount : 0;
+}
+
+void BufferedItemManager::AppendItem(BufferedItemBase* item) {
+  if (item == nullptr) return;
+  const BufferedItemType type = item->GetBufferedItemType();
+  Items dropped;
+  const std::lock_guard<std::mutex> lock(mutex_);
+  const auto found = entries_.find(type);
+  if (found == entries_.end() || found->second.maxCount == 0) return;
+  found->second.items.emplace_back(item);
+  dropped = UpdateIfExceedMaxCount(found->second);
+}
+
+void BufferedItemManager::ClearBuffer() {
+  std::map<BufferedItemType, Entry> dropped;
+  const std::lock_guard<std::mutex> lock(mutex_);
+  entries_.swap(dropped);
+}
+
+void BufferedItemManager::CopyBufferToItemSet(BufferedItemSetBase* itemSet) {
+  if (itemSet == nullptr) return;
+  const std::lock_guard<std::mutex> lock(mutex_);
+  itemSet->CopyFromManager(this);
+}
+
+const BufferedItemManager::Items* BufferedItemManager::GetBufferedItemsUnlocked(
+    BufferedItemType type) const {
+  const auto found = entries_.find(type);
+  return found != entries_.end() ? &found->second.items : nullptr;
+}
+
+BufferedItemManager::Items BufferedItemManager::UpdateIfExceedMaxCount(Entry& entry) {
+  const auto maxCount = static_cast<std::size_t>(entry.maxCount);
+  if (entry.items.size() <= maxCount) return {};
+  const auto firstKept = entry.items.end() - static_cast<std::ptrdiff_t>(maxCount);
+  Items dropped(std::make_move_iterator(entry.items.begin()), std::make_move_iterator(firstKept));
+  entry.items.erase(entry.items.begin(), firstKept);
+  return dropped;
+}
+
+}  // namespace velmora
