@@ -23,6 +23,7 @@ quietly() {
 
 test_packages=(g++ cmake ninja-build ccache libgtest-dev googletest libjsoncpp-dev)
 check_packages=(clang libclang-rt-dev llvm clang-tidy clang-format git)
+recognition_packages=(libstb-dev libzxing-dev dpkg-dev)
 windows_packages=(g++-mingw-w64-i686-posix binutils-mingw-w64-i686 mingw-w64-i686-dev dpkg-dev wine
   wine32:i386)
 
@@ -92,10 +93,17 @@ newer_than_i386_twin() {
   done
 }
 
+# What every Linux build needs besides its own compiler.
+set_up_linux() {
+  require "the Linux target" "${test_packages[@]}" "${recognition_packages[@]}" "$@"
+  "$root/scripts/recognition-libraries"
+}
+
 # ---- builds --------------------------------------------------------------------------------------
 
-# Where the cross-built libraries of the Windows target are kept.
+# Where the libraries built from source are kept: cross-built ones, and ours for Linux.
 cross_libraries_folder() { printf '%s\n' "${VELMORA_DEPS_DIR:-$root/.cache/windows-x86}"; }
+linux_libraries_folder() { printf '%s\n' "${VELMORA_LINUX_DEPS_DIR:-$root/.cache/linux}"; }
 
 # Compiles through ccache when it is there. Paths are relative to the tree, so that another clone of it
 # finds the same entries.
@@ -109,7 +117,7 @@ use_compiler_cache() {
 build_preset() {
   local preset=$1
   shift
-  quietly "$preset-configure.log" cmake --preset "$preset"
+  quietly "$preset-configure.log" cmake --preset "$preset" -DVELMORA_REQUIRE_RECOGNITION=ON
   quietly "$preset-build.log" cmake --build --preset "$preset" -j "$(nproc)" "$@"
 }
 
@@ -119,4 +127,70 @@ test_preset() {
   shift
   quietly "$preset-test.log" "$@" ctest --preset "$preset" -j "$(nproc)"
   grep -E '^[0-9]+% tests passed' "$root/build/logs/$preset-test.log"
+}
+
+# ---- third-party libraries built from Debian's sources -------------------------------------------
+
+# fetch_sources PACKAGE...: unpacks source packages below $work/src. apt gets a state of its own: the
+# machine's sources stay as they are, and archive signature, index and tarballs are checked.
+fetch_sources() {
+  local state=$work/apt file
+  mkdir -p "$state/lists/partial" "$state/sources" "$work/src"
+  : >"$state/empty"
+  for file in /etc/apt/sources.list.d/*.sources; do
+    [ -e "$file" ] || continue
+    sed -E 's/^Types:.*/Types: deb-src/' "$file" >"$state/sources/$(basename "$file")"
+  done
+  for file in /etc/apt/sources.list /etc/apt/sources.list.d/*.list; do
+    [ -e "$file" ] || continue
+    sed -nE 's/^deb /deb-src /p' "$file" >"$state/sources/$(basename "$file" .list).list"
+  done
+  local apt=(apt-get -q -o "Dir::Etc::sourcelist=$state/empty" -o "Dir::Etc::sourceparts=$state/sources"
+    -o "Dir::State::lists=$state/lists" -o Dir::Cache::pkgcache= -o Dir::Cache::srcpkgcache=
+    -o Acquire::Retries=3 -o APT::Sandbox::User=root)
+  (cd "$work/src" && { "${apt[@]}" update || true; } && "${apt[@]}" source "$@")
+}
+
+# build_source NAME SOURCE-FOLDER CMAKE-ARGUMENTS...: builds below $work and installs to $work/prefix.
+build_source() {
+  local name=$1 source=$2
+  shift 2
+  cmake -S "$source" -B "$work/build/$name" -G Ninja -DCMAKE_BUILD_TYPE=Release \
+    -DCMAKE_INSTALL_PREFIX="$work/prefix" -DBUILD_SHARED_LIBS=OFF "$@"
+  cmake --build "$work/build/$name"
+  cmake --install "$work/build/$name"
+}
+
+# fill_folder FOLDER WHAT FILE...: calls build_all, which leaves its result in $work/prefix, and moves
+# that to FOLDER; a folder that was filled by the very same FILEs, the recipe, is left as it is.
+fill_folder() {
+  local folder=$1 what=$2 recipe status
+  shift 2
+  recipe=$(cat "$@" | sha256sum)
+  is_ready() { [ "$(cat "$folder/recipe" 2>/dev/null)" = "$recipe" ]; }
+  is_ready && return
+  mkdir -p "$(dirname "$folder")"
+  exec 9>"$folder.lock"
+  flock 9
+  is_ready && return # somebody else built it while we waited
+
+  say "building $what into $folder"
+  work=$folder.work
+  rm -rf "$work"
+  mkdir -p "$work"
+  trap 'rm -rf "$work"' EXIT
+  set +e # `if (build_all)` would switch -e off inside
+  (
+    set -e
+    build_all
+  ) >"$folder.log" 2>&1
+  status=$?
+  set -e
+  if [ $status -ne 0 ]; then
+    tail -n 30 "$folder.log" >&2
+    die "building $what failed; the whole log is $folder.log"
+  fi
+  rm -rf "$folder"
+  mv "$work/prefix" "$folder"
+  printf '%s\n' "$recipe" >"$folder/recipe"
 }
