@@ -33,9 +33,12 @@
 
 // geometry
 #include "velmora/geometry/contour.h"
+#include "velmora/geometry/coordinate_transform.h"
 #include "velmora/geometry/corner.h"
 #include "velmora/geometry/line_segment.h"
 #include "velmora/geometry/math_utils.h"
+#include "velmora/geometry/nx_line_segment.h"
+#include "velmora/geometry/nx_quad.h"
 #include "velmora/geometry/point.h"
 #include "velmora/geometry/quad2f.h"
 #include "velmora/geometry/quadrilateral.h"

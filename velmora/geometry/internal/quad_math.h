@@ -8,6 +8,7 @@
 #include <limits>
 
 #include "velmora/foundation/internal/arithmetic.h"
+#include "velmora/geometry/internal/line_math.h"
 #include "velmora/geometry/point.h"
 #include "velmora/geometry/rect.h"
 
@@ -23,11 +24,6 @@ enum Side : std::int32_t {
 // Where a point lies beside edges 0 to 3.
 inline constexpr int kInsideQuad = 4;
 inline constexpr int kOutsideQuad = 5;
-
-// A coordinate difference that cannot overflow.
-constexpr std::int64_t Difference(std::int32_t to, std::int32_t from) noexcept {
-  return static_cast<std::int64_t>(to) - from;
-}
 
 // Positive if the path a, b, c turns clockwise at b.
 inline std::int32_t Turn(const NxPoint_<int>& a, const NxPoint_<int>& b,
