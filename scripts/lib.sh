@@ -99,6 +99,12 @@ set_up_linux() {
   "$root/scripts/recognition-libraries"
 }
 
+set_up_windows() {
+  require "the Windows target" "${test_packages[@]}" "${recognition_packages[@]}" \
+    "${windows_packages[@]}"
+  "$root/scripts/cross-libraries"
+}
+
 # ---- builds --------------------------------------------------------------------------------------
 
 # Where the libraries built from source are kept: cross-built ones, and ours for Linux.
