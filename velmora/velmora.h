@@ -50,6 +50,7 @@
 #include "velmora/image/image_data.h"
 #include "velmora/image/image_data_wrapper.h"
 #include "velmora/image/image_tag.h"
+#include "velmora/image/nx_image_data.h"
 #include "velmora/image/nx_image_data_inner.h"
 #include "velmora/image/pixel_conversion.h"
 #include "velmora/image/text_block.h"
