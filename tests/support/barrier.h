@@ -30,6 +30,7 @@ template <typename Body>
 void RunTogether(int count, Body body) {
   Barrier barrier(count);
   std::vector<std::thread> threads;
+  threads.reserve(static_cast<std::size_t>(count));
   for (int i = 0; i < count; ++i) {
     threads.emplace_back([&barrier, &body, i] {
       barrier.ArriveAndWait();

@@ -3,6 +3,7 @@
 namespace velmora::basic_structures {
 
 // The object base is left out on purpose: a copy of an item is a new object with a new identity.
+// NOLINTNEXTLINE(bugprone-copy-constructor-init)
 NxvItemBase::NxvItemBase(const NxvItemBase& other)
     : NxObjectBase(),
       upload_(other.upload_),
