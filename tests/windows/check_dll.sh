@@ -18,7 +18,7 @@ check_exports() {
     fail "The exports differ from the list. If that is meant, run scripts/update-exports."
   while read -r function; do
     grep -qxF "$function" <<<"$exported" || fail "$function is not exported under its plain name."
-  done < <(grep -rhE --include='*.h' '^VELMORA_EXPORT [^(]*\bN[cx]_[A-Za-z]+\(' "$source/velmora" |
+  done < <(grep -rhE --include='*.h' 'VELMORA_EXPORT [^(]*\bN[cx]_[A-Za-z]+\(' "$source/velmora" |
     sed -E 's/.*\b(N[cx]_[A-Za-z]+)\(.*/\1/')
 }
 
