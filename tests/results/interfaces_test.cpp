@@ -14,6 +14,7 @@
 #include "velmora/results/intermediate_result_unit.h"
 #include "velmora/results/item_base.h"
 #include "velmora/results/observation_parameters.h"
+#include "velmora/results/pdf_reading_parameter.h"
 #include "velmora/results/region_object_element.h"
 
 namespace velmora {
@@ -169,6 +170,12 @@ TEST(Interfaces, KeepTheOrderOfRegionAndObserverOperations) {
 static_assert(!std::is_destructible_v<CCapturedResultItem>);
 static_assert(!std::is_destructible_v<COriginalImageResultItem>);
 static_assert(!std::is_destructible_v<CCapturedResultBase>);
+
+// What a PDF reader that was told nothing goes by.
+constexpr basic_structures::CPDFReadingParameter kPdfDefaults;
+static_assert(kPdfDefaults.mode == 3 && kPdfDefaults.resolution == 300 &&
+              kPdfDefaults.sourceKind == 0);
+static_assert(std::is_trivially_copyable_v<basic_structures::CPDFReadingParameter>);
 
 }  // namespace
 }  // namespace velmora

@@ -40,7 +40,7 @@ class VELMORA_EXPORT NxvItemBase : public NxObjectBase {
   virtual CapturedResultItemType GetType() const = 0;
 
   /// Shares @p item as the one that this item was derived from.
-  void SetReferenceItem(NxRef<NxvItemBase>& item) { referenceItem_ = item; }
+  void SetReferenceItem(const NxRef<NxvItemBase>& item) { referenceItem_ = item; }
   /// Empty if there is none.
   const NxRef<NxvItemBase>& GetReferenceItem() const noexcept { return referenceItem_; }
 
