@@ -49,6 +49,7 @@
 #include "velmora/image/convert_data.h"
 #include "velmora/image/image_data.h"
 #include "velmora/image/image_data_wrapper.h"
+#include "velmora/image/image_source_adapter.h"
 #include "velmora/image/image_tag.h"
 #include "velmora/image/nx_image_data.h"
 #include "velmora/image/nx_image_data_inner.h"

@@ -1,0 +1,262 @@
+#include "velmora/image/image_source_adapter.h"
+
+#include <algorithm>
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <utility>
+
+#include "velmora/image/internal/image_copy.h"
+#include "velmora/image/internal/source_tally.h"
+#include "velmora/image/pixel_conversion.h"
+
+namespace velmora::basic_structures {
+namespace {
+
+using ImagePtr = std::unique_ptr<CImageData>;
+
+constexpr int kNoImageId = -1;
+
+bool HasId(const CImageData& image, int imageId) {
+  return imageId != kNoImageId && image.GetImageTag() != nullptr &&
+         image.GetImageTag()->GetImageId() == imageId;
+}
+
+}  // namespace
+
+// Operations return the images that have to go instead of destroying them: a release function is
+// not to run under the lock.
+class CImageSourceAdapter::State {
+ public:
+  // Settings, read without the lock; each stands for itself.
+  std::atomic<BufferOverflowProtectionMode> overflowMode{BOP_DropOldest};
+  std::atomic<std::int32_t> maxImageCount{1};  // written under the lock
+  std::atomic<bool> fetching{false};
+  std::atomic<ColourChannelUsageType> colourChannelUsage{CCU_Unrestricted};
+
+  bool IsIdle() const { return maxImageCount <= 0 || !fetching; }
+  void CountRefusalWhileIdle() { ++refusedWhileIdle_; }
+
+  // Takes the image in, perhaps after a wait. Returns what has no place: nothing, the oldest image,
+  // or the new one itself.
+  ImagePtr Add(ImagePtr image) {
+    std::unique_lock<std::mutex> lock(bufferLock_);
+    const std::int32_t limit = maxImageCount;
+    // The limit may have gone since the caller asked IsIdle.
+    if (limit <= 0 || Count() > limit) return Refuse(std::move(image));
+    const bool isFull = Count() == limit;
+    const BufferOverflowProtectionMode mode = overflowMode;
+    const bool dropOldest = isFull && mode == BOP_DropOldest;
+    if (isFull && mode == BOP_Block) {
+      spaceAvailable_.wait(lock, [this] { return Count() < maxImageCount || !fetching; });
+      if (!fetching) return Refuse(std::move(image));
+    }
+    if (dropOldest && HasId(*buffer_.front(), protectedImageId_)) {
+      if (limit == 1) return Refuse(std::move(image));
+      std::swap(buffer_[0], buffer_[1]);
+    }
+    buffer_.push_back(std::move(image));
+    ImagePtr dropped = dropOldest ? TakeOldest() : nullptr;
+    PublishCounts();
+    return dropped;
+  }
+
+  // The newest image; null if there is none.
+  ImagePtr Take() {
+    const std::lock_guard<std::mutex> lock(bufferLock_);
+    if (buffer_.empty()) return nullptr;
+    ImagePtr image = std::move(buffer_.back());
+    buffer_.pop_back();
+    protectedImageId_ = kNoImageId;
+    ++counts_.delivered;
+    PublishCounts();
+    return image;
+  }
+
+  std::deque<ImagePtr> TakeAll() {
+    std::deque<ImagePtr> images;
+    const std::lock_guard<std::mutex> lock(bufferLock_);
+    images.swap(buffer_);
+    counts_.dropped += images.size();
+    PublishCounts();
+    return images;
+  }
+
+  void SetMaxImageCount(std::int32_t count) {
+    const std::lock_guard<std::mutex> lock(bufferLock_);
+    for (; count >= 0 && Count() > count; ++counts_.dropped) {
+      static_cast<void>(buffer_.back().release());  // its pusher knows it
+      buffer_.pop_back();
+    }
+    maxImageCount = count;
+    PublishCounts();
+  }
+
+  bool Has(int imageId) const {
+    const std::lock_guard<std::mutex> lock(bufferLock_);
+    return Find(imageId) != buffer_.end();
+  }
+
+  bool MoveToFront(int imageId, bool protect) {
+    const std::lock_guard<std::mutex> lock(bufferLock_);
+    const auto found = Find(imageId);
+    if (found == buffer_.end()) return false;
+    if (protect) protectedImageId_ = imageId;
+    const auto image = buffer_.begin() + (found - buffer_.begin());
+    std::rotate(buffer_.begin(), image, image + 1);
+    return true;
+  }
+
+  bool IsEmpty() const {
+    const std::lock_guard<std::mutex> lock(bufferLock_);
+    return buffer_.empty();
+  }
+
+  // A producer looks at its condition and falls asleep under the lock. To pass through the lock
+  // before the call makes sure that none is between the two and misses it.
+  void PassThroughLock() const { const std::lock_guard<std::mutex> lock(bufferLock_); }
+  void WakeProducers() { spaceAvailable_.notify_all(); }
+
+  int GetCount() const { return static_cast<int>(tally_.GetBuffered()); }
+
+  ImageSourceStatistics GetStatistics() const {
+    const internal::SourceCounts counts = tally_.Read();
+    const std::uint64_t refused =
+        counts.refused + refusedWhileIdle_.load(std::memory_order_relaxed);
+    return {counts.delivered + counts.dropped + refused + counts.buffered, counts.delivered,
+            counts.dropped, refused, counts.buffered};
+  }
+
+ private:
+  std::int32_t Count() const { return static_cast<std::int32_t>(buffer_.size()); }
+
+  std::deque<ImagePtr>::const_iterator Find(int imageId) const {
+    return std::find_if(buffer_.begin(), buffer_.end(),
+                        [imageId](const ImagePtr& image) { return HasId(*image, imageId); });
+  }
+
+  ImagePtr TakeOldest() {
+    ImagePtr image = std::move(buffer_.front());
+    buffer_.pop_front();
+    ++counts_.dropped;
+    return image;
+  }
+
+  ImagePtr Refuse(ImagePtr image) {
+    ++counts_.refused;
+    PublishCounts();
+    return image;
+  }
+
+  void PublishCounts() {
+    counts_.buffered = buffer_.size();
+    tally_.Publish(counts_);
+  }
+
+  mutable std::mutex bufferLock_;           // guards buffer_, protectedImageId_ and counts_
+  std::condition_variable spaceAvailable_;  // producers wait on it in mode BOP_Block
+  std::deque<ImagePtr> buffer_;             // oldest first
+  std::int32_t protectedImageId_ = kNoImageId;
+  internal::SourceCounts counts_;
+  internal::SourceTally tally_;  // counts_, for readers without the lock
+
+  // An idle source refuses without the lock, and so counts without it.
+  std::atomic<std::uint64_t> refusedWhileIdle_{0};
+};
+
+CImageSourceAdapter::CImageSourceAdapter() : state_(std::make_unique<State>()) {}
+
+CImageSourceAdapter::~CImageSourceAdapter() {
+  ClearBuffer();
+}
+
+void CImageSourceAdapter::StartFetching() {
+  state_->fetching = true;
+}
+
+void CImageSourceAdapter::StopFetching() {
+  state_->fetching = false;
+  state_->PassThroughLock();
+  state_->WakeProducers();
+}
+
+void CImageSourceAdapter::AddImageToBuffer(const CImageData* image, bool copyImage) {
+  if (image == nullptr) return;
+  ImagePtr owned(copyImage ? nullptr : const_cast<CImageData*>(image));
+  if (state_->IsIdle()) {  // before the copy: it would be for nothing
+    state_->CountRefusalWhileIdle();
+    return;
+  }
+  if (copyImage) owned = internal::CopyImage(*image);
+  state_->Add(std::move(owned));
+}
+
+CImageData* CImageSourceAdapter::GetImage() {
+  ImagePtr image = state_->Take();
+  if (image == nullptr) return nullptr;
+  if (state_->overflowMode == BOP_Block) state_->WakeProducers();
+  if (image->GetBytes() == nullptr) return image.release();
+  CImageData* converted = Nx_ConvertImageData(image.get(), state_->colourChannelUsage);
+  return converted != nullptr ? converted : image.release();
+}
+
+void CImageSourceAdapter::SetMaxImageCount(int count) {
+  state_->SetMaxImageCount(count);
+  state_->WakeProducers();
+}
+
+int CImageSourceAdapter::GetMaxImageCount() const noexcept {
+  return state_->maxImageCount;
+}
+
+void CImageSourceAdapter::SetBufferOverflowProtectionMode(
+    BufferOverflowProtectionMode mode) noexcept {
+  state_->overflowMode = mode;
+}
+
+BufferOverflowProtectionMode CImageSourceAdapter::GetBufferOverflowProtectionMode() const noexcept {
+  return state_->overflowMode;
+}
+
+void CImageSourceAdapter::SetColourChannelUsageType(ColourChannelUsageType usage) noexcept {
+  state_->colourChannelUsage = usage;
+}
+
+ColourChannelUsageType CImageSourceAdapter::GetColourChannelUsageType() const noexcept {
+  return state_->colourChannelUsage;
+}
+
+bool CImageSourceAdapter::HasImage(int imageId) const {
+  return state_->Has(imageId);
+}
+
+bool CImageSourceAdapter::SetNextImageToReturn(int imageId, bool keepInBuffer) {
+  return state_->MoveToFront(imageId, keepInBuffer);
+}
+
+int CImageSourceAdapter::GetImageCount() const noexcept {
+  return state_->GetCount();
+}
+
+bool CImageSourceAdapter::IsBufferEmpty() const {
+  return state_->IsEmpty();
+}
+
+void CImageSourceAdapter::ClearBuffer() {
+  const std::deque<ImagePtr> images = state_->TakeAll();
+  state_->WakeProducers();
+}
+
+void CImageSourceAdapter::SetErrorListener(CImageSourceErrorListener* listener) noexcept {
+  errorListener_ = listener;
+}
+
+CImageSourceErrorListener* CImageSourceAdapter::GetErrorListener() const noexcept {
+  return errorListener_;
+}
+
+ImageSourceStatistics CImageSourceAdapter::GetStatistics() const noexcept {
+  return state_->GetStatistics();
+}
+
+}  // namespace velmora::basic_structures
