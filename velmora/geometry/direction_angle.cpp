@@ -6,8 +6,9 @@
 namespace velmora::internal {
 namespace {
 
-constexpr int AngleByFormula(std::int32_t dx, std::int32_t dy) noexcept {
-  const float degrees = ToFloat(CalcArcTangent(dy, dx) / kAnglePi * 180);
+constexpr int AngleByFormula(std::int64_t dx, std::int64_t dy) noexcept {
+  const float degrees =
+      ToFloat(CalcArcTangent(static_cast<double>(dy), static_cast<double>(dx)) / kAnglePi * 180);
   const int rounded = RoundHalfAwayFromZero(degrees);
   return rounded < 0 ? rounded + 360 : rounded;
 }
@@ -23,14 +24,14 @@ struct AngleTable {
         angle[dx + kReach][dy + kReach] = static_cast<std::int16_t>(AngleByFormula(dx, dy));
     }
   }
-  static constexpr bool Reaches(std::int32_t d) noexcept { return d >= -kReach && d <= kReach; }
+  static constexpr bool Reaches(std::int64_t d) noexcept { return d >= -kReach && d <= kReach; }
 };
 
 constexpr AngleTable kTable;
 
 }  // namespace
 
-int DirectionAngle(std::int32_t dx, std::int32_t dy) noexcept {
+int DirectionAngle(std::int64_t dx, std::int64_t dy) noexcept {
   if (AngleTable::Reaches(dx) && AngleTable::Reaches(dy))
     return kTable.angle[dx + AngleTable::kReach][dy + AngleTable::kReach];
   return AngleByFormula(dx, dy);

@@ -11,9 +11,9 @@
 
 namespace velmora {
 
+using internal::Difference;
 using internal::RoundHalfAwayFromZero;
 using internal::ToFloat;
-using internal::WrapAbs;
 using internal::WrapAdd;
 using internal::WrapMul;
 using internal::WrapSub;
@@ -43,12 +43,12 @@ void Nx_LineSegmentEnhanced::InitEnhanced(bool clearLength, bool clearAngle, boo
   b_ = slope_ = intercept_ = norm_ = kNoFloat;
 }
 
-std::int32_t Nx_LineSegmentEnhanced::Dx() const {
-  return WrapSub(endPoint_[0], startPoint_[0]);
+std::int64_t Nx_LineSegmentEnhanced::Dx() const {
+  return Difference(endPoint_[0], startPoint_[0]);
 }
 
-std::int32_t Nx_LineSegmentEnhanced::Dy() const {
-  return WrapSub(endPoint_[1], startPoint_[1]);
+std::int64_t Nx_LineSegmentEnhanced::Dy() const {
+  return Difference(endPoint_[1], startPoint_[1]);
 }
 
 void Nx_LineSegmentEnhanced::GetVertices(NxPoint_<int>* out) const {
@@ -98,7 +98,8 @@ float Nx_LineSegmentEnhanced::GetRealLength() const {
 }
 
 int Nx_LineSegmentEnhanced::GetPixelLength() const {
-  if (pixelLength_ == 0) pixelLength_ = WrapAdd(std::max(WrapAbs(Dx()), WrapAbs(Dy())), 1);
+  if (pixelLength_ == 0)
+    pixelLength_ = static_cast<std::int32_t>(std::max(std::abs(Dx()), std::abs(Dy())) + 1);
   return pixelLength_;
 }
 
@@ -108,13 +109,13 @@ int Nx_LineSegmentEnhanced::CalcAngle() const {
 }
 
 Nx_LS_Line_Direction_Status Nx_LineSegmentEnhanced::GetLineDirectionStatus() const {
-  return WrapAbs(Dx()) < WrapAbs(Dy()) ? LSLDS_STEEP : LSLDS_FLAT;
+  return std::abs(Dx()) < std::abs(Dy()) ? LSLDS_STEEP : LSLDS_FLAT;
 }
 
 void Nx_LineSegmentEnhanced::CalcEquation() const {
   if (b_ != kNoFloat) return;
   a_ = ToFloat(Dy());
-  b_ = ToFloat(WrapSub(startPoint_[0], endPoint_[0]));
+  b_ = ToFloat(-Dx());
   c_ = ToFloat(endPoint_[0]) * ToFloat(startPoint_[1]) -
        ToFloat(startPoint_[0]) * ToFloat(endPoint_[1]);
   if (b_ != 0) {
@@ -189,27 +190,26 @@ int Nx_LineSegmentEnhanced::CalcPointStatusOnLineEquation(const NxPoint_<int>& p
 }
 
 int Nx_LineSegmentEnhanced::CalcVectorCrossProductOfTwoLines(const Nx_LineSegment& other) const {
-  const NxPoint_<int>& start = other.GetStartPoint();
-  const NxPoint_<int>& end = other.GetEndPoint();
-  return WrapSub(WrapMul(WrapSub(end[1], start[1]), Dx()),
-                 WrapMul(WrapSub(end[0], start[0]), Dy()));
+  const auto difference = [](const CLineSegment& segment, int axis) {
+    return WrapSub(segment.GetEndPoint()[axis], segment.GetStartPoint()[axis]);
+  };
+  return WrapSub(WrapMul(difference(other, 1), difference(*this, 0)),
+                 WrapMul(difference(other, 0), difference(*this, 1)));
 }
 
 void Nx_LineSegmentEnhanced::CalcProjectionPtOfLine(const NxPoint_<int>& p,
                                                     NxPoint_<int>& out) const {
   const float dx = ToFloat(Dx());
   const float dy = ToFloat(Dy());
-  const float px = ToFloat(WrapSub(p[0], startPoint_[0]));
-  const float py = ToFloat(WrapSub(p[1], startPoint_[1]));
+  const float px = ToFloat(Difference(p[0], startPoint_[0]));
+  const float py = ToFloat(Difference(p[1], startPoint_[1]));
   const float squared = dx * dx + dy * dy;
   CalcPointFromRelativeCoord(squared > 0 ? (px * dx + py * dy) / squared : 0, out);
 }
 
 float Nx_LineSegmentEnhanced::CalcRelativeCoordFromPoint(const NxPoint_<int>& p) const {
-  const std::int32_t dx = Dx();
-  const std::int32_t dy = Dy();
-  if (WrapAbs(dx) > WrapAbs(dy)) return ToFloat(WrapSub(p[0], startPoint_[0])) / ToFloat(dx);
-  return ToFloat(WrapSub(p[1], startPoint_[1])) / ToFloat(dy);
+  const int axis = std::abs(Dx()) > std::abs(Dy()) ? 0 : 1;
+  return ToFloat(Difference(p[axis], startPoint_[axis])) / ToFloat(axis == 0 ? Dx() : Dy());
 }
 
 void Nx_LineSegmentEnhanced::CalcPointFromRelativeCoord(float t, NxPoint_<int>& out) const {

@@ -81,9 +81,10 @@ class VELMORA_EXPORT Nx_LineSegment : public basic_structures::CLineSegment, pub
 /// for. A change of the ends forgets exactly what it invalidates: a translation keeps length and
 /// angle, a rotation the length, anything else nothing.
 ///
-/// Differences of coordinates are 32-bit and wrap: all measures are right as long as the ends are
-/// less than 2^31 apart along each axis. Directions are whole degrees, 0 to 359, clockwise on the
-/// image from the +x axis. "Rounded" means to the nearest int, halves away from zero.
+/// Directions are whole degrees, 0 to 359, clockwise on the image from the +x axis. "Rounded" means
+/// to the nearest int, halves away from zero. Ends may lie anywhere in the range of an int; a
+/// result that does not fit wraps or, where it was computed in floating point, is the most negative
+/// int.
 ///
 /// @threadsafety one thread at a time, readers included: reading fills the caches
 class VELMORA_EXPORT Nx_LineSegmentEnhanced : public Nx_LineSegment {
@@ -239,8 +240,8 @@ class VELMORA_EXPORT Nx_LineSegmentEnhanced : public Nx_LineSegment {
   static constexpr float kNoFloat = std::numeric_limits<float>::max();
   static constexpr float kLeastDivisor = 0.001F;
 
-  std::int32_t Dx() const;
-  std::int32_t Dy() const;
+  std::int64_t Dx() const;
+  std::int64_t Dy() const;
   NxPoint_<int> LeftOffset(int distance) const;
   bool CalcOffset(Nx_LS_Translating_Direction direction, int distance, NxPoint_<int>& out) const;
   void Translate(const NxPoint_<int>& offset);

@@ -10,6 +10,7 @@
 
 namespace velmora {
 
+using internal::Difference;
 using internal::kAnglePi;
 using internal::RoundHalfAwayFromZero;
 using internal::SinCos;
@@ -82,7 +83,7 @@ NxPoint_<int> Nx_LineSegmentEnhanced::LeftOffset(int distance) const {
   const float length = GetRealLength();
   if (length == 0) return {};
   return {RoundHalfAwayFromZero(ToFloat(distance) * (ToFloat(Dy()) / length)),
-          RoundHalfAwayFromZero(ToFloat(distance) * (ToFloat(WrapSub(0, Dx())) / length))};
+          RoundHalfAwayFromZero(ToFloat(distance) * (ToFloat(-Dx()) / length))};
 }
 
 bool Nx_LineSegmentEnhanced::CalcOffset(Nx_LS_Translating_Direction direction, int distance,
@@ -121,8 +122,8 @@ void Nx_LineSegmentEnhanced::Turn(const NxPoint_<int>& centre, double radians) {
   const float s = ToFloat(turn.sine);
   const NxPoint_<int> around = centre;  // which may be one of the ends
   for (NxPoint_<int>* p : {&startPoint_, &endPoint_}) {
-    const float x = ToFloat(WrapSub((*p)[0], around[0]));
-    const float y = ToFloat(WrapSub((*p)[1], around[1]));
+    const float x = ToFloat(Difference((*p)[0], around[0]));
+    const float y = ToFloat(Difference((*p)[1], around[1]));
     p->Set(WrapAdd(RoundHalfAwayFromZero(x * c - y * s), around[0]),
            WrapAdd(RoundHalfAwayFromZero(x * s + y * c), around[1]));
   }
@@ -154,7 +155,7 @@ void Nx_LineSegmentEnhanced::StretchLength(Nx_LS_Point_Alignment pivot, float am
   const double wanted = mode == LSLTM_ADD ? length + amount : length * amount;
   const double factor = wanted > 0 ? wanted / length : 0;
   const auto stretched = [&](const NxPoint_<int>& p, int axis) {
-    const auto reach = static_cast<double>(internal::Difference(p[axis], fixed[axis]));
+    const auto reach = static_cast<double>(Difference(p[axis], fixed[axis]));
     return RoundHalfAwayFromZero(fixed[axis] + reach * factor);
   };
   SetVertices({stretched(startPoint_, 0), stretched(startPoint_, 1)},
@@ -172,8 +173,8 @@ void Nx_LineSegmentEnhanced::Scale(float scaleX, float scaleY) {
 bool Nx_LineSegmentEnhanced::MakeLineInBounds(int width, int height) {
   if (width < 1 || height < 1) return false;
   if (!IsOutOfBounds(width, height)) return true;
-  const auto dx = static_cast<double>(internal::Difference(endPoint_[0], startPoint_[0]));
-  const auto dy = static_cast<double>(internal::Difference(endPoint_[1], startPoint_[1]));
+  const auto dx = static_cast<double>(Dx());
+  const auto dy = static_cast<double>(Dy());
   Fraction enter{0, 1};
   Fraction leave{1, 1};
   if (!ClipAxis(startPoint_[0], dx, width - 1, enter, leave)) return false;

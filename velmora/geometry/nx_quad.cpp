@@ -33,7 +33,8 @@ std::int32_t TurnFromFirst(const NxPoint_<int>* v, int a, int b) {
 }
 
 int AngleBetween(const NxPoint_<int>& from, const NxPoint_<int>& to) {
-  return internal::DirectionAngle(WrapSub(to[0], from[0]), WrapSub(to[1], from[1]));
+  return internal::DirectionAngle(internal::Difference(to[0], from[0]),
+                                  internal::Difference(to[1], from[1]));
 }
 
 char* WriteInt(char* out, int value) {

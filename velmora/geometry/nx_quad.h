@@ -150,8 +150,9 @@ class VELMORA_EXPORT Nx_Quad : public NxObjectBase {
 
   /// Where @p p lies. Edges are asked in their order and the first that decides wins, so a vertex
   /// belongs to the lower-numbered of its edges. Within less than @p tolerance pixels of an edge's
-  /// line the point is on that edge, if it lies between the ends, or else outside. Of a point
-  /// beyond the ends along one axis only, a tolerance of 1 says outside and any other "on the edge".
+  /// line the point is on that edge, if it lies between the ends, or else outside. Between the
+  /// ends is, with a tolerance of 1, whoever is beyond them along neither axis; with any other,
+  /// whoever is strictly between them along one axis at least.
   Nx_Quad_Point_Position_Relation CalcPointPositionRelation(const NxPoint_<int>& p,
                                                             int tolerance) const;
 

@@ -67,8 +67,8 @@ using basic_structures::NxPoint_;
 ///     |       v
 ///     3 <---- 2
 ///
-/// False as soon as three consecutive points are collinear, so that a true answer also means
-/// "strictly convex or wound twice". The turns are 32-bit and wrap.
+/// A true answer also means that they are strictly convex: four turns of less than 180 degrees each
+/// make one full turn. False as soon as three consecutive points are collinear. 32-bit, wrapping.
 /// @param v four points
 VELMORA_EXPORT bool IsPointsClockWise(const NxPoint_<int>* const v);
 

@@ -53,9 +53,6 @@ class EdgeRuns {
     const std::int64_t first = std::max<std::int64_t>(std::min(a, b), 0);
     const std::int64_t last = std::min(std::max(a, b) + 1, walk.GetLastStep());
     walk.ForEachPixel(first, last, mode == PXM_CHAIN, [&](const NxPoint_<int>& p) { Add(p); });
-    // At negative coordinates a walk may be a pixel away from the ends.
-    Add(start);
-    Add(end);
   }
 
   const Run& InRow(std::int32_t y) const { return runs_[Index(y)]; }
@@ -96,11 +93,20 @@ Crossing CrossingAt(const NxPoint_<int>& start, const NxPoint_<int>& end, std::i
                 : Crossing{start[0] + whole, start[0] + whole + rest};
 }
 
-// The runs of one row, sorted: at most four edges and two stretches between crossings.
+// The runs of one row, sorted: at most four edges, four vertices and two stretches between
+// crossings.
 class Row {
  public:
   void Add(const Run& run) {
     if (run.first <= run.last) InsertSorted(runs_, count_, run);
+  }
+
+  // The vertices themselves: at negative coordinates a walk may be a pixel away from its ends.
+  void AddVertices(const NxPoint_<int>* v, std::int32_t y, const CRect& window) {
+    for (int i = 0; i < 4; ++i) {
+      if (v[i][1] == y && v[i][0] >= window.left && v[i][0] <= window.right)
+        Add({v[i][0], v[i][0]});
+    }
   }
 
   // What lies between the first and second, third and fourth crossing of the row, by the even-odd
@@ -113,10 +119,9 @@ class Row {
       if ((v[i][1] <= y) != (end[1] <= y)) InsertSorted(crossings, count, CrossingAt(v[i], end, y));
     }
     for (int i = 0; i + 1 < count; i += 2) {
-      Run run;
-      run.first = Clamped(crossings[i].ceiling, window.left, std::int64_t{window.right} + 1);
-      run.last = Clamped(crossings[i + 1].floor, std::int64_t{window.left} - 1, window.right);
-      Add(run);
+      const std::int64_t first = std::max<std::int64_t>(crossings[i].ceiling, window.left);
+      const std::int64_t last = std::min<std::int64_t>(crossings[i + 1].floor, window.right);
+      if (first <= last) Add({static_cast<std::int32_t>(first), static_cast<std::int32_t>(last)});
     }
   }
 
@@ -130,11 +135,7 @@ class Row {
   }
 
  private:
-  static std::int32_t Clamped(std::int64_t x, std::int64_t low, std::int64_t high) {
-    return static_cast<std::int32_t>(std::clamp(x, low, high));
-  }
-
-  Run runs_[6];
+  Run runs_[10];
   int count_ = 0;
 };
 
@@ -153,6 +154,7 @@ void CollectQuadPixels(const NxPoint_<int>* vertices, Nx_Pixelate_Mode mode, con
     const auto rowY = static_cast<std::int32_t>(y);
     Row row;
     for (const EdgeRuns& edge : edges) row.Add(edge.InRow(rowY));
+    row.AddVertices(vertices, rowY, window);
     row.AddInterior(vertices, rowY, window);
     row.AppendTo(out, rowY);
   }

@@ -27,11 +27,6 @@ constexpr std::int64_t WrapMul(std::int64_t a, std::int64_t b) noexcept {
   return static_cast<std::int64_t>(static_cast<std::uint64_t>(a) * static_cast<std::uint64_t>(b));
 }
 
-// The magnitude; that of the most negative int is itself.
-constexpr std::int32_t WrapAbs(std::int32_t a) noexcept {
-  return a < 0 ? WrapSub(0, a) : a;
-}
-
 // Toward zero. NaN and whatever does not fit give the most negative int, on every target.
 constexpr std::int32_t TruncateToInt(double value) noexcept {
   return value > -2147483649.0 && value < 2147483648.0 ? static_cast<std::int32_t>(value)
@@ -46,6 +41,9 @@ constexpr std::int32_t RoundHalfAwayFromZero(double value) noexcept {
 
 // Conversions that round to nearest, spelled so that the loss is visible.
 constexpr float ToFloat(std::int32_t value) noexcept {
+  return static_cast<float>(value);
+}
+constexpr float ToFloat(std::int64_t value) noexcept {
   return static_cast<float>(value);
 }
 constexpr float ToFloat(double value) noexcept {

@@ -60,8 +60,8 @@ inline basic_structures::CRect BoundingRect(const NxPoint_<int>* v) noexcept {
 }
 
 inline float SegmentLength(const NxPoint_<int>& start, const NxPoint_<int>& end) noexcept {
-  const double dx = WrapSub(end[0], start[0]);
-  const double dy = WrapSub(end[1], start[1]);
+  const auto dx = static_cast<double>(Difference(end[0], start[0]));
+  const auto dy = static_cast<double>(Difference(end[1], start[1]));
   return ToFloat(std::sqrt(dx * dx + dy * dy));
 }
 

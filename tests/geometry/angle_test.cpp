@@ -1,0 +1,101 @@
+// Directions and rotations against the C library of the target: after rounding, the same.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+
+#include "tests/geometry/quad_inputs.h"
+#include "velmora/geometry/internal/trigonometry.h"
+#include "velmora/geometry/math_utils.h"
+#include "velmora/geometry/nx_line_segment.h"
+
+namespace velmora {
+namespace {
+
+using testing::Point;
+using testing::Random;
+
+constexpr double kPi = 3.141592653;  // as the angles of the library know it
+
+int AngleByLibrary(int dx, int dy) {
+  const int angle = MathUtils::round(static_cast<float>(std::atan2(dy, dx) / kPi * 180));
+  return angle < 0 ? angle + 360 : angle;
+}
+
+int Angle(int dx, int dy) {
+  return Nx_LineSegmentEnhanced({1000, -70}, {1000 + dx, -70 + dy}).GetAngle(AD_360);
+}
+
+TEST(Angles, AreThoseOfTheFormula) {
+  EXPECT_EQ(Angle(0, -5), 270);
+  EXPECT_EQ(Angle(-1, 0), 180);
+  // The table of short segments, its border and what lies around it.
+  for (int dy = -150; dy <= 150; ++dy) {
+    for (int dx = -150; dx <= 150; ++dx)
+      ASSERT_EQ(Angle(dx, dy), AngleByLibrary(dx, dy)) << dx << ' ' << dy;
+  }
+  Random random(1);
+  for (int i = 0; i < 200'000; ++i) {
+    const Point d = random.PointIn(-200'000, 200'000);
+    ASSERT_EQ(Angle(d[0], d[1]), AngleByLibrary(d[0], d[1])) << d[0] << ' ' << d[1];
+  }
+}
+
+TEST(Angles, SeriesAreWithinABitOfTheLibrary) {
+  Random random(2);
+  for (int i = 0; i < 200'000; ++i) {
+    const double radians = random.Between(-1'000'000, 1'000'000) / (i % 2 == 0 ? 1e5 : 1.0);
+    // Many turns away from 0 it is the 32-bit target's library that loses digits.
+    const double tolerance = std::fabs(radians) <= 10 ? 2.3e-16 : 2e-14;
+    const internal::SinCos got = internal::CalcSinCos(radians);
+    ASSERT_NEAR(got.sine, std::sin(radians), tolerance) << radians;
+    ASSERT_NEAR(got.cosine, std::cos(radians), tolerance) << radians;
+    const int x = random.Extreme();
+    const int y = random.Extreme();
+    ASSERT_NEAR(internal::CalcArcTangent(y, x), std::atan2(y, x), 9e-16) << x << ' ' << y;
+  }
+  EXPECT_EQ(internal::CalcSinCos(0).sine, 0.0);
+  EXPECT_EQ(internal::CalcSinCos(0).cosine, 1.0);
+  EXPECT_EQ(internal::CalcArcTangent(0, -7), std::atan2(0, -7));
+}
+
+// All whole degrees of several turns, distances and coordinates up to 100,000.
+TEST(Rotations, AreThoseOfTheFormulaForEveryDegree) {
+  Random random(3);
+  for (int angle = -720; angle <= 720; ++angle) {
+    const double byFloat = static_cast<double>(static_cast<float>(angle) / 180) * kPi;
+    const double byDouble = angle * kPi / 180;
+    const auto c = static_cast<float>(std::cos(byDouble));
+    const auto s = static_cast<float>(std::sin(byDouble));
+    for (int i = 0; i < 60; ++i) {
+      SCOPED_TRACE(angle);
+      const int distance = i < 20 ? i : random.Between(-100'000, 100'000);
+      const Point start = random.PointIn(-100'000, 100'000);
+      const Point end = random.PointIn(-100'000, 100'000);
+      const Nx_LineSegmentEnhanced made(start, angle, distance);
+      ASSERT_EQ(
+          made.GetEndPoint(),
+          Point(start[0] + MathUtils::round(static_cast<float>(std::cos(byFloat) * distance)),
+                start[1] + MathUtils::round(static_cast<float>(std::sin(byFloat) * distance))))
+          << distance;
+
+      Nx_LineSegmentEnhanced moved(start, end);
+      moved.TranslateBasedOnAngle(angle, distance);
+      ASSERT_EQ(moved.GetEndPoint(), Point(end[0] + static_cast<int>(std::cos(byFloat) * distance),
+                                           end[1] + static_cast<int>(std::sin(byFloat) * distance)))
+          << distance;
+
+      const Point centre = random.PointIn(-100'000, 100'000);
+      Nx_LineSegmentEnhanced turned(start, end);
+      turned.Rotate(centre, angle);
+      const auto x = static_cast<float>(end[0] - centre[0]);
+      const auto y = static_cast<float>(end[1] - centre[1]);
+      ASSERT_EQ(turned.GetEndPoint(), Point(MathUtils::round(x * c - y * s) + centre[0],
+                                            MathUtils::round(x * s + y * c) + centre[1]));
+    }
+  }
+}
+
+}  // namespace
+}  // namespace velmora

@@ -1,0 +1,118 @@
+#include "velmora/geometry/coordinate_transform.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <vector>
+
+#include "tests/geometry/quad_inputs.h"
+
+namespace velmora {
+namespace {
+
+using basic_structures::CQuadrilateral;
+using testing::Point;
+using testing::Random;
+using Matrix = std::array<double, 9>;
+
+constexpr Matrix kIdentity = {1, 0, 0, 0, 1, 0, 0, 0, 1};
+
+Matrix Shift(double x, double y) {
+  return {1, 0, x, 0, 1, y, 0, 0, 1};
+}
+
+TEST(CoordinateTransform, ClockwiseQuadsKeepTheirOrder) {
+  const CQuadrilateral clockwise{{{10, 0}, {10, 10}, {0, 10}, {0, 0}}};
+  const CQuadrilateral reversed{{{10, 0}, {0, 0}, {0, 10}, {10, 10}}};
+  const CQuadrilateral concave{{{10, 0}, {4, 4}, {0, 10}, {0, 0}}};
+  Point out[4];
+  ConvertQuadrilateralToClockWisePoints(clockwise, out);
+  EXPECT_TRUE(std::equal(out, out + 4, clockwise.points));
+  ConvertQuadrilateralToClockWisePoints(reversed, out);
+  const Point fromUpperLeft[] = {{0, 0}, {10, 0}, {10, 10}, {0, 10}};
+  EXPECT_TRUE(std::equal(out, out + 4, fromUpperLeft));
+  ConvertQuadrilateralToClockWisePoints(concave, out);
+  EXPECT_EQ(out[0], Point(0, 0)) << "reordered although it runs clockwise";
+  EXPECT_FALSE(ConvertQuadrilateralWithTransformMat(concave, kIdentity.data(), out));
+}
+
+TEST(CoordinateTransform, IdentityWithinTheTolerance) {
+  for (std::size_t i = 0; i < 9; ++i) {
+    for (const double sign : {-1.0, 1.0}) {
+      Matrix m = kIdentity;
+      m[i] += sign * 0.000009;
+      EXPECT_TRUE(IsIdentityTransformMatrix(m.data())) << i;
+      m = kIdentity;
+      m[i] += sign * 0.0000100001;
+      EXPECT_FALSE(IsIdentityTransformMatrix(m.data())) << i;
+    }
+  }
+  Matrix m = kIdentity;
+  m[1] = 0.00001;
+  EXPECT_FALSE(IsIdentityTransformMatrix(m.data())) << "the tolerance itself is too much";
+  m[1] = std::nan("");
+  EXPECT_FALSE(IsIdentityTransformMatrix(m.data()));
+}
+
+TEST(CoordinateTransform, InversesCancelInTheStatedOrder) {
+  const Matrix a = {2, 1, 5, -1, 3, 7, 0.001, 0, 1};
+  // The inverse, from the adjugate over the determinant.
+  Matrix b = {3, -1, -8, 1.007, 1.995, -19, -0.003, 0.001, 7};
+  for (double& element : b) element /= 2 * 3 + 1.007 * 1 - 0.015;
+  EXPECT_TRUE(IsInverseTransformMatrices(a.data(), b.data()));
+  const CQuadrilateral q{{{1, 1}, {101, 3}, {98, 77}, {-4, 60}}};
+  Point out[4];
+  EXPECT_TRUE(ConvertQuadrilateralWithDiffCoordinates(q, a.data(), b.data(), out));
+  EXPECT_TRUE(std::equal(out, out + 4, q.points)) << "not truncated twice";
+  // Only the product of the second and the first counts.
+  const Matrix flat = {1, 0, 0, 0, 1, 0, 0, 0, 0};
+  EXPECT_FALSE(IsInverseTransformMatrices(flat.data(), flat.data()));
+}
+
+TEST(CoordinateTransform, TruncatesAfterEachMatrix) {
+  const CQuadrilateral q{{{3, 0}, {13, 0}, {13, 9}, {3, 9}}};
+  Point out[4];
+  EXPECT_TRUE(ConvertQuadrilateralWithTransformMat(q, Shift(0.5, 0).data(), out));
+  EXPECT_EQ(out[0], Point(3, 0));
+  EXPECT_TRUE(
+      ConvertQuadrilateralWithDiffCoordinates(q, Shift(0.5, 0).data(), Shift(0.5, 0).data(), out));
+  EXPECT_EQ(out[0], Point(3, 0)) << "two truncations, not one";
+  EXPECT_TRUE(ConvertQuadrilateralWithDiffCoordinates(
+      q, Shift(1, 0).data(), Matrix{2, 0, 0, 0, 1, 0, 0, 0, 1}.data(), out));
+  EXPECT_EQ(out[0], Point(8, 0)) << "the first matrix first";
+  const Matrix mirror = {-1, 0, 0, 0, 1, 0, 0, 0, 1};
+  EXPECT_TRUE(ConvertQuadrilateralWithTransformMat(q, mirror.data(), out));
+  EXPECT_EQ(out[1], Point(-13, 0)) << "not sorted again";
+  const Matrix flatten = {1, 0, 0, 0, 0, 4, 0, 0, 1};
+  EXPECT_FALSE(ConvertQuadrilateralWithTransformMat(q, flatten.data(), out));
+}
+
+TEST(CoordinateTransform, IsTheTruncatedExactImage) {
+  Random random(21);
+  int compared = 0;
+  for (int i = 0; i < 100'000; ++i) {
+    Matrix m;
+    for (std::size_t j = 0; j < 9; ++j)
+      m[j] = random.Between(-1'000'000, 1'000'000) / (j < 6 ? 1e5 : 1e9);
+    m[8] += 1;
+    const Point p = random.PointIn(-100'000, 100'000);
+    const long double w =
+        static_cast<long double>(m[6]) * p[0] + static_cast<long double>(m[7]) * p[1] + m[8];
+    const Point got = Point::TransformCoordinates(p, m.data());
+    for (const std::size_t row : {0U, 1U}) {
+      const long double want = (static_cast<long double>(m[3 * row]) * p[0] +
+                                static_cast<long double>(m[3 * row + 1]) * p[1] + m[3 * row + 2]) /
+                               w;
+      // Right beside an int the last bit of a double decides.
+      if (std::fabs(want) > 2e9L || std::fabs(want - std::round(want)) < 1e-5L) continue;
+      ASSERT_EQ(got[static_cast<int>(row)], static_cast<int>(want));
+      ++compared;
+    }
+  }
+  EXPECT_GT(compared, 190'000);
+}
+
+}  // namespace
+}  // namespace velmora

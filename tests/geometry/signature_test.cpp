@@ -1,0 +1,225 @@
+// One number over some hundred thousand results, random extremes among them: every compiler and
+// both targets must come to the same bits.
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <vector>
+
+#include "tests/geometry/quad_inputs.h"
+#include "velmora/geometry/coordinate_transform.h"
+#include "velmora/geometry/math_utils.h"
+#include "velmora/geometry/nx_quad.h"
+
+namespace velmora {
+namespace {
+
+using testing::Point;
+using testing::Quad4;
+using testing::Random;
+using Segment = Nx_LineSegmentEnhanced;
+
+class Signature {
+ public:
+  void Add(int result) {
+    hash_ = (hash_ ^ static_cast<std::uint32_t>(result)) * 0x100000001B3U;  // FNV-1a by words
+    ++count_;
+  }
+  void Add(float result) {
+    std::int32_t bits = 0;
+    std::memcpy(&bits, &result, sizeof bits);
+    Add(std::isnan(result) ? -1 : bits);  // the bits of a NaN are the processor's own
+  }
+  void Add(const Point& result) {
+    Add(result[0]);
+    Add(result[1]);
+  }
+  void AddEnds(const Segment& result) {
+    Add(result.GetStartPoint());
+    Add(result.GetEndPoint());
+  }
+  template <typename T>
+  void AddAll(const T* results, std::size_t count) {
+    Add(static_cast<int>(count));
+    for (std::size_t i = 0; i < count; ++i) Add(results[i]);
+  }
+
+  std::uint64_t GetHash() const { return hash_; }
+  int GetCount() const { return count_; }
+
+ private:
+  std::uint64_t hash_ = 0xCBF29CE484222325U;
+  int count_ = 0;
+};
+
+// What an operation is given, from an image or from anywhere.
+struct Inputs {
+  Quad4 first, second;
+  Point p;
+  int number;
+  float ratio;
+};
+
+Inputs FromImages(Random& random, int reach) {
+  return {random.QuadIn(-reach / 8, reach), random.QuadIn(-reach / 8, reach),
+          random.PointIn(-reach / 8, reach), random.Between(-400, 400),
+          static_cast<float>(random.Between(-2'000, 2'000)) / 1'000};
+}
+
+Inputs FromAnywhere(Random& random) {
+  Inputs in = FromImages(random, 1'000);
+  const auto scatter = [&](Point& p) {
+    if (random.Between(0, 3) != 0) p = random.ExtremePoint();
+  };
+  for (Point& p : in.first) scatter(p);
+  for (Point& p : in.second) scatter(p);
+  scatter(in.p);
+  in.number = random.Extreme();
+  in.ratio = static_cast<float>(random.Extreme());
+  return in;
+}
+
+void AddMeasures(Signature& s, const Segment& segment, const Segment& other, const Inputs& in) {
+  float equation[3];
+  float slope = 0;
+  float intercept = 0;
+  Point out;
+  s.Add(segment.GetMidPoint());
+  s.Add(segment.GetRealLength());
+  s.Add(segment.GetPixelLength());
+  s.Add(segment.CalcAngle());
+  s.Add(segment.GetLineDirectionStatus());
+  segment.GetLineEquation(equation);
+  s.AddAll(equation, 3);
+  for (const Nx_Coordinates_Axis axis : {CA_X, CA_Y}) {
+    s.Add(segment.GetLineEquation(axis, slope, intercept));
+    s.Add(slope);
+    s.Add(intercept);
+  }
+  s.Add(segment.CalcX(in.p[1]));
+  s.Add(segment.CalcY(in.p[0]));
+  s.Add(segment.CalcDistanceToPoint(in.p));
+  s.Add(segment.CalcPointStatusOnLineEquation(in.p));
+  s.Add(segment.CalcVectorCrossProductOfTwoLines(other));
+  segment.CalcProjectionPtOfLine(in.p, out);
+  s.Add(out);
+  s.Add(segment.CalcRelativeCoordFromPoint(in.p));
+  segment.CalcPointFromRelativeCoord(in.ratio, out);
+  s.Add(out);
+  s.Add(segment.JudgePtIsInLineSeg(in.p, in.ratio));
+  s.Add(segment.CalcPointPositionStatus(in.p, in.number));
+  s.Add(segment.CalcPositionStatusOfInputLine(other, 5));
+  for (const Nx_Angle_Domain domain : {AD_90, AD_180, AD_360})
+    s.Add(segment.CalcAngleBetweenLines(other, domain));
+  segment.CalcTranslatedPoint(in.p, LSTD_LEFT, in.number, out);
+  s.Add(out);
+  const auto distance = [&](auto type) {
+    using T = decltype(type);
+    return MathUtils::distance(static_cast<T>(in.p[0]), static_cast<T>(in.p[1]),
+                               static_cast<T>(in.first[0][0]), static_cast<T>(in.first[0][1]));
+  };
+  s.Add(distance(int()));
+  s.Add(distance(float()));
+}
+
+void AddMoves(Signature& s, const Segment& segment, const Inputs& in) {
+  const int n = in.number;
+  const auto add = [&](auto change) {
+    Segment moved(segment);
+    change(moved);
+    s.AddEnds(moved);
+  };
+  s.AddEnds(Segment(in.p, n, in.first[2][0]));
+  add([&](Segment& m) { s.Add(m.TranslateBasedOnAngle(n, in.first[2][1])); });
+  add([&](Segment& m) { m.TranslateBasedOnDirection(LSTD_RIGHT, n); });
+  add([&](Segment& m) { m.TranslateToPoint(in.p, LSPA_MIDDLE); });
+  add([&](Segment& m) { m.SetOrigin(in.p); });
+  add([&](Segment& m) { m.Rotate(in.p, n); });
+  add([&](Segment& m) { m.Rotate(LSPA_MIDDLE, n); });
+  add([&](Segment& m) { m.RotateBasedOnDistance(LSPA_END, n); });
+  add([&](Segment& m) { m.StretchLength(LSPA_MIDDLE, in.ratio, LSLTM_MULTIPLY); });
+  add([&](Segment& m) { m.StretchLength(LSPA_START, in.ratio, LSLTM_ADD); });
+  add([&](Segment& m) { m.Scale(in.ratio, -in.ratio); });
+  add([&](Segment& m) { s.Add(m.MakeLineInBounds(640, 480)); });
+}
+
+void AddQuads(Signature& s, const Inputs& in) {
+  const Nx_Quad quad(in.first.data());
+  const Nx_Quad other(in.second.data());
+  Point out;
+  s.Add(quad.GetArea(640, 480));
+  s.Add(quad.GetArea(-1, -1));
+  s.Add(quad.GetPerimeter());
+  s.AddAll(quad.GetInteriorAngles(), 4);
+  s.Add(quad.GetOrientationAngle(AD_180));
+  s.Add(quad.GetVerticalAngle());
+  s.Add(quad.GetOrientationLength());
+  s.Add(quad.GetVerticalLength());
+  s.Add(quad.GetCentralPoint());
+  quad.CalcPointFromRelativeCoord(in.ratio, 0.3F, out);
+  s.Add(out);
+  s.Add(quad.IsConvex());
+  s.Add(quad.IsClockWise());
+  s.Add(quad.QuadHasExtremelyShortEdge());
+  s.Add(quad.GetAllPixelsReserveSize(in.number, 640, 480));
+  for (const int tolerance : {0, 1, 3}) s.Add(quad.CalcPointPositionRelation(in.p, tolerance));
+  s.Add(quad.IsOverlapWithOtherQuad(other, 0));
+  s.Add(quad.IsOverlapWithOtherQuad(other, 0.1F));
+  std::vector<Point> points;
+  quad.GetOverlappingPolygonPointsWithOtherQuad(&other, points);
+  s.AddAll(points.data(), points.size());
+  s.Add(quad.CalcOverlappingAreaWithOtherQuad(&other));
+  quad.GetAllPixels(points, PXM_CHAIN, 1, 12, 10);
+  s.AddAll(points.data(), points.size());
+
+  Nx_Quad moved(quad);
+  moved.ExpandQuad(in.number, 9);
+  s.AddAll(moved.GetVertices(), 4);
+  moved.TranslateEdge(QEI_2, QETD_OUTWARD, 7);
+  s.AddAll(moved.GetVertices(), 4);
+  moved.MakeQuadInBounds(640, 480);
+  s.AddAll(moved.GetVertices(), 4);
+  Quad4 sorted = in.first;
+  Nx_Quad::SetVerticesToClockWise(sorted.data(), -1);
+  s.AddAll(sorted.data(), 4);
+
+  double m[9];
+  for (int i = 0; i < 9; ++i) m[i] = in.second[static_cast<unsigned>(i) % 4][i % 2] / 1e3;
+  s.Add(Point::TransformCoordinates(in.p, m));
+  s.Add(static_cast<float>(in.p.DistanceTo(in.first[0])));
+}
+
+void AddEverything(Signature& s, const Inputs& in) {
+  const Segment segment(in.first[0], in.first[1]);
+  AddMeasures(s, segment, Segment(in.second[0], in.second[1]), in);
+  AddMoves(s, segment, in);
+  AddQuads(s, in);
+}
+
+TEST(Signature, IsTheSameEverywhere) {
+  Signature signature;
+  Random random(31);
+  for (int angle = -360; angle <= 720; ++angle) {
+    Inputs in = FromImages(random, 100'000);
+    in.number = angle;
+    AddMoves(signature, Segment(in.first[0], in.first[1]), in);
+  }
+  for (const int reach : {4, 12, 100, 1'000, 100'000}) {
+    for (int i = 0; i < 400; ++i) AddEverything(signature, FromImages(random, reach));
+  }
+  for (int i = 0; i < 400; ++i) {
+    std::vector<Point> pixels;
+    const Quad4 q = random.QuadIn(-5, 60);
+    Segment(q[0], q[1]).Pixelate(pixels, PXM_CHAIN, 1, -1);
+    signature.AddAll(pixels.data(), pixels.size());
+  }
+  for (int i = 0; i < 2'000; ++i) AddEverything(signature, FromAnywhere(random));
+  EXPECT_GT(signature.GetCount(), 300'000);
+  EXPECT_EQ(signature.GetHash(), 0x571156723F4BD84FU);
+}
+
+}  // namespace
+}  // namespace velmora
