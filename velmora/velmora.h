@@ -73,8 +73,12 @@
 #include "velmora/results/text_zone.h"
 
 // region
+#include "velmora/region/nx_intermediate_result.h"
 #include "velmora/region/region_image_info.h"
+#include "velmora/region/region_object.h"
+#include "velmora/region/region_object_manager.h"
 #include "velmora/region/source_image_object.h"
+#include "velmora/region/unit_base.h"
 #include "velmora/region/work_modes_state.h"
 
 // engine

@@ -57,6 +57,9 @@ class VELMORA_EXPORT NxSourceImageObject : public NxObjectBase {
   const NxRef<NxImageData>& GetImage() const { return image_; }
   std::uint64_t GetImageId() const { return imageId_; }
 
+  /// The number of the JSON record, with which `NxLog::AddJsonStage` adds to it; 0 if none was filed.
+  std::uint64_t GetLogRecordNumber() const { return logRecordNumber_; }
+
   /// The hash id of the image, computed from its bytes on the first call; empty without an image.
   const std::string& GetHashID() const;
 
@@ -103,6 +106,7 @@ class VELMORA_EXPORT NxSourceImageObject : public NxObjectBase {
   mutable std::mutex mutex_;  // guards errors_
   NxDataManagerPool* managerPool_ = nullptr;
   std::atomic<std::int32_t> elapsedMs_{0};
+  std::uint64_t logRecordNumber_ = 0;
 };
 
 }  // namespace velmora
