@@ -1,10 +1,11 @@
 # Installs the library, moves the installed tree, and builds and runs there, in a project of its own,
-# the program that README.md shows; its output must be what README.md shows.
-#   cmake -DBUILD=... -DREADME=... -DWORK=... -DARGUMENTS=... -P check_package.cmake
+# the program that README.md shows and the example for module authors; they must print what README.md
+# and the comment on top of the example say.
+#   cmake -DBUILD=... -DSOURCE=... -DWORK=... -DARGUMENTS=... -P check_package.cmake
 
 # fenced_block(LANGUAGE RESULT): the first fenced block of that language in README.md
 function(fenced_block language result)
-  file(READ ${README} text)
+  file(READ ${SOURCE}/README.md text)
   string(FIND "${text}" "```${language}\n" start)
   if(start EQUAL -1)
     message(FATAL_ERROR "README.md has no block of ${language}")
@@ -24,6 +25,13 @@ file(MAKE_DIRECTORY ${WORK}/moved)
 file(WRITE ${WORK}/readme.cpp "${example}")
 file(WRITE ${WORK}/readme.txt "${output}")
 
+# The example keeps what it prints in lines of its own, three blanks behind the slashes.
+file(COPY ${SOURCE}/examples/module_author DESTINATION ${WORK})
+file(STRINGS ${WORK}/module_author/main.cpp lines REGEX "^//   [^ ]")
+list(TRANSFORM lines REPLACE "^//   (.*)" "\\1\n")
+string(JOIN "" output ${lines})
+file(WRITE ${WORK}/module_author.txt "${output}")
+
 function(run)
   execute_process(COMMAND ${ARGN} COMMAND_ERROR_IS_FATAL ANY)
 endfunction()
@@ -40,6 +48,6 @@ foreach(file IN LISTS package_files)
 endforeach()
 run(${CMAKE_COMMAND} -S ${CMAKE_CURRENT_LIST_DIR} -B ${WORK}/build -G Ninja ${ARGUMENTS}
     -DCMAKE_PREFIX_PATH=${prefix} -DCMAKE_FIND_ROOT_PATH=${prefix}
-    -DREADME_EXAMPLE=${WORK}/readme.cpp -DREADME_OUTPUT=${WORK}/readme.txt)
+    -DPROGRAMS=${WORK})
 run(${CMAKE_COMMAND} --build ${WORK}/build)
 run(${CMAKE_CTEST_COMMAND} --test-dir ${WORK}/build --output-on-failure --no-tests=error)

@@ -1,0 +1,179 @@
+// The example's classes as a client of the library: every pure operation is implemented, and casts
+// between the faces hold on both sides of the library's border.
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "examples/module_author/spot_item.h"
+#include "examples/module_author/spot_region.h"
+#include "examples/module_author/spot_result.h"
+#include "examples/module_author/spots_unit.h"
+#include "velmora/image/nx_image_data.h"
+#include "velmora/region/nx_intermediate_result.h"
+
+namespace spots {
+namespace {
+
+using velmora::NxImageData;
+using velmora::NxIntermediateResult;
+using velmora::NxRef;
+using velmora::NxRegionImageInfo;
+using velmora::NxSourceImageObject;
+
+vb::CQuadrilateral Square(int left, int top, int size) {
+  return {{{left, top}, {left + size, top}, {left + size, top + size}, {left, top + size}}, -1};
+}
+
+// A region that is an element but no spot.
+class ForeignRegion final : public vi::CPredetectedRegionElement {
+ public:
+  vi::RegionObjectElementType GetElementType() const override { return vi::ROET_Default; }
+  vb::CQuadrilateral GetLocation() const override { return {}; }
+  int SetLocation(const vb::CQuadrilateral&) override { return 0; }
+  const vi::CRegionObjectElement* GetReferencedElement() const override { return nullptr; }
+  vi::CRegionObjectElement* Clone() const override { return nullptr; }
+  void Retain() const override {}
+  void Release() const override {}
+  const char* GetModeName() const override { return ""; }
+  void SetModeName(const char*) override {}
+  int GetConfidence() const override { return 0; }
+  void SetConfidence(int) override {}
+};
+
+class ModuleAuthor : public ::testing::Test {
+ protected:
+  ModuleAuthor() {
+    const unsigned char pixels[16] = {};
+    image_ = new NxImageData(16, pixels, 4, 4, 4, vb::PXF_Grayscale8, 0, nullptr);
+    source_ = new NxSourceImageObject(image_.get(), 1, 1000);
+    const double shift[9] = {1, 0, 5, 0, 1, 7, 0, 0, 1};
+    info_ = new NxRegionImageInfo(image_.get(), shift);
+  }
+  ~ModuleAuthor() noexcept override {}
+
+  NxRef<SpotRegion> NewSpot(int left) {
+    const auto square = Square(left, 0, 2);
+    return new SpotRegion(source_.get(), info_, velmora::Nx_Quad(square.points));
+  }
+  NxRef<SpotsUnit> NewUnit() { return new SpotsUnit(source_.get(), info_.get()); }
+
+  static std::string Lefts(const vi::CPredetectedRegionsUnit& unit) {
+    std::string lefts;
+    for (int i = 0; i < unit.GetCount(); ++i)
+      lefts += std::to_string(unit.GetPredetectedRegion(i)->GetLocation().points[0][0]) + " ";
+    return lefts;
+  }
+
+  NxRef<NxImageData> image_;
+  NxRef<NxSourceImageObject> source_;
+  NxRef<NxRegionImageInfo> info_;
+};
+
+TEST_F(ModuleAuthor, RegionIsSeenThroughItsElement) {
+  const NxRef<SpotRegion> root = NewSpot(0);
+  NxRef<SpotRegion> spot = NewSpot(1);
+  spot->SetReferenceRegion(root.get());
+  const vi::CRegionObjectElement* element = spot->GetCRegionObjectElementPtr();
+  EXPECT_EQ(element->GetElementType(), kSpotRegion);
+  EXPECT_EQ(element->GetReferencedElement(), root->GetCRegionObjectElementPtr());
+  EXPECT_EQ(dynamic_cast<const velmora::Nx_Quad*>(element), spot.get());
+
+  vi::CRegionObjectElement* clone = element->Clone();
+  EXPECT_EQ(clone->SetLocation(Square(2, 0, 1)), 0);
+  vb::CQuadrilateral bent = Square(2, 0, 8);
+  bent.points[2] = {3, 1};
+  EXPECT_EQ(clone->SetLocation(bent), velmora::EC_QuadrilateralInvalid);
+  EXPECT_EQ(clone->GetLocation().points[0][0], 2);
+  EXPECT_EQ(element->GetLocation().points[0][0], 1);
+  EXPECT_EQ(dynamic_cast<SpotRegion*>(clone)->GetCRegionObjectElementPtr(), clone);
+  spot->SetInvalid();
+  EXPECT_FALSE(dynamic_cast<SpotRegion*>(clone)->IsValid()) << "copies share their status";
+  clone->Release();
+
+  element->Retain();
+  spot.reset();
+  EXPECT_EQ(element->GetLocation().points[0][0], 1);
+  element->Release();
+}
+
+TEST_F(ModuleAuthor, UnitIsAListThatObserversMayChange) {
+  const NxRef<SpotsUnit> unit = NewUnit();
+  for (const int left : {0, 1, 2}) EXPECT_EQ(unit->AddPredetectedRegion(NewSpot(left).get()), 0);
+  EXPECT_EQ(unit->SetPredetectedRegion(1, NewSpot(9).get()), 0);
+  EXPECT_EQ(Lefts(*unit), "0 9 2 ");
+
+  const ForeignRegion foreign;
+  EXPECT_EQ(unit->AddPredetectedRegion(nullptr), velmora::EC_NullPointer);
+  EXPECT_EQ(unit->AddPredetectedRegion(&foreign), velmora::EC_ResultTypeMismatchIrreplaceable);
+  EXPECT_EQ(unit->SetPredetectedRegion(0, &foreign), velmora::EC_ResultTypeMismatchIrreplaceable);
+  for (const int index : {-1, 3}) {
+    EXPECT_EQ(unit->GetPredetectedRegion(index), nullptr);
+    EXPECT_EQ(unit->SetPredetectedRegion(index, NewSpot(4).get()), velmora::EC_IndexInvalid);
+    EXPECT_EQ(unit->RemovePredetectedRegion(index), velmora::EC_IndexInvalid);
+  }
+  EXPECT_EQ(unit->RemovePredetectedRegion(0), 0);
+  EXPECT_EQ(Lefts(*unit), "9 2 ");
+  unit->RemoveAllPredetectedRegions();
+  EXPECT_EQ(Lefts(*unit), "");
+}
+
+TEST_F(ModuleAuthor, UnitIsClonedDeeplyAndReplaced) {
+  const NxRef<SpotsUnit> unit = NewUnit();
+  unit->AddElement(NewSpot(1));
+  unit->CopySourceInfoFromImage(image_.get());
+  vi::CIntermediateResultUnit* clone = unit->Clone();
+  auto* regions = dynamic_cast<vi::CPredetectedRegionsUnit*>(clone);
+  EXPECT_STREQ(clone->GetOriginalImageHashId(), image_->GetHashID().c_str());
+  EXPECT_NE(regions->GetPredetectedRegion(0), unit->GetPredetectedRegion(0));
+  regions->AddPredetectedRegion(NewSpot(2).get());
+  EXPECT_EQ(Lefts(*unit), "1 ");
+  EXPECT_EQ(unit->Replace(clone), 0);
+  EXPECT_EQ(unit->Replace(unit.get()), 0);
+  EXPECT_EQ(Lefts(*unit), "1 2 ");
+  EXPECT_EQ(unit->Replace(nullptr), velmora::EC_NullPointer);
+  clone->Release();
+}
+
+TEST_F(ModuleAuthor, UnitIsFoundAcrossTheBorder) {
+  const NxRef<SpotsUnit> unit = NewUnit();
+  const NxRef<NxIntermediateResult> result = new NxIntermediateResult;
+  result->AddUnit(unit.get());
+  EXPECT_EQ(result->GetIntermediateResultUnit(0), nullptr) << "nobody has looked for it yet";
+  EXPECT_TRUE(unit->TransToCIntermediateResultUnitPtr()) << "the library casts a class of ours";
+  const vi::CIntermediateResult& lent = *result;
+  const vi::CIntermediateResultUnit* face = lent.GetIntermediateResultUnit(0);
+  EXPECT_EQ(dynamic_cast<const vi::CPredetectedRegionsUnit*>(face), unit.get());
+  EXPECT_EQ(dynamic_cast<const velmora::NxObjectBase*>(face), unit.get());
+  EXPECT_EQ(dynamic_cast<const vi::CTextZonesUnit*>(face), nullptr);
+}
+
+TEST_F(ModuleAuthor, ItemsOutliveTheirResultWhenRetained) {
+  NxRef<SpotItem> item = new SpotItem(Square(3, 4, 5));
+  NxRef<velmora::basic_structures::NxvItemBase> reference = new SpotItem(Square(0, 0, 9));
+  item->SetReferenceItem(reference);
+  item->SetTargetAndTaskName("target", "task");
+  CSpotResult* result = nullptr;
+  {
+    const NxRef<SpotResult> body = new SpotResult("BKDR_1", nullptr);
+    body->AddResultItemExternal(item.get());
+    EXPECT_EQ(body->GetCProductResultPtr(), static_cast<CSpotResult*>(body.get()));
+    result = body->ToApplication();
+  }
+  EXPECT_EQ(result->GetItemsCount(), 1);
+  const auto* spot = dynamic_cast<const CSpotResultItem*>(result->GetItem(0));
+  EXPECT_EQ(spot->GetType(), kSpotItem);
+  EXPECT_EQ(spot->GetReferenceItem(), reference->GetCCapturedResultItemPtr());
+  spot->Retain();
+  item.reset();
+  result->Release();
+  EXPECT_STREQ(spot->GetTaskName(), "task");
+  vb::CCapturedResultItem* clone = spot->Clone();
+  EXPECT_EQ(clone->GetReferenceItem(), nullptr);
+  EXPECT_EQ(dynamic_cast<CSpotResultItem*>(clone)->GetLocation().points[2][1], 9);
+  clone->Release();
+  spot->Release();
+}
+
+}  // namespace
+}  // namespace spots
