@@ -15,7 +15,6 @@ namespace velmora {
 namespace {
 
 using intermediate_results::CIntermediateResultUnit;
-using testing::FoundRegion;
 using testing::FoundRegionsUnit;
 using testing::RunTogether;
 

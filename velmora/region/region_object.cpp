@@ -56,6 +56,8 @@ NxRegionObject::NxRegionObject(const NxRegionObject& other)
   if (hashId_.empty()) UpdateHashId(GetRegionImage());
 }
 
+// Assigning a region to itself needs no check: each member takes care of it.
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment)
 NxRegionObject& NxRegionObject::operator=(const NxRegionObject& other) {
   // A region may be given its own reference region, which must then live until all is copied.
   const NxRef<NxRegionObject> oldReferenceRegion = referenceRegion_;
@@ -105,8 +107,10 @@ void NxRegionObject::InitLocation(NxImageData* image, const Nx_Quad* quad) {
   isWholeImage_ = image != nullptr && IsTotSamePoints(CornersOf(*image).data());
 }
 
-// The hash id names a place on a capture: a region that belongs to none gets it when asked.
+// The hash id names a place on a capture: a region that belongs to none gets it when asked. Under
+// construction this is the operation of this class, whatever the concrete class overrides.
 void NxRegionObject::UpdateHashId(NxImageData* image) {
+  // NOLINTNEXTLINE(clang-analyzer-optin.cplusplus.VirtualCall)
   if (source_ && image != nullptr) CalcRegionHashId();
 }
 
