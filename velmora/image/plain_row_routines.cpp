@@ -18,10 +18,17 @@ void BitsToGrey(const Byte* source, Byte* target, int width, const Byte* palette
   for (; x < width; ++x) target[x] = values[(*source >> (7 - x % 8)) & 1];
 }
 
+void WriteColour(Byte* target, const Byte* entry) {
+  // Loaded before the first store: the compiler cannot know that the two do not overlap.
+  const Byte blue = entry[0], green = entry[1], red = entry[2];
+  target[0] = blue;
+  target[1] = green;
+  target[2] = red;
+}
+
 void BitsToColour(const Byte* source, Byte* target, int width, const Byte* palette) {
-  for (int x = 0; x < width; ++x) {
-    const Byte* entry = palette + 3 * ((source[x / 8] >> (7 - x % 8)) & 1);
-    for (int channel = 0; channel < 3; ++channel) *target++ = entry[channel];
+  for (int x = 0; x < width; ++x, target += 3) {
+    WriteColour(target, palette + 3 * ((source[x / 8] >> (7 - x % 8)) & 1));
   }
 }
 
@@ -35,11 +42,18 @@ void NibblesToGrey(const Byte* source, Byte* target, int width, const Byte* pale
   if (x < width) target[x] = palette[*source >> 4];
 }
 
+void WriteGrey(Byte* target, unsigned value) {
+  target[0] = target[1] = target[2] = static_cast<Byte>(value);
+}
+
 void NibblesToColour(const Byte* source, Byte* target, int width, const Byte*) {
-  for (int x = 0; x < width; ++x) {
-    const int nibble = (source[x / 2] >> (x % 2 == 0 ? 4 : 0)) & 15;
-    for (int channel = 0; channel < 3; ++channel) *target++ = static_cast<Byte>(nibble * 15);
+  int x = 0;
+  for (; x + 2 <= width; x += 2, target += 6) {
+    const unsigned pair = *source++;
+    WriteGrey(target, (pair >> 4) * 15);
+    WriteGrey(target + 3, (pair & 15U) * 15);
   }
+  if (x < width) WriteGrey(target, (*source >> 4) * 15U);
 }
 
 template <int kBytesPerPixel>
@@ -52,14 +66,11 @@ void IndexedBytesToGrey(const Byte* source, Byte* target, int width, const Byte*
 }
 
 void IndexedBytesToColour(const Byte* source, Byte* target, int width, const Byte* palette) {
-  for (int x = 0; x < width; ++x, target += 3) {
-    const Byte* entry = palette + 3 * source[x];
-    for (int channel = 0; channel < 3; ++channel) target[channel] = entry[channel];
-  }
+  for (int x = 0; x < width; ++x, target += 3) WriteColour(target, palette + 3 * source[x]);
 }
 
 void BytesToColour(const Byte* source, Byte* target, int width, const Byte*) {
-  for (int x = 0; x < width; ++x, target += 3) target[0] = target[1] = target[2] = source[x];
+  for (int x = 0; x < width; ++x, target += 3) WriteGrey(target, source[x]);
 }
 
 // ---- 16-bit words ----
@@ -80,11 +91,29 @@ unsigned LittleEndianWord(const Byte* bytes) {
   return bytes[0] | static_cast<unsigned>(bytes[1]) << 8;
 }
 
+// What each byte of a word adds to the weighted sum: the two add up, as no bit of the word reaches
+// into more than one channel.
+template <typename Word>
+struct WordWeights {
+  std::array<std::uint32_t, 256> low{}, high{};
+
+  constexpr WordWeights() {
+    for (unsigned byte = 0; byte < 256; ++byte) {
+      low[byte] = WeightedSum(Word::Red(byte), Word::Green(byte), Word::Blue(byte));
+      const unsigned p = byte << 8;
+      high[byte] = WeightedSum(Word::Red(p), Word::Green(p), Word::Blue(p));
+    }
+  }
+};
+
+template <typename Word>
+constexpr WordWeights<Word> kWordWeights;
+
 template <typename Word>
 void WordsToLuminance(const Byte* source, Byte* target, int width, const Byte*) {
+  const WordWeights<Word>& weights = kWordWeights<Word>;
   for (int x = 0; x < width; ++x, source += 2) {
-    const unsigned p = LittleEndianWord(source);
-    target[x] = Luminance(Word::Red(p), Word::Green(p), Word::Blue(p));
+    target[x] = static_cast<Byte>((weights.low[source[0]] + weights.high[source[1]]) >> 16);
   }
 }
 

@@ -6,9 +6,13 @@
 
 namespace velmora::internal {
 
-// The luminance of a colour: weights of 16 bits that add up to 65536, rounded down.
-constexpr unsigned char Luminance(unsigned red, unsigned green, unsigned blue) {
-  return static_cast<unsigned char>((red * 19562U + green * 38550U + blue * 7424U) >> 16);
+// The luminance of a colour, times 65536, to be rounded down. The weights add up to 65536.
+constexpr std::uint32_t WeightedSum(std::uint32_t red, std::uint32_t green, std::uint32_t blue) {
+  return red * 19562U + green * 38550U + blue * 7424U;
+}
+
+constexpr unsigned char Luminance(std::uint32_t red, std::uint32_t green, std::uint32_t blue) {
+  return static_cast<unsigned char>(WeightedSum(red, green, blue) >> 16);
 }
 
 // YUV to RGB with 8 fractional bits, as studio-range video has it: blue = y + ub[U],
