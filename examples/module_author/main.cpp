@@ -12,7 +12,7 @@
 //   Successful.
 
 #include <cstdio>
-#include <vector>
+#include <cstring>
 
 #include "spot_item.h"
 #include "spot_region.h"
@@ -34,16 +34,17 @@ constexpr int kHeight = 48;
 
 // A white page with three dark rectangles.
 NxRef<NxImageData> MakePage() {
-  std::vector<unsigned char> pixels(kWidth * kHeight, 255);
+  unsigned char pixels[kWidth * kHeight];
+  std::memset(pixels, 255, sizeof(pixels));
   const auto fill = [&pixels](int left, int top, int right, int bottom) {
     for (int y = top; y <= bottom; ++y)
-      for (int x = left; x <= right; ++x) pixels[static_cast<std::size_t>(y * kWidth + x)] = 0;
+      for (int x = left; x <= right; ++x) pixels[y * kWidth + x] = 0;
   };
   fill(4, 3, 13, 8);
   fill(50, 5, 51, 6);
   fill(20, 12, 33, 30);
-  return new NxImageData(pixels.size(), pixels.data(), kWidth, kHeight, kWidth, vb::PXF_Grayscale8,
-                         0, nullptr);
+  return new NxImageData(sizeof(pixels), pixels, kWidth, kHeight, kWidth, vb::PXF_Grayscale8, 0,
+                         nullptr);
 }
 
 // ---- the module ---------------------------------------------------------------------------------

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <type_traits>
-#include <vector>
 
 #include "tests/support/virtual_slots.h"
 #include "velmora/results/buffered_item.h"
@@ -16,154 +15,109 @@
 #include "velmora/results/observation_parameters.h"
 #include "velmora/results/pdf_reading_parameter.h"
 #include "velmora/results/region_object_element.h"
+#include "velmora/results/result_imp_base.h"
 
 namespace velmora {
 namespace {
 
-using basic_structures::BufferedItemBase;
-using basic_structures::BufferedItemSetBase;
-using basic_structures::CCapturedResultBase;
-using basic_structures::CCapturedResultItem;
-using basic_structures::COriginalImageResultItem;
-using basic_structures::NxvItemBase;
+using namespace basic_structures;
 using namespace intermediate_results;
 using testing::CountVirtualOperations;
 using testing::SlotOf;
 
 // Modules are compiled against these tables: one operation more, less or in another place breaks
 // every module that exists.
-TEST(Interfaces, HaveTheirNumberOfVirtualOperations) {
-  EXPECT_EQ(CountVirtualOperations<CCapturedResultItem>(), 8);
-  EXPECT_EQ(CountVirtualOperations<COriginalImageResultItem>(), 9);
-  EXPECT_EQ(CountVirtualOperations<CCapturedResultBase>(), 6);
-  EXPECT_EQ(CountVirtualOperations<NxvItemBase>(), 2);
-  EXPECT_EQ(CountVirtualOperations<BufferedItemBase>(), 2);
-  EXPECT_EQ(CountVirtualOperations<BufferedItemSetBase>(), 2);
-  EXPECT_EQ(CountVirtualOperations<CIntermediateResultUnit>(), 6);
-  EXPECT_EQ(CountVirtualOperations<CColourImageUnit>(), 8);
-  EXPECT_EQ(CountVirtualOperations<CScaledColourImageUnit>(), 8);
-  EXPECT_EQ(CountVirtualOperations<CGrayscaleImageUnit>(), 8);
-  EXPECT_EQ(CountVirtualOperations<CTransformedGrayscaleImageUnit>(), 8);
-  EXPECT_EQ(CountVirtualOperations<CEnhancedGrayscaleImageUnit>(), 8);
-  EXPECT_EQ(CountVirtualOperations<CBinaryImageUnit>(), 8);
-  EXPECT_EQ(CountVirtualOperations<CTextureRemovedGrayscaleImageUnit>(), 8);
-  EXPECT_EQ(CountVirtualOperations<CTextureRemovedBinaryImageUnit>(), 8);
-  EXPECT_EQ(CountVirtualOperations<CTextRemovedBinaryImageUnit>(), 8);
-  EXPECT_EQ(CountVirtualOperations<CContoursUnit>(), 8);
-  EXPECT_EQ(CountVirtualOperations<CTextureDetectionResultUnit>(), 10);
-  EXPECT_EQ(CountVirtualOperations<CPredetectedRegionsUnit>(), 12);
-  EXPECT_EQ(CountVirtualOperations<CTextZonesUnit>(), 12);
-  EXPECT_EQ(CountVirtualOperations<CLineSegmentsUnit>(), 12);
-  EXPECT_EQ(CountVirtualOperations<CShortLinesUnit>(), 12);
-  EXPECT_EQ(CountVirtualOperations<CRegionObjectElement>(), 8);
-  EXPECT_EQ(CountVirtualOperations<CPredetectedRegionElement>(), 12);
-  EXPECT_EQ(CountVirtualOperations<CAuxiliaryRegionElement>(), 12);
-  EXPECT_EQ(CountVirtualOperations<CIntermediateResult>(), 3);
-  EXPECT_EQ(CountVirtualOperations<CAbstractIntermediateResultReceiver>(), 5);
-  EXPECT_EQ(CountVirtualOperations<CObservationParameters>(), 10);
-  EXPECT_EQ(CountVirtualOperations<CObservationParametersImp>(), 10);
+
+// What is in slots first, first + 1, first + 2...; the last one ends the table.
+template <typename Class, typename... Members>
+void ExpectTable(const char* name, int first, Members... members) {
+  SCOPED_TRACE(name);
+  int want = first;
+  for (const int slot : {SlotOf(members)...}) EXPECT_EQ(slot, want++);
+  EXPECT_EQ(CountVirtualOperations<Class>(), want);
 }
 
-// What is in slots 1, 2, 3...
-template <typename... Members>
-std::vector<int> Slots(Members... members) {
-  return {SlotOf(members)...};
+TEST(Interfaces, ResultsKeepTheirTables) {
+  using Item = CCapturedResultItem;
+  ExpectTable<Item>("item", 1, &Item::GetType, &Item::GetReferenceItem, &Item::GetTargetROIDefName,
+                    &Item::GetTaskName, &Item::Clone, &Item::Retain, &Item::Release);
+  ExpectTable<COriginalImageResultItem>("image item", 8, &COriginalImageResultItem::GetImageData);
+  using Result = CCapturedResultBase;
+  ExpectTable<Result>("result", 1, &Result::GetSourceImageHashId, &Result::GetSourceImageTag,
+                      &Result::GetSourceImageRotationMatrix, &Result::GetErrorCode,
+                      &Result::GetErrorString);
+  ExpectTable<NxvItemBase>("item base", 1, &NxvItemBase::GetType);
+  ExpectTable<ResultImpBase>("result base", 1, &ResultImpBase::AddResultItems,
+                             &ResultImpBase::ClearAllItems);
+  ExpectTable<BufferedItemBase>("buffered item", 1, &BufferedItemBase::GetBufferedItemType);
+  ExpectTable<BufferedItemSetBase>("item set", 1, &BufferedItemSetBase::CopyFromManager);
 }
 
-TEST(Interfaces, KeepTheOrderOfResultOperations) {
-  EXPECT_EQ(Slots(&CCapturedResultItem::GetType, &CCapturedResultItem::GetReferenceItem,
-                  &CCapturedResultItem::GetTargetROIDefName, &CCapturedResultItem::GetTaskName,
-                  &CCapturedResultItem::Clone, &CCapturedResultItem::Retain,
-                  &CCapturedResultItem::Release, &COriginalImageResultItem::GetImageData),
-            (std::vector{1, 2, 3, 4, 5, 6, 7, 8}));
-  EXPECT_EQ(
-      Slots(&CCapturedResultBase::GetSourceImageHashId, &CCapturedResultBase::GetSourceImageTag,
-            &CCapturedResultBase::GetSourceImageRotationMatrix, &CCapturedResultBase::GetErrorCode,
-            &CCapturedResultBase::GetErrorString),
-      (std::vector{1, 2, 3, 4, 5}));
-  EXPECT_EQ(Slots(&NxvItemBase::GetType, &NxvItemBase::SetUpload,
-                  &BufferedItemBase::GetBufferedItemType, &BufferedItemSetBase::CopyFromManager),
-            (std::vector{1, -1, 1, 1}));
-  EXPECT_EQ(Slots(&CIntermediateResultUnit::GetUnitType, &CIntermediateResultUnit::Clone,
-                  &CIntermediateResultUnit::Replace, &CIntermediateResultUnit::Retain,
-                  &CIntermediateResultUnit::Release),
-            (std::vector{1, 2, 3, 4, 5}));
-  const std::vector image{6, 7};
-  EXPECT_EQ(Slots(&CColourImageUnit::GetImageData, &CColourImageUnit::SetImageData), image);
-  EXPECT_EQ(Slots(&CScaledColourImageUnit::GetImageData, &CScaledColourImageUnit::SetImageData),
-            image);
-  EXPECT_EQ(Slots(&CGrayscaleImageUnit::GetImageData, &CGrayscaleImageUnit::SetImageData), image);
-  EXPECT_EQ(Slots(&CTransformedGrayscaleImageUnit::GetImageData,
-                  &CTransformedGrayscaleImageUnit::SetImageData),
-            image);
-  EXPECT_EQ(
-      Slots(&CEnhancedGrayscaleImageUnit::GetImageData, &CEnhancedGrayscaleImageUnit::SetImageData),
-      image);
-  EXPECT_EQ(Slots(&CBinaryImageUnit::GetImageData, &CBinaryImageUnit::SetImageData), image);
-  EXPECT_EQ(Slots(&CTextureRemovedGrayscaleImageUnit::GetImageData,
-                  &CTextureRemovedGrayscaleImageUnit::SetImageData),
-            image);
-  EXPECT_EQ(Slots(&CTextureRemovedBinaryImageUnit::GetImageData,
-                  &CTextureRemovedBinaryImageUnit::SetImageData),
-            image);
-  EXPECT_EQ(
-      Slots(&CTextRemovedBinaryImageUnit::GetImageData, &CTextRemovedBinaryImageUnit::SetImageData),
-      image);
-  EXPECT_EQ(Slots(&CContoursUnit::GetContours, &CContoursUnit::SetContours), image);
-  EXPECT_EQ(
-      Slots(&CTextureDetectionResultUnit::GetSpacingX, &CTextureDetectionResultUnit::SetSpacingX,
-            &CTextureDetectionResultUnit::GetSpacingY, &CTextureDetectionResultUnit::SetSpacingY),
-      (std::vector{6, 7, 8, 9}));
-  const std::vector list{6, 7, 8, 9, 10, 11};
-  EXPECT_EQ(
-      Slots(&CPredetectedRegionsUnit::GetCount, &CPredetectedRegionsUnit::GetPredetectedRegion,
-            &CPredetectedRegionsUnit::AddPredetectedRegion,
-            &CPredetectedRegionsUnit::SetPredetectedRegion,
-            &CPredetectedRegionsUnit::RemovePredetectedRegion,
-            &CPredetectedRegionsUnit::RemoveAllPredetectedRegions),
-      list);
-  EXPECT_EQ(Slots(&CTextZonesUnit::GetCount, &CTextZonesUnit::GetTextZone,
-                  &CTextZonesUnit::AddTextZone, &CTextZonesUnit::SetTextZone,
-                  &CTextZonesUnit::RemoveTextZone, &CTextZonesUnit::RemoveAllTextZones),
-            list);
-  EXPECT_EQ(Slots(&CLineSegmentsUnit::GetCount, &CLineSegmentsUnit::GetLineSegment,
-                  &CLineSegmentsUnit::AddLineSegment, &CLineSegmentsUnit::SetLineSegment,
-                  &CLineSegmentsUnit::RemoveLineSegment, &CLineSegmentsUnit::RemoveAllLineSegments),
-            list);
-  EXPECT_EQ(Slots(&CShortLinesUnit::GetCount, &CShortLinesUnit::GetShortLine,
-                  &CShortLinesUnit::AddShortLine, &CShortLinesUnit::SetShortLine,
-                  &CShortLinesUnit::RemoveShortLine, &CShortLinesUnit::RemoveAllShortLines),
-            list);
+template <typename Unit>
+void ExpectImageUnit(const char* name) {
+  ExpectTable<Unit>(name, 6, &Unit::GetImageData, &Unit::SetImageData);
 }
 
-TEST(Interfaces, KeepTheOrderOfRegionAndObserverOperations) {
-  EXPECT_EQ(Slots(&CRegionObjectElement::GetElementType, &CRegionObjectElement::GetLocation,
-                  &CRegionObjectElement::SetLocation, &CRegionObjectElement::GetReferencedElement,
-                  &CRegionObjectElement::Clone, &CRegionObjectElement::Retain,
-                  &CRegionObjectElement::Release),
-            (std::vector{1, 2, 3, 4, 5, 6, 7}));
-  EXPECT_EQ(
-      Slots(&CPredetectedRegionElement::GetModeName, &CPredetectedRegionElement::SetModeName,
-            &CPredetectedRegionElement::GetConfidence, &CPredetectedRegionElement::SetConfidence),
-      (std::vector{8, 9, 10, 11}));
-  EXPECT_EQ(Slots(&CAuxiliaryRegionElement::GetName, &CAuxiliaryRegionElement::SetName,
-                  &CAuxiliaryRegionElement::GetConfidence, &CAuxiliaryRegionElement::SetConfidence),
-            (std::vector{8, 9, 10, 11}));
-  EXPECT_EQ(Slots(&CIntermediateResult::GetCount, &CIntermediateResult::GetIntermediateResultUnit),
-            (std::vector{1, 2}));
+TEST(Interfaces, UnitsKeepTheirTables) {
+  using Unit = CIntermediateResultUnit;
+  ExpectTable<Unit>("unit", 1, &Unit::GetUnitType, &Unit::Clone, &Unit::Replace, &Unit::Retain,
+                    &Unit::Release);
+  ExpectImageUnit<CColourImageUnit>("colour");
+  ExpectImageUnit<CScaledColourImageUnit>("scaled colour");
+  ExpectImageUnit<CGrayscaleImageUnit>("grayscale");
+  ExpectImageUnit<CTransformedGrayscaleImageUnit>("transformed grayscale");
+  ExpectImageUnit<CEnhancedGrayscaleImageUnit>("enhanced grayscale");
+  ExpectImageUnit<CBinaryImageUnit>("binary");
+  ExpectImageUnit<CTextureRemovedGrayscaleImageUnit>("texture-removed grayscale");
+  ExpectImageUnit<CTextureRemovedBinaryImageUnit>("texture-removed binary");
+  ExpectImageUnit<CTextRemovedBinaryImageUnit>("text-removed binary");
+  ExpectTable<CContoursUnit>("contours", 6, &CContoursUnit::GetContours,
+                             &CContoursUnit::SetContours);
+  using Texture = CTextureDetectionResultUnit;
+  ExpectTable<Texture>("texture", 6, &Texture::GetSpacingX, &Texture::SetSpacingX,
+                       &Texture::GetSpacingY, &Texture::SetSpacingY);
+  using Regions = CPredetectedRegionsUnit;
+  ExpectTable<Regions>("regions", 6, &Regions::GetCount, &Regions::GetPredetectedRegion,
+                       &Regions::AddPredetectedRegion, &Regions::SetPredetectedRegion,
+                       &Regions::RemovePredetectedRegion, &Regions::RemoveAllPredetectedRegions);
+  using Zones = CTextZonesUnit;
+  ExpectTable<Zones>("text zones", 6, &Zones::GetCount, &Zones::GetTextZone, &Zones::AddTextZone,
+                     &Zones::SetTextZone, &Zones::RemoveTextZone, &Zones::RemoveAllTextZones);
+  using Lines = CLineSegmentsUnit;
+  ExpectTable<Lines>("lines", 6, &Lines::GetCount, &Lines::GetLineSegment, &Lines::AddLineSegment,
+                     &Lines::SetLineSegment, &Lines::RemoveLineSegment,
+                     &Lines::RemoveAllLineSegments);
+  using Shorts = CShortLinesUnit;
+  ExpectTable<Shorts>("short lines", 6, &Shorts::GetCount, &Shorts::GetShortLine,
+                      &Shorts::AddShortLine, &Shorts::SetShortLine, &Shorts::RemoveShortLine,
+                      &Shorts::RemoveAllShortLines);
+}
+
+TEST(Interfaces, RegionsAndObserversKeepTheirTables) {
+  using Element = CRegionObjectElement;
+  ExpectTable<Element>("element", 1, &Element::GetElementType, &Element::GetLocation,
+                       &Element::SetLocation, &Element::GetReferencedElement, &Element::Clone,
+                       &Element::Retain, &Element::Release);
+  using Predetected = CPredetectedRegionElement;
+  ExpectTable<Predetected>("predetected", 8, &Predetected::GetModeName, &Predetected::SetModeName,
+                           &Predetected::GetConfidence, &Predetected::SetConfidence);
+  using Auxiliary = CAuxiliaryRegionElement;
+  ExpectTable<Auxiliary>("auxiliary", 8, &Auxiliary::GetName, &Auxiliary::SetName,
+                         &Auxiliary::GetConfidence, &Auxiliary::SetConfidence);
+  ExpectTable<CIntermediateResult>("intermediate result", 1, &CIntermediateResult::GetCount,
+                                   &CIntermediateResult::GetIntermediateResultUnit);
   using Receiver = CAbstractIntermediateResultReceiver;
-  EXPECT_EQ(Slots(&Receiver::OnTargetROIResultsReceived, &Receiver::OnTaskResultsReceived,
-                  &Receiver::OnSectionResultsReceived, &Receiver::OnUnitResultReceived,
-                  &Receiver::GetObservationParameters),
-            (std::vector{1, 2, 3, 4, -1}));
+  ExpectTable<Receiver>("receiver", 1, &Receiver::OnTargetROIResultsReceived,
+                        &Receiver::OnTaskResultsReceived, &Receiver::OnSectionResultsReceived,
+                        &Receiver::OnUnitResultReceived);
   using Parameters = CObservationParametersImp;
-  EXPECT_EQ(Slots(&Parameters::SetObservedResultUnitTypes, &Parameters::GetObservedResultUnitTypes,
-                  &Parameters::IsResultUnitTypeObserved, &Parameters::AddObservedTask,
-                  &Parameters::RemoveObservedTask, &Parameters::IsTaskObserved,
-                  &Parameters::SetResultUnitTypesOnlyForInput,
-                  &Parameters::GetResultUnitTypesOnlyForInput,
-                  &Parameters::IsResultUnitTypeOnlyForInput, &Parameters::SetFunctionMark),
-            (std::vector{1, 2, 3, 4, 5, 6, 7, 8, 9, -1}));
+  ExpectTable<Parameters>(
+      "parameters", 1, &Parameters::SetObservedResultUnitTypes,
+      &Parameters::GetObservedResultUnitTypes, &Parameters::IsResultUnitTypeObserved,
+      &Parameters::AddObservedTask, &Parameters::RemoveObservedTask, &Parameters::IsTaskObserved,
+      &Parameters::SetResultUnitTypesOnlyForInput, &Parameters::GetResultUnitTypesOnlyForInput,
+      &Parameters::IsResultUnitTypeOnlyForInput);
+  EXPECT_EQ(CountVirtualOperations<CObservationParameters>(), 10);
 }
 
 // Results and items are shared: nobody but their own release may destroy them.
@@ -172,10 +126,10 @@ static_assert(!std::is_destructible_v<COriginalImageResultItem>);
 static_assert(!std::is_destructible_v<CCapturedResultBase>);
 
 // What a PDF reader that was told nothing goes by.
-constexpr basic_structures::CPDFReadingParameter kPdfDefaults;
+constexpr CPDFReadingParameter kPdfDefaults;
 static_assert(kPdfDefaults.mode == 3 && kPdfDefaults.resolution == 300 &&
               kPdfDefaults.sourceKind == 0);
-static_assert(std::is_trivially_copyable_v<basic_structures::CPDFReadingParameter>);
+static_assert(std::is_trivially_copyable_v<CPDFReadingParameter>);
 
 }  // namespace
 }  // namespace velmora
