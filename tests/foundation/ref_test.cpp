@@ -66,44 +66,45 @@ TEST(Ref, TakesOverWhatOnlyTheOldPointeeKeptAlive) {
   EXPECT_EQ(ref->GetReferenceCount(), 1);
 }
 
-// Looks, while it dies, at the ref that let it go and at the object that replaces it.
-class Observer : public NxObjectBase {
+// Notes, while it dies, what the ref that let it go holds and how often its successor is retained.
+class Witness : public NxObjectBase {
  public:
-  Observer(const NxRef<NxObjectBase>& holder, const NxObjectBase* successor, std::string* log)
-      : holder_(holder), successor_(successor), log_(log) {}
-  ~Observer() override {
-    *log_ += holder_ == this ? "held" : "replaced";
-    if (successor_ != nullptr) *log_ += std::to_string(successor_->GetReferenceCount());
-  }
+  struct Notes {
+    bool isStillHeld = false;
+    std::int32_t successorCount = -1;
+  };
+
+  Witness(const NxRef<NxObjectBase>& holder, const NxObjectBase& successor, Notes* notes)
+      : holder_(holder), successor_(successor), notes_(notes) {}
+  ~Witness() override { *notes_ = {holder_ == this, successor_.GetReferenceCount()}; }
 
  private:
   const NxRef<NxObjectBase>& holder_;
-  const NxObjectBase* successor_;
-  std::string* log_;
+  const NxObjectBase& successor_;
+  Notes* notes_;
 };
 
 TEST(Ref, RetainsTheNewThenReleasesTheOldThenStores) {
+  using Ref = NxRef<NxObjectBase>;
   struct Row {
     const char* name;
-    void (*replace)(NxRef<NxObjectBase>& ref, NxObjectBase* successor);
+    void (*replace)(Ref& ref, Ref& successor);
+    std::int32_t successorCount;  // at the death of the old object
   };
-  for (const Row& row : {Row{"raw pointer", [](auto&ref, auto*next) { ref = next; }},
-                         Row{"copy", [](auto&ref, auto*next) {
-                               const NxRef<NxObjectBase> other(next);
-                               next->release();  // so that the copy's own reference is the one
-                               next->retain();
-                               ref = other;
-                             }}}) {
+  for (const Row& row :
+       {Row{"raw pointer", [](Ref&ref, Ref&successor) { ref = successor.get(); }, 2},
+        Row{"copy", [](Ref&ref, Ref&successor) { ref = successor; }, 2},
+        Row{"move", [](Ref&ref, Ref&successor) { ref = std::move(successor); }, 1},
+        Row{"null", [](Ref&ref, Ref&) { ref = nullptr; }, 1},
+        Row{"reset", [](Ref&ref, Ref&) { ref.reset(); }, 1}}) {
     SCOPED_TRACE(row.name);
-    std::string log;
-    NxRef<NxObjectBase> ref;
-    auto* successor = new NxObjectBase;
-    const NxRef<NxObjectBase> keep(successor);
-    ref = new Observer(ref, successor, &log);
+    Witness::Notes notes;
+    Ref successor = new NxObjectBase;
+    Ref ref;
+    ref = new Witness(ref, *successor, &notes);
     row.replace(ref, successor);
-    EXPECT_EQ(log.substr(0, 4), "held");
-    EXPECT_GE(log.back(), '2') << "the successor was retained before the old object died";
-    EXPECT_EQ(ref, successor);
+    EXPECT_TRUE(notes.isStillHeld);
+    EXPECT_EQ(notes.successorCount, row.successorCount);
   }
 }
 

@@ -3,6 +3,8 @@
 #include <chrono>
 #include <limits>
 
+#include "velmora/foundation/internal/arithmetic.h"
+
 namespace velmora {
 namespace {
 
@@ -36,7 +38,7 @@ NxSemaphore::NxSemaphore(long initial) : value_(static_cast<std::int32_t>(initia
 
 void NxSemaphore::Produce() {
   const std::lock_guard<std::mutex> lock(mutex_);
-  ++value_;
+  value_ = internal::WrapAdd(value_, 1);
   wakeUp_.notify_one();
 }
 
