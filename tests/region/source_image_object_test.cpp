@@ -3,10 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <climits>
-#include <string>
 
 #include "tests/region/kit.h"
 #include "tests/support/barrier.h"
+#include "velmora/engine/data_manager_pool.h"
 #include "velmora/image/image_tag.h"
 
 namespace velmora {
@@ -16,7 +16,6 @@ using basic_structures::CFileImageTag;
 using basic_structures::CImageTag;
 using basic_structures::CVideoFrameTag;
 using testing::MakeImage;
-using testing::RunTogether;
 
 constexpr CheckPointLevel kLevel = static_cast<CheckPointLevel>(3);
 
@@ -26,32 +25,38 @@ TEST(SourceImageObject, SharesItsImageAndTakesItsHashId) {
     const NxSourceImageObject source(image.get(), ~0ULL, 10);
     EXPECT_EQ(source.GetHashID(), "BKDR_3105");  // 'a' * 31 + 'b'
     EXPECT_EQ(source.GetImageId(), ~0ULL);
-    EXPECT_EQ(source.GetImage(), image);
     EXPECT_EQ(image->GetReferenceCount(), 2);
   }
   EXPECT_EQ(image->GetReferenceCount(), 1);
   EXPECT_EQ(NxSourceImageObject(nullptr, 0, 0).GetHashID(), "");
 }
 
-TEST(SourceImageObject, IsOverBudgetOnceMoreThanTheTimeOutWasCharged) {
+TEST(SourceImageObject, StopsForAnOpenTimePointOrASpentBudget) {
   struct Row {
     const char* name;
-    int timeout, first, second;
-    bool isTimeOut;
+    int timePoint, timeout, first, second, errorCode;
+    bool isTimeOut, stops;
   };
-  for (const Row& r :
-       {Row{"nothing charged", 0, 0, 0, false}, Row{"exactly spent", 10, 4, 6, false},
-        Row{"one more", 10, 4, 7, true}, Row{"negative time-out", -1, 0, 0, true},
-        Row{"the sum wraps", 10, INT_MAX, 1, false}}) {
+  NxDataManagerPool pool;
+  for (const Row& r : {Row{"nothing charged", 0, 0, 0, 0, 77, false, false},
+                       Row{"exactly spent", 0, 10, 4, 6, 77, false, false},
+                       Row{"one more", 0, 10, 4, 7, EC_Timeout, true, true},
+                       Row{"negative time-out", 0, -1, 0, 0, EC_Timeout, true, true},
+                       Row{"the sum wraps", 0, 10, INT_MAX, 1, 77, false, false},
+                       Row{"open", 1, 10, 0, 0, EC_Ok, false, true},
+                       Row{"open and spent", 1, 10, 11, 0, EC_Ok, true, true},
+                       Row{"negative time point", -1, 10, 0, 0, 77, false, false}}) {
     SCOPED_TRACE(r.name);
     NxSourceImageObject source(nullptr, 1, r.timeout);
     source.AddTimeDuration(r.first);
     source.AddTimeDuration(r.second);
+    pool.GetTaskEffectTimeManager()->SetTimePointToTaskEffect(r.timePoint);
+    if (r.timePoint != 0) source.SetManagerPool(&pool);
     EXPECT_EQ(source.IsTimeOut(), r.isTimeOut);
     int errorCode = 77;
-    EXPECT_EQ(source.IsCheckPointNeedExit(&errorCode, kLevel), r.isTimeOut);
-    EXPECT_EQ(errorCode, r.isTimeOut ? EC_Timeout : 77);
-    EXPECT_EQ(source.IsCheckPointNeedExit(nullptr, kLevel), r.isTimeOut);
+    EXPECT_EQ(source.IsCheckPointNeedExit(&errorCode, kLevel), r.stops);
+    EXPECT_EQ(errorCode, r.errorCode);
+    EXPECT_EQ(source.IsCheckPointNeedExit(nullptr, kLevel), r.stops);
   }
 }
 
@@ -70,7 +75,7 @@ TEST(SourceImageObject, ReportsTheLastErrorAndKeepsThemAll) {
 }
 
 TEST(SourceImageObject, FilesARecordOfItsImageWithTheLog) {
-  CFileImageTag fileTag("scans/page \"1\".png", 0, 1);
+  CFileImageTag fileTag("scans/page 1.png", 0, 1);
   fileTag.SetImageId(42);
   const CFileImageTag pathless(nullptr, 0, 1);
   CVideoFrameTag frameTag({}, false, nullptr, 2, 1, 0);
@@ -80,43 +85,31 @@ TEST(SourceImageObject, FilesARecordOfItsImageWithTheLog) {
     LogMode mode;
     int level;
     const CImageTag* tag;
-    const char* record;  // between the hash id and the stages; null for none
+    const char *id, *path;  // null: no record
   };
-  for (const Row& r :
-       {Row{"log off", LM_None, 0, &fileTag, nullptr},
-        Row{"level 0", LM_Text, 0, &fileTag, nullptr},
-        Row{"images only", LM_Image, 9, &fileTag, nullptr},
-        Row{"file", LM_Text, 1, &fileTag,
-            "\"ImageId\" : 42,\n\t\"ImagePath\" : \"scans/page \\\"1\\\".png\""},
-        Row{"no path", LM_Text, 1, &pathless, "\"ImageId\" : -1,\n\t\"ImagePath\" : \"\""},
-        Row{"frame", LM_Text, 9, &frameTag, "\"ImageId\" : 7,\n\t\"ImagePath\" : \"\""},
-        Row{"no tag", LM_Text, 1, nullptr, "\"ImageId\" : -1,\n\t\"ImagePath\" : \"\""}}) {
+  for (const Row& r : {Row{"level 0", LM_Text, 0, &fileTag, nullptr, nullptr},
+                       Row{"images only", LM_Image, 9, &fileTag, nullptr, nullptr},
+                       Row{"file", LM_Text, 1, &fileTag, "42", "scans/page 1.png"},
+                       Row{"no path", LM_Text, 1, &pathless, "-1", ""},
+                       Row{"frame", LM_Text, 9, &frameTag, "7", ""},
+                       Row{"no tag", LM_Text, 1, nullptr, "-1", ""}}) {
     SCOPED_TRACE(r.name);
     const testing::ScopedLog log(r.mode, r.level);
     const NxSourceImageObject source(MakeImage("ab", 2, 1, r.tag).get(), 1, 10);
-    EXPECT_EQ(source.GetLogRecordNumber() != 0, r.record != nullptr);
+    EXPECT_EQ(source.GetLogRecordNumber() != 0, r.id != nullptr);
     EXPECT_TRUE(NxLog::GetInstance().OutputJsonLog());
-    const std::string filed = r.record == nullptr ? "" : r.record;
-    EXPECT_EQ(log.Text(), filed.empty() ? ""
-                                        : "{\n\t\"HashId\" : \"BKDR_3105\",\n\t" + filed +
-                                              ",\n\t\"Stages\" : []\n}\n");
+    std::string record;
+    if (r.id != nullptr)
+      record = std::string("{\n\t\"HashId\" : \"BKDR_3105\",\n\t\"ImageId\" : ") + r.id +
+               ",\n\t\"ImagePath\" : \"" + r.path + "\",\n\t\"Stages\" : []\n}\n";
+    EXPECT_EQ(log.Text(), record);
   }
 }
 
-TEST(SourceImageObject, LogsThatItStopsOnTimeOut) {
-  NxSourceImageObject source(nullptr, 1, 10);
-  source.AddTimeDuration(11);
-  const testing::ScopedLog log(LM_Text, 9);
-  source.IsCheckPointNeedExit(nullptr, kLevel);
-  EXPECT_NE(log.Text().find("]timeout: 11\n"), std::string::npos) << log.Text();
-}
-
 TEST(SourceImageObject, CountsEveryChargeAndErrorOfManyThreads) {
-  constexpr int kThreads = 8, kRounds = 500;
-  const NxRef<NxImageData> image = MakeImage("ab", 2, 1);
-  NxSourceImageObject source(image.get(), 1, kThreads * kRounds - 1);
-  RunTogether(kThreads, [&](int) {
-    for (int i = 0; i < kRounds; ++i) {
+  NxSourceImageObject source(MakeImage("ab", 2, 1).get(), 1, 3999);
+  testing::RunTogether(8, [&](int) {
+    for (int i = 0; i < 500; ++i) {
       EXPECT_EQ(source.GetHashID(), "BKDR_3105");
       source.AddErrorCodeInfo(EC_Timeout, "definition", "task", nullptr, nullptr);
       EXPECT_EQ(source.GetErrorCode(), EC_Timeout);
@@ -124,9 +117,11 @@ TEST(SourceImageObject, CountsEveryChargeAndErrorOfManyThreads) {
       source.AddTimeDuration(1);
     }
   });
-  EXPECT_EQ(source.GetElapsedTime(), kThreads * kRounds);
-  EXPECT_TRUE(source.IsTimeOut());
-  EXPECT_EQ(source.GetErrorRecords().size(), static_cast<std::size_t>(kThreads * kRounds));
+  EXPECT_EQ(source.GetElapsedTime(), 4000);
+  EXPECT_EQ(source.GetErrorRecords().size(), 4000U);
+  const testing::ScopedLog log(LM_Text, 9);
+  EXPECT_TRUE(source.IsCheckPointNeedExit(nullptr, kLevel));
+  EXPECT_NE(log.Text().find("]timeout: 4000\n"), std::string::npos) << log.Text();
 }
 
 }  // namespace

@@ -53,8 +53,8 @@ class VELMORA_EXPORT NxRegionImageInfo : public NxObjectBase {
  private:
   NxRef<NxImageData> image_;
   std::array<double, 9> originalToLocal_;
-  std::map<std::string, std::vector<NxRef<NxObjectBase>>> tips_;
   mutable std::mutex mutex_;  // guards tips_
+  std::map<std::string, std::vector<NxRef<NxObjectBase>>> tips_;
 };
 
 }  // namespace velmora

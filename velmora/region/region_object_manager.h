@@ -42,8 +42,8 @@ class VELMORA_EXPORT NxRegionObjectManager : public NxObjectBase {
   std::vector<RegionObjectRecord> GetRegionObjects(int key) const;
 
  private:
-  std::map<std::int32_t, std::vector<RegionObjectRecord>> records_;
   mutable std::mutex mutex_;  // guards records_
+  std::map<std::int32_t, std::vector<RegionObjectRecord>> records_;
 };
 
 }  // namespace velmora

@@ -102,8 +102,8 @@ class VELMORA_EXPORT NxSourceImageObject : public NxObjectBase {
   NxRef<NxImageData> image_;
   std::uint64_t imageId_;
   std::int32_t timeoutMs_;
-  std::vector<SourceImageErrorInfo> errors_;
   mutable std::mutex mutex_;  // guards errors_
+  std::vector<SourceImageErrorInfo> errors_;
   NxDataManagerPool* managerPool_ = nullptr;
   std::atomic<std::int32_t> elapsedMs_{0};
   std::uint64_t logRecordNumber_ = 0;

@@ -58,8 +58,8 @@ class VELMORA_EXPORT WorkModesStateObject : public NxObjectBase {
 
  private:
   std::int32_t number_;
-  StateList states_;
   mutable std::mutex mutex_;  // guards states_
+  StateList states_;
 };
 
 }  // namespace velmora
