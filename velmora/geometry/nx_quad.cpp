@@ -235,7 +235,7 @@ bool Nx_Quad::IsPointInQuadrilateral(const NxPoint_<int>* p) const {
 Nx_Quad_Point_Position_Relation Nx_Quad::CalcPointPositionRelation(const NxPoint_<int>& p,
                                                                    int tolerance) const {
   const auto sideOfEdge = [&](int i) {
-    return internal::SideOfLine(edges_[i].GetStartPoint(), edges_[i].GetEndPoint(), p, tolerance);
+    return internal::SideOfLine(vertices_[i], vertices_[(i + 1) % 4], p, tolerance);
   };
   return static_cast<Nx_Quad_Point_Position_Relation>(
       internal::PositionRelation(vertices_, p, tolerance, sideOfEdge));

@@ -48,8 +48,8 @@ enum Nx_Quad_Edge_Translating_Direction : std::int32_t {
 /// outside mean something for clockwise quadrilaterals only.
 ///
 /// Area, interior angles and centre are computed when they are first asked for and forgotten when
-/// the vertices change; the edges remember their own measures. Coordinates wrap as 32-bit numbers
-/// where nothing else is said. "Rounded" means to the nearest int, halves away from zero. An index
+/// the vertices change; the edges remember their own measures. Vertices may lie anywhere in the
+/// range of an int; results that do not fit wrap where nothing else is said. "Rounded" means to the nearest int, halves away from zero. An index
 /// outside 0..3 changes nothing and yields nothing.
 ///
 ///     Nx_Quad quad(vertices);
@@ -117,7 +117,8 @@ class VELMORA_EXPORT Nx_Quad : public NxObjectBase {
   const NxPoint_<int>* GetVertices() const { return vertices_; }
   /// Copies the vertices if @p capacity is at least 4; writes nothing otherwise.
   void GetVertices(NxPoint_<int>* out, int capacity) const;
-  /// Four edges. Moving one by this pointer leaves the vertices where they were.
+  /// Four edges. Moving one by this pointer leaves the vertices where they were: lengths and angles
+  /// come from the edges, positions from the vertices.
   Nx_LineSegmentEnhanced* GetEdges() { return edges_; }
   const Nx_LineSegmentEnhanced* GetEdges() const { return edges_; }
   /// Copies the edges if @p capacity is at least 4; writes nothing otherwise.
@@ -221,7 +222,6 @@ class VELMORA_EXPORT Nx_Quad : public NxObjectBase {
   void ForgetMeasures();
   bool IsBeyondImage(int width, int height) const;
   Nx_LS_Translating_Direction LineDirection(Nx_Quad_Edge_Translating_Direction direction) const;
-  int ClipOtherQuad(const Nx_Quad& other, NxPoint_<int>* out) const;
 
   NxPoint_<int> vertices_[4];
   bool clockWise_ = false;

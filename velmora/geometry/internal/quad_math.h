@@ -65,29 +65,53 @@ inline float SegmentLength(const NxPoint_<int>& start, const NxPoint_<int>& end)
   return ToFloat(std::sqrt(dx * dx + dy * dy));
 }
 
-// tolerance > |cross| / sqrt(lengthSquared), in double. The root and the division are needed only
-// where the squares of both sides agree to six digits; elsewhere their rounding cannot matter.
-inline bool IsNearLine(std::int64_t cross, std::int64_t lengthSquared, int tolerance) noexcept {
-  if (tolerance <= 0) return false;
-  const double distance = std::fabs(static_cast<double>(cross));  // times the length
-  const double limit =
-      static_cast<double>(tolerance) * tolerance * static_cast<double>(lengthSquared);
-  if (distance * distance > limit * 1.000001) return false;
-  if (distance * distance < limit * 0.999999) return true;
-  return tolerance > distance / std::sqrt(static_cast<double>(lengthSquared));
-}
+// A directed line and how near it a point counts as on it. A tolerance of 0 never gives kOnLine; a
+// zero-length line has every point at distance 0.
+class DirectedLine {
+ public:
+  DirectedLine(const NxPoint_<int>& start, const NxPoint_<int>& end, int tolerance) noexcept
+      : start_(start),
+        dx_(Difference(end[0], start[0])),
+        dy_(Difference(end[1], start[1])),
+        tolerance_(tolerance) {
+    const std::int64_t squared = WrapAdd(WrapMul(dx_, dx_), WrapMul(dy_, dy_));
+    lengthSquared_ = static_cast<double>(std::max<std::int64_t>(squared, 1));
+  }
 
-// The side of p beside the line from start to end; within `tolerance` pixels it is on the line. A
-// tolerance of 0 never gives kOnLine. A zero-length line has every point at distance 0.
+  // The distance of p times the length of the line; negative on the left.
+  std::int64_t Cross(const NxPoint_<int>& p) const noexcept {
+    return WrapSub(WrapMul(Difference(p[1], start_[1]), dx_),
+                   WrapMul(Difference(p[0], start_[0]), dy_));
+  }
+
+  Side SideOf(std::int64_t cross) const noexcept {
+    if (IsNear(cross)) return kOnLine;
+    return cross < 0 ? kLeftSide : kRightSide;
+  }
+
+ private:
+  // tolerance > |cross| / sqrt(lengthSquared), in double. The root and the division are needed only
+  // where the squares of both sides agree to six digits; elsewhere their rounding cannot matter.
+  bool IsNear(std::int64_t cross) const noexcept {
+    if (tolerance_ <= 0) return false;
+    const double distance = std::fabs(static_cast<double>(cross));
+    const double limit = static_cast<double>(tolerance_) * tolerance_ * lengthSquared_;
+    if (distance * distance > limit * 1.000001) return false;
+    if (distance * distance < limit * 0.999999) return true;
+    return tolerance_ > distance / std::sqrt(lengthSquared_);
+  }
+
+  NxPoint_<int> start_;
+  std::int64_t dx_;
+  std::int64_t dy_;
+  int tolerance_;
+  double lengthSquared_;
+};
+
 inline Side SideOfLine(const NxPoint_<int>& start, const NxPoint_<int>& end, const NxPoint_<int>& p,
                        int tolerance) noexcept {
-  const std::int64_t dx = Difference(end[0], start[0]);
-  const std::int64_t dy = Difference(end[1], start[1]);
-  const std::int64_t cross =
-      WrapSub(WrapMul(Difference(p[1], start[1]), dx), WrapMul(Difference(p[0], start[0]), dy));
-  const std::int64_t lengthSquared = WrapAdd(WrapMul(dx, dx), WrapMul(dy, dy));
-  if (IsNearLine(cross, std::max<std::int64_t>(lengthSquared, 1), tolerance)) return kOnLine;
-  return cross < 0 ? kLeftSide : kRightSide;
+  const DirectedLine line(start, end, tolerance);
+  return line.SideOf(line.Cross(p));
 }
 
 // Where p lies: on edge 0 to 3, kInsideQuad or kOutsideQuad. The first edge that decides wins, so

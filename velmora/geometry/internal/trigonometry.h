@@ -108,7 +108,7 @@ constexpr double CalcArcTangent(double y, double x) noexcept {
   const double shorter = isSteep ? width : height;
   if (longer == 0) return 0;
   // atan(s) - atan(k/8) = atan((8s - k) / (8 + ks)); over the integers both sides are exact.
-  const int k = static_cast<int>(8 * shorter / longer + 0.5);
+  const int k = static_cast<int>(16 * shorter / longer + 1) / 2;  // the nearest
   const double u = (8 * shorter - k * longer) / (8 * longer + k * shorter);
   const double tail = trigonometry::ArcTangentTail(u) + kLost[k];
   double angle = kAngle[k] + (u + tail);
