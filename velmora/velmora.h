@@ -24,6 +24,8 @@
 #include "velmora/foundation/vector.h"
 
 // util
+#include "velmora/util/base64.h"
+#include "velmora/util/module_loader.h"
 #include "velmora/util/path_helper.h"
 
 // log

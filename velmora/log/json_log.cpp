@@ -27,7 +27,9 @@ bool NxLog::AddJsonStage(std::uint64_t recordNumber, const Json::Value& stage) {
   const Lock lock(state.lock);
   const auto found = state.jsonRecords.find(recordNumber);
   if (found == state.jsonRecords.end()) return false;
-  Json::Value& stages = found->second["Stages"];
+  Json::Value& record = found->second;
+  if (!record.isObject() && !record.isNull()) return false;
+  Json::Value& stages = record["Stages"];
   if (!stages.isArray()) stages = Json::Value(Json::arrayValue);
   stages.append(stage);
   return true;

@@ -138,7 +138,7 @@ class VELMORA_EXPORT NxLog {
 
   /// Appends @p stage to the array "Stages" of a filed record; anything there that is no array is
   /// replaced by one.
-  /// @return false if the record is not filed (any more)
+  /// @return false if the record is not filed (any more) or is no JSON object
   bool AddJsonStage(std::uint64_t recordNumber, const Json::Value& stage);
 
   /// Appends the filed records, oldest first, as styled text with a newline behind each, to the main

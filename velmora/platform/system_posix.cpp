@@ -22,9 +22,10 @@ bool EndsWith(std::string_view text, std::string_view end) {
   return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
 }
 
-// "Foox86", "Foox86.dll", "Foo.dll", "Foo" and "Foo.so" are all "Foo.so" here.
+// "Foox86", "Foox86.dll", "Foo.dll", "Foo" and "Foo.so" are all "Foo.so" here; "Foo.so.4" is a file
+// name too.
 std::string ModuleFileName(std::string_view name) {
-  if (EndsWith(name, ".so")) return std::string(name);
+  if (EndsWith(name, ".so") || name.find(".so.") != name.npos) return std::string(name);
   for (const std::string_view end : {".dll", "x86"}) {
     if (EndsWith(name, end)) name.remove_suffix(end.size());
   }

@@ -1,0 +1,71 @@
+// The configuration by file, which a process takes once: one case in a program of its own.
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
+#include "tests/support/temporary_directory.h"
+#include "velmora/log/log.h"
+#include "velmora/util/module_loader.h"
+#include "velmora/util/path_helper.h"
+
+namespace velmora {
+namespace {
+
+using testing::ReadFile;
+using testing::WriteFile;
+
+std::string Settings(const std::string& path, const char* rest) {
+  return "[BARCODECONFIG]\nPath = " + path + "\n" + rest;
+}
+
+TEST(LogInit, TakesTheFirstFileThatCanBeRead) {
+  const testing::TemporaryDirectory directory;
+  const std::string path = directory / "";
+  std::string pathWithoutBlanks = path;
+  pathWithoutBlanks.erase(pathWithoutBlanks.find(' '), 1);
+  std::filesystem::create_directory(pathWithoutBlanks);
+  NxLog& log = NxLog::GetInstance();
+
+  // The log is off, and what cannot be read leaves it so.
+  EXPECT_FALSE(AllowLogging(0, LM_Text));
+  log.WriteTextLog(0, "nobody listens");
+  log.InitLog(nullptr);
+  InitLog((directory / "missing.ini").c_str());
+  InitLogFromDLL("NoSuchModule");
+  EXPECT_FALSE(AllowLogging(0, LM_Image | LM_Text));
+  EXPECT_EQ(log.GetSavePath(), "");
+
+  // Beside a module of the process.
+  std::string modules;
+  PathHelper::GetEXEDirectory(modules);
+  modules = modules + "modules" + modules.back();
+  HINSTANCE module = nullptr;
+  ASSERT_NE(
+      NxModuleLoaderBase::loadModuleFunc((modules + ANCHOR_FILE).c_str(), "ModulePlace", module),
+      nullptr);
+  WriteFile(modules + "VelmoraLogConfig.ini", Settings(path, "Level=5\nMode=2\nOutputMode=1\n"));
+  InitLogFromDLL("Anchorx86");
+  std::filesystem::remove(modules + "VelmoraLogConfig.ini");
+  NxModuleLoaderBase::releaseModule(module);
+  EXPECT_TRUE(AllowLogging(5, LM_Text));
+  EXPECT_FALSE(AllowLogging(6, LM_Text));
+  EXPECT_FALSE(AllowLogging(5, LM_Image));
+  EXPECT_EQ(log.GetSavePath(), pathWithoutBlanks);
+  EXPECT_EQ(log.GetOutputMode(), OM_Cache);
+
+  // A second file changes nothing.
+  WriteFile(directory / "second.ini", Settings("elsewhere", "Level=9\nMode=3\n"));
+  InitLog((directory / "second.ini").c_str());
+  EXPECT_EQ(log.GetLevel(), 5);
+  EXPECT_EQ(log.GetMode(), LM_Text);
+  log.WriteTextLog(5, "cached");
+  EXPECT_TRUE(log.OutputCacheLog());
+  EXPECT_NE(ReadFile(pathWithoutBlanks + "VelmoraScanlyx.log").find("]cached\n"),
+            std::string::npos);
+  std::filesystem::remove_all(pathWithoutBlanks);
+}
+
+}  // namespace
+}  // namespace velmora

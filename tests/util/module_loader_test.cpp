@@ -1,0 +1,174 @@
+#include "velmora/util/module_loader.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
+#include "tests/support/barrier.h"
+#include "tests/support/temporary_directory.h"
+#include "velmora/foundation/error_code.h"
+#include "velmora/util/path_helper.h"
+
+namespace velmora {
+namespace {
+
+// The modules stand in two directories, and each tells by ModulePlace() in which:
+//   beside the program   Foo, Classification
+//   modules/             Anchor, Foo, Needy (which needs Needed from its own directory)
+enum Place : int { kNowhere = 0, kBesideProgram = 1, kBesideAnchor = 2 };
+
+constexpr unsigned long kAlteredSearchPath = 8;  // LOAD_WITH_ALTERED_SEARCH_PATH
+constexpr char kPlaceFunction[] = "ModulePlace";
+
+int Call(void* function) {
+  return function == nullptr ? kNowhere : reinterpret_cast<int (*)()>(function)();
+}
+
+bool IsLoaded(const std::string& moduleName) {
+  std::string ignored;
+  return PathHelper::GetDLLDirectory(moduleName, ignored);
+}
+
+class ModuleLoader : public ::testing::Test {
+ protected:
+  ModuleLoader() { PathHelper::GetEXEDirectory(programDirectory); }
+
+  std::string ModulesFile(const char* fileName) const {
+    return programDirectory + "modules" + programDirectory.back() + fileName;
+  }
+
+  // Loads a module, asks where it stands, and frees it.
+  Place PlaceOf(const char* moduleName, bool nameIsFileName, const char* anchorName,
+                unsigned long flags = 0) {
+    HINSTANCE module = nullptr;
+    void* const function = loader.DynamicLoadDllFunc(module, moduleName, kPlaceFunction, flags,
+                                                     nameIsFileName, anchorName);
+    const int place = Call(function);
+    NxModuleLoaderBase::releaseModule(module);
+    return static_cast<Place>(place);
+  }
+
+  std::string programDirectory;
+  NxModuleLoaderBase loader;
+};
+
+// Has the anchor in the process as long as it lives.
+class Anchor {
+ public:
+  explicit Anchor(const std::string& path) {
+    EXPECT_NE(NxModuleLoaderBase::loadModuleFunc(path.c_str(), kPlaceFunction, module_), nullptr);
+  }
+  ~Anchor() { NxModuleLoaderBase::releaseModule(module_); }
+  Anchor(const Anchor&) = delete;
+  Anchor& operator=(const Anchor&) = delete;
+
+ private:
+  HINSTANCE module_ = nullptr;
+};
+
+TEST_F(ModuleLoader, LooksBesideTheAnchorThenBesideTheProgram) {
+  EXPECT_EQ(PlaceOf("Foo", false, nullptr), kBesideProgram);
+  EXPECT_EQ(PlaceOf("Foo", false, "Anchor"), kBesideProgram);  // no anchor in the process yet
+  {
+    const Anchor anchor(ModulesFile(ANCHOR_FILE));
+    EXPECT_EQ(PlaceOf("Foo", false, "Anchor"), kBesideAnchor);
+    EXPECT_EQ(PlaceOf(FOO_FILE, true, "Anchor"), kBesideAnchor);
+    EXPECT_EQ(PlaceOf("Classification", false, "Anchor"), kBesideProgram);
+  }
+  // The directory is kept without the anchor, and whatever the anchor's name.
+  EXPECT_FALSE(IsLoaded("Anchorx86"));
+  EXPECT_EQ(PlaceOf("Foo", false, nullptr), kBesideAnchor);
+  EXPECT_EQ(PlaceOf("Foo", false, "Other"), kBesideAnchor);
+}
+
+TEST_F(ModuleLoader, MakesFileNames) {
+  EXPECT_STREQ(FOO_FILE, EXPECTED_FOO_FILE);
+  EXPECT_STREQ(CLASSIFICATION_FILE, EXPECTED_CLASSIFICATION_FILE);
+  EXPECT_EQ(PlaceOf("Foo", false, nullptr), kBesideProgram);
+  EXPECT_EQ(PlaceOf("Classification", false, nullptr), kBesideProgram);
+  EXPECT_EQ(PlaceOf(CLASSIFICATION_FILE, true, nullptr), kBesideProgram);
+  EXPECT_EQ(PlaceOf(FOO_FILE, false, nullptr), kNowhere);  // the file name would get a second end
+}
+
+TEST_F(ModuleLoader, LeavesABareNameToTheSystem) {
+  HINSTANCE module = nullptr;
+  EXPECT_EQ(loader.LoadModule(SYSTEM_FILE, module, 0, true, nullptr), EC_Ok);
+  NxModuleLoaderBase::releaseModule(module);
+  EXPECT_NE(loader.loadModuleFunc(SYSTEM_FILE, SYSTEM_FUNCTION), nullptr);
+}
+
+TEST_F(ModuleLoader, MissingModulesAndFunctionsAreNull) {
+  int dummy = 0;
+  for (const char* name : {"NoSuchModule", "", "Pagemill"}) {
+    SCOPED_TRACE(name);
+    HINSTANCE module = reinterpret_cast<HINSTANCE>(&dummy);
+    EXPECT_EQ(loader.LoadModule(name, module, 0, false, "Anchor"), EC_ModuleNotFound);
+    EXPECT_EQ(module, nullptr);
+  }
+  HINSTANCE module = nullptr;
+  NxModuleLoaderBase::releaseModule(module);
+  EXPECT_EQ(loader.DynamicLoadDllFunc(module, nullptr, kPlaceFunction, 0, false, nullptr), nullptr);
+  EXPECT_EQ(loader.DynamicLoadDllFunc(module, "Foo", "NoSuchFunction", 0, false, nullptr), nullptr);
+  ASSERT_NE(module, nullptr);  // the module itself was found
+  EXPECT_EQ(loader.DynamicLoadDllFunc(module, "Foo", nullptr, 0, false, nullptr), nullptr);
+  const HINSTANCE before = module;
+  NxModuleLoaderBase::releaseModule(module);
+  EXPECT_EQ(module, before);  // left as it was
+  EXPECT_FALSE(IsLoaded("Foox86"));
+  EXPECT_EQ(loader.loadModuleFunc("NoSuchFile", kPlaceFunction), nullptr);
+  EXPECT_EQ(loader.loadModuleFunc(nullptr, kPlaceFunction), nullptr);
+}
+
+TEST_F(ModuleLoader, LoadsWhatAModuleNeeds) {
+  const Anchor anchor(ModulesFile(ANCHOR_FILE));
+  EXPECT_EQ(PlaceOf("Needy", false, "Anchor", kAlteredSearchPath), kBesideAnchor);
+}
+
+TEST_F(ModuleLoader, LoadsFromDirectoriesWithOddNames) {
+  const testing::TemporaryDirectory directory;
+  const std::string file = directory / ("M\xC3\xA4\xC3\x9F " + std::string(FOO_FILE));
+  testing::WriteFile(file, testing::ReadFile(ModulesFile(FOO_FILE)));
+  HINSTANCE module = nullptr;
+  EXPECT_EQ(Call(NxModuleLoaderBase::loadModuleFunc(file.c_str(), kPlaceFunction, module)),
+            kBesideAnchor);
+  // Not loaded again: the file name does not matter any more.
+  EXPECT_NE(NxModuleLoaderBase::loadModuleFunc("NoSuchFile", kPlaceFunction, module), nullptr);
+  NxModuleLoaderBase::releaseModule(module);
+}
+
+TEST_F(ModuleLoader, ThreadsLoadOnce) {
+  for (int round = 0; round < 20; ++round) {
+    HINSTANCE module = nullptr;
+    testing::RunTogether(8, [&](int) {
+      EXPECT_EQ(Call(loader.DynamicLoadDllFunc(module, "Foo", kPlaceFunction, 0, false, nullptr)),
+                kBesideProgram);
+    });
+    EXPECT_TRUE(IsLoaded("Foox86"));
+    NxModuleLoaderBase::releaseModule(module);
+    ASSERT_FALSE(IsLoaded("Foox86"));  // one release takes back the one load
+  }
+}
+
+TEST_F(ModuleLoader, AutoKeepsModulesUntilItGoes) {
+  for (int round = 0; round < 20; ++round) {
+    {
+      NxModuleLoaderBaseAuto keeper;
+      testing::RunTogether(8, [&](int thread) {
+        const char* const name = thread % 2 == 0 ? "Foo" : "Classification";
+        EXPECT_EQ(Call(keeper.DynamicLoadDllFunc(name, kPlaceFunction, 0, false, nullptr)),
+                  kBesideProgram);
+      });
+      EXPECT_TRUE(IsLoaded("Foox86"));
+      EXPECT_TRUE(IsLoaded("Classification"));
+      EXPECT_EQ(keeper.DynamicLoadDllFunc("NoSuchModule", kPlaceFunction, 0, false, nullptr),
+                nullptr);
+      EXPECT_EQ(keeper.DynamicLoadDllFunc(nullptr, kPlaceFunction, 0, false, nullptr), nullptr);
+    }
+    ASSERT_FALSE(IsLoaded("Foox86"));
+    ASSERT_FALSE(IsLoaded("Classification"));
+  }
+}
+
+}  // namespace
+}  // namespace velmora

@@ -1,0 +1,4 @@
+// A module that tells where it was built to stand.
+extern "C" int ModulePlace() {
+  return MODULE_PLACE;
+}

@@ -1,0 +1,3 @@
+extern "C" int NeededPlace() {
+  return MODULE_PLACE;
+}

@@ -1,0 +1,87 @@
+// What only POSIX directories have: links, and entries that may not be read.
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "tests/support/temporary_directory.h"
+#include "velmora/util/path_helper.h"
+
+namespace velmora {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::TemporaryDirectory;
+using Names = std::vector<std::string>;
+
+Names Files(const TemporaryDirectory& directory) {
+  Names files = GetAllFiles(directory.GetPath().string(), true, nullptr)->GetVector();
+  for (std::string& file : files) file.erase(0, directory.GetPath().string().size());
+  return files;
+}
+
+TEST(PosixPaths, LoopsOfLinksEnd) {
+  const TemporaryDirectory directory;
+  for (const char* name : {"a", "b"}) {
+    fs::create_directory(directory / name);
+    testing::WriteFile(directory / name + "/file", "");
+  }
+  fs::create_directory_symlink(".", directory / "a/self");
+  fs::create_directory_symlink("..", directory / "a/up");
+  fs::create_directory_symlink("../b", directory / "a/side");
+  fs::create_directory_symlink("../a", directory / "b/side");
+  fs::create_symlink("nowhere", directory / "broken");
+  fs::create_symlink("round", directory / "round");
+  EXPECT_EQ(Files(directory),
+            (Names{"/a/file", "/a/side/file", "/b/file", "/b/side/file", "/broken", "/round"}));
+  EXPECT_EQ(PathHelper::JudgePathType((directory / "round").c_str()), PathHelper::PT_Invalid);
+  EXPECT_EQ(PathHelper::JudgePathType((directory / "broken").c_str()), PathHelper::PT_NotExist);
+}
+
+TEST(PosixPaths, WhatIsNeitherFileNorDirectoryIsInvalid) {
+  const TemporaryDirectory directory;
+  ASSERT_EQ(mkfifo((directory / "pipe").c_str(), 0600), 0);
+  EXPECT_EQ(PathHelper::JudgePathType((directory / "pipe").c_str()), PathHelper::PT_Invalid);
+  EXPECT_EQ(Files(directory), Names{"/pipe"});
+}
+
+// Permissions do not bind the superuser, so that tests which run as one become somebody else.
+class AsSomebodyElse {
+ public:
+  AsSomebodyElse() : before_(geteuid()) {
+    if (before_ == 0 && seteuid(65534) != 0) ADD_FAILURE() << "seteuid";
+  }
+  ~AsSomebodyElse() {
+    if (before_ == 0 && seteuid(0) != 0) ADD_FAILURE() << "seteuid";
+  }
+  AsSomebodyElse(const AsSomebodyElse&) = delete;
+  AsSomebodyElse& operator=(const AsSomebodyElse&) = delete;
+
+ private:
+  const uid_t before_;
+};
+
+TEST(PosixPaths, UnreadableDirectoriesAddNothing) {
+  const TemporaryDirectory directory;
+  for (const char* name : {"closed", "listed", "open"}) {
+    fs::create_directory(directory / name);
+    testing::WriteFile(directory / name + "/file", "");
+  }
+  fs::permissions(directory / "closed", fs::perms::none);
+  fs::permissions(directory / "listed", fs::perms(0444));
+  {
+    const AsSomebodyElse other;
+    EXPECT_EQ(Files(directory), (Names{"/listed/file", "/open/file"}));
+    EXPECT_EQ(GetAllFiles(directory / "closed", true, nullptr)->GetVector(), Names());
+    EXPECT_EQ(PathHelper::JudgePathType((directory / "closed/file").c_str()),
+              PathHelper::PT_Invalid);
+  }
+  for (const char* name : {"closed", "listed"}) fs::permissions(directory / name, fs::perms::all);
+}
+
+}  // namespace
+}  // namespace velmora

@@ -1,0 +1,176 @@
+#include "velmora/util/path_helper.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "tests/support/temporary_directory.h"
+#include "velmora/log/log.h"
+
+namespace velmora {
+namespace {
+
+using testing::WriteFile;
+
+// "\" on Windows, "/" elsewhere.
+const char kSeparator = static_cast<char>(std::filesystem::path::preferred_separator);
+
+class Paths : public ::testing::Test {
+ protected:
+  // Made by the library, because it takes the bytes of a name as they are.
+  std::string MakeDirectory(const std::string& name) {
+    EXPECT_TRUE(NxLog::CreatDir(directory / name));
+    return directory / name;
+  }
+
+  // Files found, relative to `root`.
+  static std::vector<std::string> Files(const std::string& root, bool recursive,
+                                        const char* filter) {
+    std::vector<std::string> files = GetAllFiles(root, recursive, filter)->GetVector();
+    for (std::string& file : files) {
+      EXPECT_EQ(file.substr(0, root.size()), root);
+      file.erase(0, root.size());
+      std::replace(file.begin(), file.end(), kSeparator, '/');
+    }
+    return files;
+  }
+
+  testing::TemporaryDirectory directory;
+};
+
+using Names = std::vector<std::string>;
+
+TEST_F(Paths, JudgesPaths) {
+  const std::string file = directory / "file";
+  WriteFile(file, "");
+  const std::string odd = MakeDirectory("Ma\xDF \xE4");
+  struct Row {
+    const char* name;
+    std::string path;
+    PathHelper::PathType want;
+  };
+  for (const Row& row : {Row{"file", file, PathHelper::PT_File},
+                         Row{"directory", directory.GetPath().string(), PathHelper::PT_Directory},
+                         Row{"trailing separator", directory / "", PathHelper::PT_Directory},
+                         Row{"blanks and bytes above 127", odd, PathHelper::PT_Directory},
+                         Row{"missing", directory / "nothing", PathHelper::PT_NotExist},
+                         Row{"below a file", file + kSeparator + "x", PathHelper::PT_NotExist},
+                         Row{"empty", "", PathHelper::PT_NotExist}}) {
+    SCOPED_TRACE(row.name);
+    EXPECT_EQ(PathHelper::JudgePathType(row.path.c_str()), row.want);
+  }
+  EXPECT_EQ(PathHelper::JudgePathType(nullptr), PathHelper::PT_Invalid);
+  EXPECT_FALSE(NxLog::CreatDir(odd));  // it is there
+  EXPECT_FALSE(NxLog::CreatDir(directory / "no" + kSeparator + "parent"));
+}
+
+TEST_F(Paths, RecognisesPdfByItsFirstBytes) {
+  for (const auto& [content, want] : {std::pair{"%PDF-1.7", true},
+                                      {"%PDF", true},
+                                      {"%PD", false},
+                                      {"", false},
+                                      {" %PDF", false}}) {
+    SCOPED_TRACE(content);
+    const std::string file = directory / "Ma\xDF file";
+    WriteFile(file, content);
+    EXPECT_EQ(PathHelper::IsPDFFile(file.c_str()), want);
+    const auto bytes = reinterpret_cast<const unsigned char*>(content);
+    EXPECT_EQ(PathHelper::IsPDFFile(bytes, static_cast<int>(std::string(content).size())), want);
+    EXPECT_FALSE(PathHelper::IsPDFFile(bytes, 3));
+  }
+  EXPECT_FALSE(PathHelper::IsPDFFile(nullptr, 8));
+  EXPECT_FALSE(PathHelper::IsPDFFile(nullptr));
+  EXPECT_FALSE(PathHelper::IsPDFFile((directory / "").c_str()));
+  EXPECT_FALSE(PathHelper::IsPDFFile((directory / "nothing").c_str()));
+}
+
+TEST_F(Paths, CutsTheFileName) {
+  for (const auto& [path, want] : {std::pair{"a/b\\c.png", "c.png"},
+                                   {"a\\b/c", "c"},
+                                   {"bare", "bare"},
+                                   {"directory/", ""},
+                                   {"", ""},
+                                   {"/x", "x"}}) {
+    EXPECT_EQ(PathHelper::GetFileNameFromFilePath(path), want);
+  }
+}
+
+TEST_F(Paths, ListsFilesByNameAndExtension) {
+  const std::string root = MakeDirectory("Ma\xDF \xE4");
+  const std::string sub = MakeDirectory("Ma\xDF \xE4/b.png");
+  for (const char* name : {"c.PNG", "a.png", "png", "e.tar.png", "f.jpg", ".png"})
+    WriteFile(root + kSeparator + name, "");
+  WriteFile(sub + kSeparator + "x.png", "");
+  const Names pngs = {"/.png", "/a.png", "/c.PNG", "/e.tar.png"};
+  const Names all = {"/.png", "/a.png", "/c.PNG", "/e.tar.png", "/f.jpg", "/png"};
+  struct Row {
+    const char* filter;
+    bool recursive;
+    Names want;
+  };
+  for (const Row& row :
+       {Row{nullptr, false, all}, Row{"", false, all}, Row{"png", false, pngs},
+        Row{".pNg", false, pngs}, Row{"ng", false, {}}, Row{".", false, {}},
+        Row{"png", true, {"/.png", "/a.png", "/b.png/x.png", "/c.PNG", "/e.tar.png"}}}) {
+    SCOPED_TRACE(::testing::PrintToString(row.filter));
+    EXPECT_EQ(Files(root, row.recursive, row.filter), row.want);
+  }
+  EXPECT_EQ(Files(root + kSeparator, false, "jpg"),
+            Names{"f.jpg"});  // the separator is not doubled
+  EXPECT_EQ(Files(root + kSeparator + "png", true, nullptr), Names());  // a file
+  EXPECT_EQ(Files(directory / "nothing", true, nullptr), Names());
+  EXPECT_TRUE(GetAllFiles("", true, nullptr)->GetVector().empty());
+}
+
+TEST_F(Paths, ListsManyFilesOnceEach) {
+  std::set<std::string> names;
+  for (int i = 0; i < 2'000; ++i) {
+    names.insert("/image " + std::to_string(i) + ".png");
+    WriteFile(directory / ("image " + std::to_string(i) + ".png"), "");
+  }
+  EXPECT_EQ(Files(directory.GetPath().string(), true, nullptr), Names(names.begin(), names.end()));
+}
+
+TEST_F(Paths, KnowsTheProgramsDirectory) {
+  std::string exe = "before", core, unchanged = "before";
+  EXPECT_TRUE(PathHelper::GetEXEDirectory(exe));
+  EXPECT_EQ(exe.back(), kSeparator);
+  EXPECT_EQ(PathHelper::JudgePathType(exe.c_str()), PathHelper::PT_Directory);
+  EXPECT_EQ(PathHelper::JudgePathType((exe + UTIL_TEST_FILE).c_str()), PathHelper::PT_File);
+
+  EXPECT_TRUE(PathHelper::GetDLLDirectory(CORE_FILE_NAME, core));
+  EXPECT_NE(PathHelper::JudgePathType((core + CORE_FILE_NAME).c_str()), PathHelper::PT_NotExist);
+  NxSafeString safeCore;
+  EXPECT_TRUE(PathHelper::GetDLLDirectory(CORE_FILE_NAME, safeCore));
+  EXPECT_EQ(safeCore.GetString(), core);
+
+  for (const char* missing : {"", "NoSuchModule", "NoSuchModulex86"})
+    EXPECT_FALSE(PathHelper::GetDLLDirectory(missing, unchanged)) << missing;
+  EXPECT_FALSE(PathHelper::GetDLLDirectory("NoSuchModule", safeCore));
+  EXPECT_FALSE(PathHelper::GetLyxDLLDirectory(unchanged));
+  EXPECT_EQ(unchanged, "before");
+}
+
+TEST_F(Paths, FindsSettingsBesideTheModuleThenBesideTheProgram) {
+  std::string exe, core, found;
+  PathHelper::GetEXEDirectory(exe);
+  PathHelper::GetDLLDirectory(CORE_FILE_NAME, core);
+  const std::string name = "util_test.ini";
+  EXPECT_FALSE(PathHelper::GetINIPath(name, CORE_FILE_NAME, found));
+  EXPECT_EQ(found, exe + name);
+  WriteFile(exe + name, "");
+  EXPECT_TRUE(PathHelper::GetINIPath(name, "NoSuchModule", found));
+  EXPECT_EQ(found, exe + name);
+  WriteFile(core + name, "");
+  EXPECT_TRUE(PathHelper::GetINIPath(name, CORE_FILE_NAME, found));
+  EXPECT_EQ(found, core + name);
+  std::filesystem::remove(core + name);
+  std::filesystem::remove(exe + name);
+}
+
+}  // namespace
+}  // namespace velmora
