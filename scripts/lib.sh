@@ -25,7 +25,7 @@ test_packages=(g++ cmake ninja-build ccache libgtest-dev googletest libjsoncpp-d
 check_packages=(clang libclang-rt-dev llvm clang-tidy clang-format git)
 recognition_packages=(libstb-dev libzxing-dev dpkg-dev)
 bench_packages=(libbenchmark-dev libboost-dev libopencv-core-dev libopencv-imgproc-dev libspdlog-dev
-  libssl-dev libyuv-dev)
+  libssl-dev libtbb-dev libyuv-dev)
 windows_packages=(g++-mingw-w64-i686-posix binutils-mingw-w64-i686 mingw-w64-i686-dev dpkg-dev wine
   wine32:i386)
 

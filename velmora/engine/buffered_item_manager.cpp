@@ -27,7 +27,10 @@ std::string MakeManagerId(const void* manager) {
 }  // namespace
 
 BufferedItemManager::BufferedItemManager() : managerId_(MakeManagerId(this)) {}
-BufferedItemManager::~BufferedItemManager() = default;
+
+BufferedItemManager::~BufferedItemManager() {
+  ClearBuffer();  // an item that asks this manager while it dies finds it whole, and empty
+}
 
 void BufferedItemManager::RegisterBufferedItemType(BufferedItemType type) {
   Entry dropped;

@@ -1,0 +1,143 @@
+#include "velmora/engine/internal/work_slots.h"
+
+#include <stdexcept>
+#include <utility>
+
+namespace velmora::internal {
+namespace {
+
+// When slot `index` of a list of `count` slots is visited in the alternating order.
+std::uint64_t VisitNumber(std::uint64_t index, std::uint64_t count) {
+  return index <= (count - 1) / 2 ? 2 * index : 2 * (count - 1 - index) + 1;
+}
+
+// Puts slot `index`, the last of the list, at the end of the chain. `link` is the member of a slot
+// that belongs to the chain.
+template <typename Slot, typename Link, typename Chain>
+void PushBack(std::vector<Slot>& slots, Link Slot::*link, Chain& chain, std::uint32_t index) {
+  (slots[index].*link).before = chain.last;
+  std::uint32_t& follower =
+      chain.last == UINT32_MAX ? chain.first : (slots[chain.last].*link).behind;
+  follower = index;
+  chain.last = index;
+}
+
+template <typename Slot, typename Link, typename Chain>
+void Unlink(std::vector<Slot>& slots, Link Slot::*link, Chain& chain, std::uint32_t index) {
+  const Link gone = slots[index].*link;
+  (gone.before == UINT32_MAX ? chain.first : (slots[gone.before].*link).behind) = gone.behind;
+  (gone.behind == UINT32_MAX ? chain.last : (slots[gone.behind].*link).before) = gone.before;
+}
+
+// Makes room for one more element. The vector would copy its references when it grows, because
+// their destructor may throw; this moves them, which touches no reference count.
+template <typename T>
+void ReserveOneMore(std::vector<T>& elements) {
+  if (elements.size() < elements.capacity()) return;
+  std::vector<T> grown;
+  grown.reserve(elements.empty() ? 8 : 2 * elements.size());
+  for (T& element : elements) grown.push_back(std::move(element));
+  elements.swap(grown);
+}
+
+}  // namespace
+
+void WorkSlots::SetListsPerLevel(int count) {
+  listsPerLevel_ = count < 0 ? 0 : static_cast<std::uint32_t>(count);
+}
+
+void WorkSlots::Append(int level, int mode, NxRef<NxWorkOutput> work) {
+  AddLevelsUpTo(level);
+  List* const list = FindList(level, mode);
+  if (list == nullptr) return;
+
+  // All that may run out of memory comes first, so that a failure leaves everything as it was.
+  ReserveOneMore(list->slots);
+  const std::uint32_t modeId = work ? ModeId(work->GetWorkMode()) : 0;
+  if (work && list->byMode.size() <= modeId) list->byMode.resize(modeId + 1);
+
+  const auto listIndex = static_cast<std::uint32_t>(list - lists_.data());
+  const auto slotIndex = static_cast<std::uint32_t>(list->slots.size());
+  const bool isEmpty = !work;
+  list->slots.push_back({std::move(work), {}, {}, modeId});
+  if (isEmpty) return;
+  PushBack(list->slots, &Slot::any, list->any, slotIndex);
+  PushBack(list->slots, &Slot::sameMode, list->byMode[modeId], slotIndex);
+  any_.Insert(listIndex);
+  byMode_[modeId].Insert(listIndex);
+}
+
+NxRef<NxWorkOutput> WorkSlots::Take(const std::string& workMode, bool sequential) {
+  if (workMode.empty()) {
+    const std::uint32_t listIndex = any_.Lowest();
+    if (listIndex == LowestIndex::kNone) return nullptr;
+    const List& list = lists_[listIndex];
+    return TakeFrom(listIndex, Choose(list, list.any, sequential));
+  }
+  const auto mode = modeIds_.find(workMode);
+  if (mode == modeIds_.end()) return nullptr;
+  const std::uint32_t listIndex = byMode_[mode->second].Lowest();
+  if (listIndex == LowestIndex::kNone) return nullptr;
+  const List& list = lists_[listIndex];
+  return TakeFrom(listIndex, Choose(list, list.byMode[mode->second], sequential));
+}
+
+void WorkSlots::AddLevelsUpTo(int level) {
+  const auto levelCount = static_cast<std::int64_t>(levelEnds_.size());
+  if (level < levelCount) return;
+  const std::uint64_t newLevels = static_cast<std::uint64_t>(level - levelCount) + 1;
+  const std::uint64_t listCount = lists_.size() + newLevels * listsPerLevel_;
+  if (listCount >= kNone) throw std::length_error("NxWorkOutputTable");
+
+  const auto end = static_cast<std::uint32_t>(listCount);
+  any_.Grow(end);
+  for (LowestIndex& lists : byMode_) lists.Grow(end);
+  levelEnds_.reserve(static_cast<std::size_t>(level) + 1);
+  std::uint64_t levelEnd = lists_.size();
+  lists_.resize(end);
+  for (std::uint64_t i = 0; i < newLevels; ++i) {
+    levelEnds_.push_back(static_cast<std::uint32_t>(levelEnd += listsPerLevel_));
+  }
+}
+
+WorkSlots::List* WorkSlots::FindList(int level, int mode) {
+  if (level < 0 || mode < 0) return nullptr;
+  const auto index = static_cast<std::size_t>(level);
+  const std::uint32_t begin = index == 0 ? 0 : levelEnds_[index - 1];
+  const std::uint32_t count = levelEnds_[index] - begin;
+  const auto offset = static_cast<std::uint32_t>(mode);
+  return offset < count ? &lists_[begin + offset] : nullptr;
+}
+
+std::uint32_t WorkSlots::ModeId(const std::string& workMode) {
+  const auto known = modeIds_.find(workMode);
+  if (known != modeIds_.end()) return known->second;
+  const auto id = static_cast<std::uint32_t>(byMode_.size());
+  LowestIndex lists;
+  lists.Grow(static_cast<std::uint32_t>(lists_.size()));
+  ReserveOneMore(byMode_);
+  modeIds_.emplace(workMode, id);
+  byMode_.push_back(std::move(lists));
+  return id;
+}
+
+std::uint32_t WorkSlots::Choose(const List& list, const Chain& chain, bool sequential) {
+  visitedCount_ += sequential || chain.first == chain.last ? 1 : 2;
+  if (sequential) return chain.first;
+  const std::size_t count = list.slots.size();
+  return VisitNumber(chain.first, count) < VisitNumber(chain.last, count) ? chain.first
+                                                                          : chain.last;
+}
+
+NxRef<NxWorkOutput> WorkSlots::TakeFrom(std::uint32_t listIndex, std::uint32_t slotIndex) {
+  List& list = lists_[listIndex];
+  Slot& slot = list.slots[slotIndex];
+  Chain& sameMode = list.byMode[slot.modeId];
+  Unlink(list.slots, &Slot::any, list.any, slotIndex);
+  Unlink(list.slots, &Slot::sameMode, sameMode, slotIndex);
+  if (list.any.first == kNone) any_.Erase(listIndex);
+  if (sameMode.first == kNone) byMode_[slot.modeId].Erase(listIndex);
+  return std::move(slot.work);
+}
+
+}  // namespace velmora::internal

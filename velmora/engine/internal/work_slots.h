@@ -1,0 +1,72 @@
+// The slots of a work output table, without its lock.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "velmora/engine/internal/lowest_index.h"
+#include "velmora/engine/work_output.h"
+#include "velmora/foundation/ref.h"
+
+namespace velmora::internal {
+
+// Lists of slots, numbered level by level and within a level by work mode, so that the lowest list
+// with work is the one to search.
+//
+// In the alternating order of a list of n slots, slot i is visited as number 2i when it lies in the
+// front half and as 2(n-1-i)+1 when it lies in the rear half. Those numbers grow from either end
+// towards the middle, so the first of any set of slots to be visited is its lowest or its highest
+// slot. Hence two chains through the slots that still hold work: one through all slots of a list,
+// one through those of the same work mode. A search looks at the two ends of a chain, whatever was
+// emptied around or between them and however far appends have moved the far end.
+class WorkSlots {
+ public:
+  void SetListsPerLevel(int count);
+  void Append(int level, int mode, NxRef<NxWorkOutput> work);
+  // The next work of `workMode`, of any when that is empty; or an empty reference.
+  NxRef<NxWorkOutput> Take(const std::string& workMode, bool sequential);
+  bool HasWork() const { return any_.Lowest() != LowestIndex::kNone; }
+  std::int64_t GetVisitedCount() const { return visitedCount_; }
+
+ private:
+  static constexpr std::uint32_t kNone = UINT32_MAX;
+
+  // The neighbours of a slot in a chain.
+  struct Link {
+    std::uint32_t before = kNone;
+    std::uint32_t behind = kNone;
+  };
+  struct Slot {
+    NxRef<NxWorkOutput> work;  // empty once taken; then the rest means nothing
+    Link any;                  // in the chain of the list
+    Link sameMode;             // in the chain of the list and the work mode
+    std::uint32_t modeId = 0;
+  };
+  struct Chain {
+    std::uint32_t first = kNone;
+    std::uint32_t last = kNone;
+  };
+  struct List {
+    std::vector<Slot> slots;
+    Chain any;
+    std::vector<Chain> byMode;  // indexed by mode id, as far as modes were appended here
+  };
+
+  void AddLevelsUpTo(int level);
+  List* FindList(int level, int mode);
+  std::uint32_t ModeId(const std::string& workMode);
+  std::uint32_t Choose(const List& list, const Chain& chain, bool sequential);
+  NxRef<NxWorkOutput> TakeFrom(std::uint32_t listIndex, std::uint32_t slotIndex);
+
+  std::uint32_t listsPerLevel_ = 0;
+  std::vector<std::uint32_t> levelEnds_;  // index of the list behind the level's last
+  std::vector<List> lists_;
+  LowestIndex any_;                                         // lists with work
+  std::vector<LowestIndex> byMode_;                         // lists with work of a mode id
+  std::unordered_map<std::string, std::uint32_t> modeIds_;  // in the order of their first append
+  std::int64_t visitedCount_ = 0;
+};
+
+}  // namespace velmora::internal

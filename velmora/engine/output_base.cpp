@@ -1,0 +1,96 @@
+#include "velmora/engine/output_base.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "velmora/engine/internal/task_full_name.h"
+#include "velmora/engine/work_output.h"
+#include "velmora/foundation/hash_algorithm.h"
+#include "velmora/region/region_object.h"
+
+namespace velmora {
+namespace {
+
+std::string OutputHashId(const std::string& taskFullName, NxRegionObject& reference) {
+  const std::string bytes = taskFullName + reference.GetRegionHashId();
+  return NxHashAlgorithm::Generate_BKDRHash(bytes.data(), static_cast<std::uint32_t>(bytes.size()));
+}
+
+}  // namespace
+
+NxTaskOutputAtomResult::NxTaskOutputAtomResult() = default;
+NxTaskOutputAtomResult::NxTaskOutputAtomResult(NxRef<NxRegionObject> region)
+    : region_(std::move(region)) {}
+NxTaskOutputAtomResult::NxTaskOutputAtomResult(NxRef<NxWorkOutputAtom> workAtom)
+    : workAtom_(std::move(workAtom)) {}
+NxTaskOutputAtomResult::NxTaskOutputAtomResult(const NxTaskOutputAtomResult&) = default;
+NxTaskOutputAtomResult& NxTaskOutputAtomResult::operator=(const NxTaskOutputAtomResult&) = default;
+NxTaskOutputAtomResult::~NxTaskOutputAtomResult() = default;
+
+NxOutputBase::NxOutputBase(NxRef<NxRegionObject> region, NxRef<NxRegionObject> reference,
+                           const std::string& name, TaskType type)
+    : region_(std::move(region)),
+      referenceRegion_(std::move(reference)),
+      taskType_(type),
+      targetRoiName_(referenceRegion_->GetTargetROIDefName()),
+      taskName_(name),
+      taskFullName_(internal::TaskFullName(targetRoiName_, taskName_)),
+      hashId_(OutputHashId(taskFullName_, *referenceRegion_)) {}
+
+NxOutputBase::~NxOutputBase() = default;
+
+void NxOutputBase::MarkAsFinish() {}
+
+void NxOutputBase::AddResult(NxRef<NxTaskOutputAtomResult> result) {
+  NxRegionObject* const found = result ? result->GetRegion().get() : nullptr;
+  NxRef<NxRegionObject> replaced;  // dies after the lock is released, and with it its destructor
+  const std::lock_guard<std::mutex> lock(resultsMutex_);
+  if (found != nullptr && found != region_) {
+    replaced = found->GetReferenceRegion();
+    NxRef<NxRegionObject> reference = region_;
+    found->SetReferenceRegion(reference);
+  }
+  results_.push_back(std::move(result));
+}
+
+int NxOutputBase::GetResultCount() const {
+  const std::lock_guard<std::mutex> lock(resultsMutex_);
+  return static_cast<int>(results_.size());
+}
+
+NxRef<NxTaskOutputAtomResult> NxOutputBase::GetResult(int index) const {
+  const std::lock_guard<std::mutex> lock(resultsMutex_);
+  return results_[static_cast<std::size_t>(index)];
+}
+
+bool NxOutputBase::AlreadyExistObject(NxRegionObject* region) const {
+  if (region == nullptr) return false;
+  const std::lock_guard<std::mutex> lock(resultsMutex_);
+  return std::any_of(results_.begin(), results_.end(), [region](const auto& result) {
+    return result && result->GetRegion() == region;
+  });
+}
+
+void NxOutputBase::SetResultStatus(TaskOutputStatus status) {
+  // Release: publishes the results that the calling thread added before.
+  status_.exchange(status, std::memory_order_acq_rel);
+  if (status == TOS_FINISHED) MarkAsFinish();
+}
+
+bool NxOutputBase::EndWork() {
+  if (GetResultStatus() != TOS_NO_RESULT) return false;
+  NxRef<NxTaskOutputAtomResult> empty = new NxTaskOutputAtomResult;
+  const std::lock_guard<std::mutex> lock(resultsMutex_);
+  // Again: another thread may have ended the work meanwhile.
+  if (GetResultStatus() != TOS_NO_RESULT) return false;
+  results_.push_back(std::move(empty));
+  TaskOutputStatus expected = TOS_NO_RESULT;
+  if (status_.compare_exchange_strong(expected, TOS_WORK_ENDED, std::memory_order_acq_rel)) {
+    return true;
+  }
+  // SetResultStatus takes no lock and came first; nobody has seen the empty result.
+  results_.pop_back();
+  return false;
+}
+
+}  // namespace velmora

@@ -1,0 +1,24 @@
+#include "velmora/engine/work_output.h"
+
+#include <utility>
+
+#include "velmora/region/region_object.h"
+
+namespace velmora {
+
+NxWorkOutput::NxWorkOutput(NxTaskOutput* task, NxSectionResultsCache* cache,
+                           NxRef<NxRegionObject> region, NxRef<NxRegionObject> reference,
+                           const std::string& name, TaskType type, Nx_WorkObjectBase* work,
+                           const std::string& workMode)
+    : NxOutputBase(std::move(region), std::move(reference), name, type),
+      workMode_(workMode),
+      workObject_(work),
+      sectionCache_(cache),
+      taskOutput_(task) {}
+
+NxWorkOutput::~NxWorkOutput() = default;
+
+NxWorkOutputAtom::NxWorkOutputAtom(NxRef<NxWorkOutput> work, int level, int mode, int slot)
+    : work_(std::move(work)), level_(level), mode_(mode), slot_(slot) {}
+
+}  // namespace velmora

@@ -1,0 +1,38 @@
+#include "velmora/engine/work_output_table.h"
+
+#include <utility>
+
+#include "velmora/engine/internal/work_slots.h"
+
+namespace velmora {
+
+NxWorkOutputTable::NxWorkOutputTable() : slots_(std::make_unique<internal::WorkSlots>()) {}
+NxWorkOutputTable::~NxWorkOutputTable() = default;
+
+void NxWorkOutputTable::SetAllWorkModesCount(int count) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  slots_->SetListsPerLevel(count);
+}
+
+void NxWorkOutputTable::AppendNextWorkOutput(int level, int mode, NxRef<NxWorkOutput> work) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  slots_->Append(level, mode, std::move(work));
+}
+
+NxRef<NxWorkOutput> NxWorkOutputTable::GetNextTopPriorityWorkOutput(const std::string& workMode) {
+  const bool sequential = IsSequential();
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return slots_->Take(workMode, sequential);
+}
+
+bool NxWorkOutputTable::HasNextWorkOutput() const {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return slots_->HasWork();
+}
+
+std::int64_t NxWorkOutputTable::GetVisitedSlotCount() const {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return slots_->GetVisitedCount();
+}
+
+}  // namespace velmora
