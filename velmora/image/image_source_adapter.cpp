@@ -49,7 +49,8 @@ class CImageSourceAdapter::State {
     const bool dropOldest = isFull && mode == BOP_DropOldest;
     if (isFull && mode == BOP_Block) {
       spaceAvailable_.wait(lock, [this] { return Count() < maxImageCount || !fetching; });
-      if (!fetching) return Refuse(std::move(image));
+      // Without room fetching had gone off, even if it is on again by now.
+      if (!fetching || Count() >= maxImageCount) return Refuse(std::move(image));
     }
     if (dropOldest && HasId(*buffer_.front(), protectedImageId_)) {
       if (limit == 1) return Refuse(std::move(image));
