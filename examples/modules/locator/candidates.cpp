@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <utility>
 
 #include "examples/modules/locator/components.h"
 #include "examples/modules/locator/threshold.h"
@@ -126,9 +127,10 @@ int AverageCrossings(const GreyImage& dark, const Box& box) {
 
 }  // namespace
 
-std::vector<Candidate> FindCandidates(const GreyView& grey, const CandidateRules& rules) {
+std::vector<Candidate> FindCandidates(const GreyView& grey, const CandidateRules& rules,
+                                      GreyImage* darkOut) {
   const int offset = std::max(rules.offset, std::min(3 * MedianDifference(grey), kMaxOffset));
-  const GreyImage dark = AdaptiveThreshold(grey, rules.radius, offset);
+  GreyImage dark = AdaptiveThreshold(grey, rules.radius, offset);
   Components found = FindComponents(dark);
   for (Component& component : found.list)
     if (IsFrame(component, dark)) component.area = 0;  // counts as a speck from here on
@@ -144,6 +146,7 @@ std::vector<Candidate> FindCandidates(const GreyView& grey, const CandidateRules
                    [](const Candidate& a, const Candidate& b) { return a.area > b.area; });
   if (candidates.size() > static_cast<std::size_t>(rules.maxCandidates))
     candidates.resize(static_cast<std::size_t>(rules.maxCandidates));
+  if (darkOut != nullptr) *darkOut = std::move(dark);
   return candidates;
 }
 

@@ -28,7 +28,9 @@ struct Candidate {
 /// Thresholds the image, groups neighbouring components and keeps the groups that look like codes:
 /// large enough, with many changes between dark and light.
 ///
+/// @param dark  receives the thresholded image, 1 dark and 0 light; may be null
 /// @return the largest first, `maxCandidates` at most
-std::vector<Candidate> FindCandidates(const GreyView& grey, const CandidateRules& rules);
+std::vector<Candidate> FindCandidates(const GreyView& grey, const CandidateRules& rules,
+                                      GreyImage* dark = nullptr);
 
 }  // namespace velmora::modules
