@@ -1,0 +1,32 @@
+#include "examples/capture/guarded_work_item.h"
+
+#include <new>
+
+#include "velmora/engine/output_base.h"
+#include "velmora/engine/work_object_base.h"
+#include "velmora/foundation/error_code.h"
+#include "velmora/region/region_object.h"
+#include "velmora/region/source_image_object.h"
+
+namespace velmora::capture {
+
+void GuardedWorkItem::Process(ThreadPoolBase* pool) {
+  ErrorCode code = EC_Ok;
+  try {
+    ResolvableWorkItem::Process(pool);
+  } catch (const std::bad_alloc&) {
+    code = EC_NoMemory;
+  } catch (...) {
+    code = EC_Unknown;
+  }
+  const NxRef<ExecutableWorkItem>& item = GetCurrentItem();
+  if (!item) return;
+  if (code != EC_Ok) {
+    const Nx_WorkObjectBase& work = *item->GetWorkObject();
+    item->GetOutput()->GetRegion()->GetSourceImageObject()->AddErrorCodeInfo(
+        code, work.GetTargetDefNamePtr(), work.GetTaskNamePtr(), nullptr, nullptr);
+  }
+  if (!item->IsWorkFinished()) item->SetWorkFinished();
+}
+
+}  // namespace velmora::capture

@@ -1,0 +1,32 @@
+/// @file
+/// Pictures from files.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "velmora/foundation/error_code.h"
+#include "velmora/image/image_data.h"
+
+namespace velmora::capture {
+
+/// A picture, or the reason why there is none.
+struct LoadedImage {
+  std::unique_ptr<basic_structures::CImageData> image;  ///< with a file tag; null on failure
+  ErrorCode code = EC_Ok;
+  std::string reason;  ///< more than the code's message; may be empty
+};
+
+/// Decodes a PNG, JPEG, BMP, PGM or PPM file. Grey pictures stay grey, others become RGB.
+/// @param imageId  for the tag
+LoadedImage LoadImageFile(const std::string& path, int imageId);
+
+/// Whether the name ends like those of the files that `LoadImageFile` reads.
+bool HasPictureExtension(const std::string& path);
+
+/// The bytes of a PNG file with the picture.
+/// @param image  8-bit grey, or B, G, R
+std::vector<unsigned char> EncodePng(const basic_structures::CImageData& image);
+
+}  // namespace velmora::capture

@@ -1,0 +1,39 @@
+/// @file
+/// How far the run has come, for whoever watches.
+#pragma once
+
+#include <chrono>
+#include <string>
+
+namespace velmora::capture {
+
+/// A bar with rate and time left on standard error, redrawn a few times a second; nothing at all
+/// when standard error is no terminal.
+///
+/// @threadsafety one thread
+class ProgressBar {
+ public:
+  /// @param total  how many images there will be; 0 if nobody knows
+  explicit ProgressBar(int total);
+  ~ProgressBar() { Clear(); }
+  ProgressBar(const ProgressBar&) = delete;
+  ProgressBar& operator=(const ProgressBar&) = delete;
+
+  /// Draws the bar if it is due.
+  void Show(int done);
+  /// Takes the bar away, so that a line can be printed.
+  void Clear();
+
+ private:
+  using Clock = std::chrono::steady_clock;
+  const bool isTerminal_;
+  const int total_;
+  const Clock::time_point start_ = Clock::now();
+  Clock::time_point next_ = start_;
+  bool isShown_ = false;
+};
+
+/// The text of the bar, as "[####      ] 4/10, 12.5 images/s, 1 s left".
+std::string ProgressText(int done, int total, double seconds);
+
+}  // namespace velmora::capture
