@@ -12,7 +12,7 @@ namespace {
 // Keeps "cannot load" message boxes away from the user of a program that only tries a module.
 class QuietErrors {
  public:
-  QuietErrors() { SetThreadErrorMode(SEM_FAILCRITICALERRORS, &before_); }
+  QuietErrors() { SetThreadErrorMode(GetThreadErrorMode() | SEM_FAILCRITICALERRORS, &before_); }
   ~QuietErrors() { SetThreadErrorMode(before_, nullptr); }
   QuietErrors(const QuietErrors&) = delete;
   QuietErrors& operator=(const QuietErrors&) = delete;
@@ -43,8 +43,32 @@ struct HandleCloser {
   void operator()(HANDLE handle) const { CloseHandle(handle); }
 };
 
+using File = std::unique_ptr<HANDLE, HandleCloser>;
+
+// Opens what the path leads to for questions only: no right to read it is asked for, and nobody is
+// kept from writing. Null, with the reason in GetLastError, if there is nothing to ask.
+File OpenForQuestions(const char* path) {
+  const DWORD shareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+  // BACKUP_SEMANTICS is what lets a directory be opened.
+  const HANDLE handle =
+      CreateFileA(path, 0, shareAll, nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+  return File(handle == INVALID_HANDLE_VALUE ? nullptr : handle);
+}
+
+// The file, a part of the way to it, or the machine it would be on; or no file can have the name.
 bool IsMissing(DWORD error) {
-  return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
+  switch (error) {
+    case ERROR_FILE_NOT_FOUND:
+    case ERROR_PATH_NOT_FOUND:
+    case ERROR_INVALID_DRIVE:
+    case ERROR_BAD_NETPATH:
+    case ERROR_BAD_NET_NAME:
+    case ERROR_INVALID_NAME:
+    case ERROR_BAD_PATHNAME:
+      return true;
+    default:
+      return false;
+  }
 }
 
 }  // namespace
@@ -82,11 +106,15 @@ bool IsPathSeparator(char c) {
 }
 
 FileKind GetFileKind(const char* path) {
-  const DWORD attributes = GetFileAttributesA(path);
-  if (attributes == INVALID_FILE_ATTRIBUTES)
-    return IsMissing(GetLastError()) ? FileKind::kMissing : FileKind::kOther;
-  if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) return FileKind::kDirectory;
-  return (attributes & FILE_ATTRIBUTE_DEVICE) != 0 ? FileKind::kOther : FileKind::kRegular;
+  // Not GetFileAttributes: it calls NUL a file and does not follow links.
+  const File file = OpenForQuestions(path);
+  if (file == nullptr) return IsMissing(GetLastError()) ? FileKind::kMissing : FileKind::kOther;
+  BY_HANDLE_FILE_INFORMATION information;
+  if (GetFileType(file.get()) != FILE_TYPE_DISK ||
+      !GetFileInformationByHandle(file.get(), &information))
+    return FileKind::kOther;
+  const bool isDirectory = (information.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+  return isDirectory ? FileKind::kDirectory : FileKind::kRegular;
 }
 
 std::vector<DirectoryEntry> ListDirectory(const std::string& directory) {
@@ -104,16 +132,14 @@ std::vector<DirectoryEntry> ListDirectory(const std::string& directory) {
 }
 
 std::optional<FileIdentity> GetFileIdentity(const std::string& path) {
-  const DWORD shareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-  // BACKUP_SEMANTICS is what lets a directory be opened.
-  const HANDLE handle = CreateFileA(path.c_str(), 0, shareAll, nullptr, OPEN_EXISTING,
-                                    FILE_FLAG_BACKUP_SEMANTICS, nullptr);
-  if (handle == INVALID_HANDLE_VALUE) return std::nullopt;
-  const std::unique_ptr<HANDLE, HandleCloser> file(handle);
+  const File file = OpenForQuestions(path.c_str());
   BY_HANDLE_FILE_INFORMATION information;
-  if (!GetFileInformationByHandle(file.get(), &information)) return std::nullopt;
+  if (file == nullptr || !GetFileInformationByHandle(file.get(), &information)) return std::nullopt;
   const std::uint64_t high = information.nFileIndexHigh;
-  return FileIdentity{information.dwVolumeSerialNumber, high << 32 | information.nFileIndexLow};
+  const std::uint64_t index = high << 32 | information.nFileIndexLow;
+  // Some network drives number no file: all of them have 0.
+  if (index == 0) return std::nullopt;
+  return FileIdentity{information.dwVolumeSerialNumber, index};
 }
 
 bool MakeDirectory(const char* path) {

@@ -73,7 +73,8 @@ struct FileIdentity {
   }
 };
 
-// Links are followed. Nothing if the path does not lead anywhere or may not be asked.
+// Links are followed. Nothing if the path does not lead anywhere or may not be asked, or if the file
+// system tells no files apart.
 std::optional<FileIdentity> GetFileIdentity(const std::string& path);
 
 // Creates one directory; false if it exists already or cannot be created.
