@@ -75,6 +75,7 @@ void* NxModuleLoaderBase::DynamicLoadDllFunc(HINSTANCE& module, const char* modu
 }
 
 void* NxModuleLoaderBase::loadModuleFunc(const char* fileName, const char* functionName) {
+  const Lock lock(lock_);
   HINSTANCE module = nullptr;
   return loadModuleFunc(fileName, functionName, module);
 }

@@ -33,7 +33,8 @@ namespace velmora {
 /// No error is shown or reported: a module or function that is not found is null, and the caller
 /// knows what the absence means.
 ///
-/// @threadsafety any thread; loads go through the loader's lock, function look-ups do not
+/// @threadsafety any thread; loads go through the loader's lock. The static operations know no
+///               loader: threads that share their variable agree among themselves
 class VELMORA_EXPORT NxModuleLoaderBase {
  public:
   NxModuleLoaderBase();
