@@ -1,6 +1,7 @@
 // The log against the system's own clock, thread ids and refusals.
 
 #include <gtest/gtest.h>
+#include <json/value.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -57,6 +58,51 @@ TEST_F(PosixLog, CountsLinesThatAFullDiskRefuses) {
   EXPECT_EQ(Messages(), Lines{"kept"});
 }
 
+// What the process writes into any file may not make it longer, as if the disk were full.
+class FileSizeLimit {
+ public:
+  FileSizeLimit() : oldHandler_(std::signal(SIGXFSZ, SIG_IGN)) {
+    getrlimit(RLIMIT_FSIZE, &limit_);
+    unlimited_ = limit_.rlim_cur;
+  }
+  ~FileSizeLimit() {
+    Set(unlimited_);
+    std::signal(SIGXFSZ, oldHandler_);
+  }
+  void Set(rlim_t size) {
+    limit_.rlim_cur = size;
+    setrlimit(RLIMIT_FSIZE, &limit_);
+  }
+
+ private:
+  void (*const oldHandler_)(int);
+  rlimit limit_{};
+  rlim_t unlimited_;
+};
+
+TEST_F(PosixLog, ATornLineSpoilsNoOther) {
+  Configure(LM_Text, 1);
+  const std::uint64_t lost = log.GetLostLineCount();
+  log.AddJsonRecord(Json::Value("record"));
+  {
+    FileSizeLimit limit;
+    limit.Set(7);
+    log.WriteTextLog(1, "torn");
+    log.WriteTextLog(1, "refused");
+    limit.Set(12);
+    EXPECT_FALSE(log.OutputJsonLog());
+  }
+  EXPECT_EQ(log.GetLostLineCount(), lost + 2);
+  log.WriteTextLog(1, "whole");
+  EXPECT_TRUE(log.OutputJsonLog());
+  const Lines lines = Messages();
+  ASSERT_EQ(lines.size(), 4U);
+  EXPECT_EQ(lines[0].substr(0, 13), "odd line [TID");
+  EXPECT_EQ(lines[1], "odd line \"rec");
+  EXPECT_EQ(lines[2], "whole");
+  EXPECT_EQ(lines[3], "odd line \"record\"");
+}
+
 TEST_F(PosixLog, GoesOnWhereTheDiskBecameFull) {
   Configure(LM_Text, 1);
   log.SetOutputMode(OM_Cache);
@@ -65,20 +111,14 @@ TEST_F(PosixLog, GoesOnWhereTheDiskBecameFull) {
     want.push_back("line " + std::to_string(i));
     log.WriteTextLog(1, "line %d", i);
   }
-  // A file that may not grow beyond so many bytes refuses in the middle of a line.
-  const auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
-  rlimit limit{};
-  getrlimit(RLIMIT_FSIZE, &limit);
-  const rlim_t unlimited = limit.rlim_cur;
-  for (const rlim_t size : {rlim_t{100}, rlim_t{100}, rlim_t{777}}) {
-    limit.rlim_cur = size;
-    setrlimit(RLIMIT_FSIZE, &limit);
-    EXPECT_FALSE(log.OutputCacheLog());
-    EXPECT_EQ(ReadFile(LogFile()).size(), size);
+  {
+    FileSizeLimit limit;
+    for (const rlim_t size : {rlim_t{100}, rlim_t{100}, rlim_t{777}}) {  // in the middle of a line
+      limit.Set(size);
+      EXPECT_FALSE(log.OutputCacheLog());
+      EXPECT_EQ(ReadFile(LogFile()).size(), size);
+    }
   }
-  limit.rlim_cur = unlimited;
-  setrlimit(RLIMIT_FSIZE, &limit);
-  std::signal(SIGXFSZ, oldHandler);
   EXPECT_TRUE(log.OutputCacheLog());
   EXPECT_EQ(Messages(), want);
 }

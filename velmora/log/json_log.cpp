@@ -43,7 +43,7 @@ bool NxLog::OutputJsonLog() {
     const std::string text = JsonConverter::GetStyledString(oldest->second) + '\n';
     // A record that the file cut short is written again in full by the next call: readers look for
     // whole records.
-    if (internal::AppendToFile(state.mainLogFile, text) != text.size()) return false;
+    if (!internal::AppendWhole(state, text)) return false;
     state.jsonRecords.erase(oldest);
   }
   return true;

@@ -63,6 +63,7 @@ void NxLog::InitLogFromSetting(LogMode mode, int level, const char* path) {
   const Lock lock(state.lock);
   state.savePath = path == nullptr ? "" : path;
   state.mainLogFile = state.savePath + kMainLogName;
+  state.isTorn = false;
   SetMode(mode);
   SetLevel(level);
   state.initialised = true;
@@ -91,7 +92,7 @@ void NxLog::WriteTextLog(int level, const char* format, ...) {
   const Lock lock(state.lock);
   if (GetOutputMode() != OM_File) {
     state.cache.push_back(std::move(line));
-  } else if (internal::AppendToFile(state.mainLogFile, line) != line.size()) {
+  } else if (!internal::AppendWhole(state, line)) {
     lostLineCount_.fetch_add(1, std::memory_order_relaxed);
   }
 }
@@ -121,7 +122,7 @@ bool NxLog::OutputCacheLog() {
   for (const std::string& line : state.cache) text += line;
   if (text.empty()) return true;
 
-  std::size_t taken = internal::AppendToFile(state.mainLogFile, text);
+  std::size_t taken = internal::AppendToMainLog(state, text);
   auto line = state.cache.begin();
   for (; line != state.cache.end() && taken >= line->size(); ++line) taken -= line->size();
   // The next call goes on in the middle of a line, should the file have refused there.

@@ -3,11 +3,7 @@
 #include "velmora/log/internal/log_state.h"
 
 namespace velmora::internal {
-
-LogState& GetLogState() {
-  static LogState& state = *new LogState;
-  return state;
-}
+namespace {
 
 std::size_t AppendToFile(const std::string& path, const std::string& text) {
   std::FILE* file = std::fopen(path.c_str(), "ab");
@@ -18,6 +14,28 @@ std::size_t AppendToFile(const std::string& path, const std::string& text) {
   const std::size_t taken = std::fwrite(text.data(), 1, text.size(), file);
   std::fclose(file);
   return taken;
+}
+
+}  // namespace
+
+LogState& GetLogState() {
+  static LogState& state = *new LogState;
+  return state;
+}
+
+std::size_t AppendToMainLog(LogState& state, const std::string& text) {
+  if (state.isTorn) {
+    if (AppendToFile(state.mainLogFile, "\n") != 1) return 0;
+    state.isTorn = false;
+  }
+  return AppendToFile(state.mainLogFile, text);
+}
+
+bool AppendWhole(LogState& state, const std::string& text) {
+  const std::size_t taken = AppendToMainLog(state, text);
+  if (taken == text.size()) return true;
+  if (taken != 0) state.isTorn = true;
+  return false;
 }
 
 }  // namespace velmora::internal

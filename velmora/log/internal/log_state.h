@@ -24,14 +24,21 @@ struct LogState {
   std::vector<std::string> cache;                    // whole lines with their newline
   std::map<std::uint64_t, Json::Value> jsonRecords;  // by number, so oldest first
   std::uint64_t lastRecordNumber = 0;
+  bool isTorn = false;  // the main log file ends inside a text whose rest will not follow
 };
 
 // The one state of the process. Made on first use and never destroyed, because other objects may
 // log while the process ends.
 LogState& GetLogState();
 
-// Appends to a file, which is opened and closed for it.
-// Returns how many bytes the file took, which is fewer than asked for if it refuses the rest.
-std::size_t AppendToFile(const std::string& path, const std::string& text);
+// The two below append to the main log file, which is opened and closed for it, and begin on a new
+// line behind a torn text. The caller holds the lock.
+
+// Returns how many bytes the file took, which is fewer than asked for if it refuses the rest. The
+// caller will go on with that rest.
+std::size_t AppendToMainLog(LogState& state, const std::string& text);
+
+// Returns whether the file took the whole text. What it took of a part is torn.
+bool AppendWhole(LogState& state, const std::string& text);
 
 }  // namespace velmora::internal
