@@ -98,6 +98,28 @@ TEST_F(ModuleLoader, LeavesABareNameToTheSystem) {
   EXPECT_NE(loader.loadModuleFunc(SYSTEM_FILE, SYSTEM_FUNCTION), nullptr);
 }
 
+TEST_F(ModuleLoader, FlagsKeepTheCurrentDirectoryOutOfTheSearch) {
+  const testing::TemporaryDirectory directory;
+  testing::WriteFile(directory / "Planted.dll", testing::ReadFile(ModulesFile(FOO_FILE)));
+  const std::filesystem::path before = std::filesystem::current_path();
+  std::filesystem::current_path(directory.GetPath());
+  struct Row {
+    unsigned long flags;
+    bool loadsPlanted, loadsSystems;
+  };
+  for (const Row& row :
+       {Row{0, ON_WINDOWS, true}, Row{0x1000, false, true}, Row{0x1100, false, !ON_WINDOWS}}) {
+    SCOPED_TRACE(row.flags);
+    HINSTANCE module = nullptr;
+    EXPECT_EQ(PlaceOf("Planted.dll", true, nullptr, row.flags) != kNowhere, row.loadsPlanted);
+    EXPECT_EQ(loader.LoadModule(SYSTEM_FILE, module, row.flags, true, nullptr) == EC_Ok,
+              row.loadsSystems);
+    NxModuleLoaderBase::releaseModule(module);
+    EXPECT_EQ(PlaceOf("Foo", false, nullptr, row.flags), kBesideProgram);
+  }
+  std::filesystem::current_path(before);
+}
+
 TEST_F(ModuleLoader, MissingModulesAndFunctionsAreNull) {
   int dummy = 0;
   for (const char* name : {"NoSuchModule", "", "Pagemill"}) {
@@ -122,7 +144,8 @@ TEST_F(ModuleLoader, MissingModulesAndFunctionsAreNull) {
 
 TEST_F(ModuleLoader, LoadsWhatAModuleNeeds) {
   const Anchor anchor(ModulesFile(ANCHOR_FILE));
-  EXPECT_EQ(PlaceOf("Needy", false, "Anchor", kAlteredSearchPath), kBesideAnchor);
+  for (const unsigned long flags : {kAlteredSearchPath, 0x1100UL})
+    EXPECT_EQ(PlaceOf("Needy", false, "Anchor", flags), kBesideAnchor) << flags;
 }
 
 TEST_F(ModuleLoader, LoadsFromDirectoriesWithOddNames) {

@@ -22,13 +22,15 @@ namespace velmora {
 /// Security: the last step hands a bare file name to the system, which may look into the current
 /// directory and the PATH (Windows) or into LD_LIBRARY_PATH (Linux). Whoever can write there can have
 /// code loaded in place of a module that is missing. Install every module that is asked for beside
-/// the anchor or beside the program, so that the search ends there, and on Windows pass the flag
-/// 0x1000 (LOAD_LIBRARY_SEARCH_DEFAULT_DIRS), which keeps the current directory and the PATH out of
-/// the last step. `loadModuleFunc` knows this last step only: give it full paths.
+/// the anchor or beside the program, so that the search ends there, and on Windows pass the flags
+/// 0x1100 (LOAD_LIBRARY_SEARCH_DEFAULT_DIRS with LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR): Windows refuses
+/// bare names with them, so that the last step finds nothing. With 0x1000 alone it finds the
+/// system's own modules and those beside the program, but nothing in the current directory or the
+/// PATH. `loadModuleFunc` knows this last step only, without flags: give it full paths.
 ///
 /// Flags are those of the Windows function LoadLibraryEx and have no meaning elsewhere. A module
-/// that needs others from its own directory wants 0x8 (LOAD_WITH_ALTERED_SEARCH_PATH) or 0x1100
-/// (0x1000 with LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR); on Linux its run path decides.
+/// that needs others from its own directory wants 0x1100 or 0x8 (LOAD_WITH_ALTERED_SEARCH_PATH); on
+/// Linux its run path decides.
 ///
 /// No error is shown or reported: a module or function that is not found is null, and the caller
 /// knows what the absence means.
