@@ -259,11 +259,27 @@ TEST_F(ImageSourceAdapter, BlockedProducersAreLetGo) {
   };
   const Row rows[] = {
       {"StopFetching", [](TestSource& full) { full.StopFetching(); }, 2},
+      {"StopFetching, with a restart at once",
+       [](TestSource& full) {
+         WhileSomebodyWaits(full, [&] {
+           full.StopFetching();
+           full.StartFetching();
+         });
+       },
+       2},
       {"a larger limit", [](TestSource& full) { full.SetMaxImageCount(3); }, 0},
       {"ClearBuffer",
        [](TestSource& full) { WhileSomebodyWaits(full, [&] { full.ClearBuffer(); }); }, 0},
       {"GetImage",
        [](TestSource& full) { WhileSomebodyWaits(full, [&] { delete full.GetImage(); }); }, 0},
+      {"GetImage in another mode",
+       [](TestSource& full) {
+         WhileSomebodyWaits(full, [&] {
+           full.SetBufferOverflowProtectionMode(BOP_DropOldest);
+           delete full.GetImage();
+         });
+       },
+       0},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.name);

@@ -47,11 +47,7 @@ class CImageSourceAdapter::State {
     const bool isFull = Count() == limit;
     const BufferOverflowProtectionMode mode = overflowMode;
     const bool dropOldest = isFull && mode == BOP_DropOldest;
-    if (isFull && mode == BOP_Block) {
-      spaceAvailable_.wait(lock, [this] { return Count() < maxImageCount || !fetching; });
-      // Without room fetching had gone off, even if it is on again by now.
-      if (!fetching || Count() >= maxImageCount) return Refuse(std::move(image));
-    }
+    if (isFull && mode == BOP_Block && !WaitForRoom(lock)) return Refuse(std::move(image));
     if (dropOldest && HasId(*buffer_.front(), protectedImageId_)) {
       if (limit == 1) return Refuse(std::move(image));
       std::swap(buffer_[0], buffer_[1]);
@@ -113,9 +109,16 @@ class CImageSourceAdapter::State {
     return buffer_.empty();
   }
 
-  // A producer looks at its condition and falls asleep under the lock. To pass through the lock
-  // before the call makes sure that none is between the two and misses it.
-  void PassThroughLock() const { const std::lock_guard<std::mutex> lock(bufferLock_); }
+  void StopFetching() {
+    fetching = false;
+    {
+      // A producer looks at its condition and falls asleep under the lock: none is between the two
+      // and misses the call. Counted, because fetching may be on again before they wake.
+      const std::lock_guard<std::mutex> lock(bufferLock_);
+      ++stopCount_;
+    }
+    WakeProducers();
+  }
   void WakeProducers() { spaceAvailable_.notify_all(); }
 
   int GetCount() const { return static_cast<int>(tally_.GetBuffered()); }
@@ -130,6 +133,16 @@ class CImageSourceAdapter::State {
 
  private:
   std::int32_t Count() const { return static_cast<std::int32_t>(buffer_.size()); }
+
+  // False if fetching was off at any time of the wait.
+  bool WaitForRoom(std::unique_lock<std::mutex>& lock) {
+    const std::uint64_t stopCount = stopCount_;
+    while (fetching && stopCount_ == stopCount) {
+      if (Count() < maxImageCount) return true;
+      spaceAvailable_.wait(lock);
+    }
+    return false;
+  }
 
   std::deque<ImagePtr>::const_iterator Find(int imageId) const {
     return std::find_if(buffer_.begin(), buffer_.end(),
@@ -154,11 +167,12 @@ class CImageSourceAdapter::State {
     tally_.Publish(counts_);
   }
 
-  mutable std::mutex bufferLock_;           // guards buffer_, protectedImageId_ and counts_
+  mutable std::mutex bufferLock_;  // guards buffer_, protectedImageId_, counts_ and stopCount_
   std::condition_variable spaceAvailable_;  // producers wait on it in mode BOP_Block
   std::deque<ImagePtr> buffer_;             // oldest first
   std::int32_t protectedImageId_ = kNoImageId;
   internal::SourceCounts counts_;
+  std::uint64_t stopCount_ = 0;  // calls of StopFetching
   internal::SourceTally tally_;  // counts_, for readers without the lock
 
   // An idle source refuses without the lock, and so counts without it.
@@ -176,9 +190,7 @@ void CImageSourceAdapter::StartFetching() {
 }
 
 void CImageSourceAdapter::StopFetching() {
-  state_->fetching = false;
-  state_->PassThroughLock();
-  state_->WakeProducers();
+  state_->StopFetching();
 }
 
 void CImageSourceAdapter::AddImageToBuffer(const CImageData* image, bool copyImage) {
@@ -195,7 +207,7 @@ void CImageSourceAdapter::AddImageToBuffer(const CImageData* image, bool copyIma
 CImageData* CImageSourceAdapter::GetImage() {
   ImagePtr image = state_->Take();
   if (image == nullptr) return nullptr;
-  if (state_->overflowMode == BOP_Block) state_->WakeProducers();
+  state_->WakeProducers();  // in every mode: it may have changed while they wait
   if (image->GetBytes() == nullptr) return image.release();
   CImageData* converted = Nx_ConvertImageData(image.get(), state_->colourChannelUsage);
   return converted != nullptr ? converted : image.release();

@@ -76,8 +76,8 @@ class VELMORA_EXPORT CImageSourceAdapter {
 
   virtual void StartFetching();
 
-  /// Makes the source idle and lets go every producer that waits for room; their images are
-  /// destroyed. What is buffered stays.
+  /// Makes the source idle and lets go every producer that waits for room, even if fetching starts
+  /// again at once; their images are destroyed. What is buffered stays.
   virtual void StopFetching();
 
   /// Takes the newest image out of the buffer, ends the protection of `SetNextImageToReturn` and
@@ -130,7 +130,8 @@ class VELMORA_EXPORT CImageSourceAdapter {
 
   /// Offers an image to the buffer. Null does nothing.
   ///
-  /// @param copyImage  true: the image is borrowed for the call and a deep copy buffered;
+  /// @param copyImage  true: the image is borrowed for the call and a deep copy buffered, of as many
+  ///                   bytes as `GetBytesLength()` says: none if that is 0;
   ///                   false: it is taken over, whatever becomes of it
   /// @throws std::bad_alloc
   void AddImageToBuffer(const CImageData* image, bool copyImage);
