@@ -18,7 +18,7 @@ struct Size {
   const char* name;
   int width, height;
 };
-// A source with rows of one more pixel than is used, so that no conversion is one long row.
+// A source with rows of 16 more pixels than are used, so that no conversion is one long row.
 struct Frame {
   Frame(const Size& size, int bits)
       : width(size.width),

@@ -11,6 +11,7 @@
 
 #include "tests/image/conversion_twin.h"
 #include "velmora/image/image_tag.h"
+#include "velmora/image/nx_image_data_inner.h"
 
 namespace velmora {
 namespace {
@@ -232,6 +233,17 @@ TEST(PixelConversion, UnknownLengthIsTrusted) {
                         basic_structures::PXF_Colour8888, 0, nullptr);
   EXPECT_EQ(Image(Nx_ConvertImageData(&huge, {})), nullptr)
       << "of 4 GiB the low 32 bits count, and they are 0";
+}
+
+TEST(PixelConversion, LengthZeroOfAnOwnBufferIsNotUnknown) {
+  const Bytes bytes(12, 200);
+  const CImageData copy(0, bytes.data(), 3, 1, 12, basic_structures::PXF_Colour8888, 0, nullptr);
+  const NxImageDataInner wrapped(16, 65536, 65536, basic_structures::PXF_Grayscale8);
+  for (const CImageData* image : {&copy, static_cast<const CImageData*>(&wrapped)}) {
+    EXPECT_EQ(image->GetBytesLength(), 0U);
+    EXPECT_TRUE(image->IsLengthKnown());
+    EXPECT_EQ(Image(Nx_ConvertImageData(image, {})), nullptr);
+  }
 }
 
 // Whatever an image says of itself, nothing outside its 64 bytes is touched, and no time is lost.

@@ -26,6 +26,7 @@ CImageData::CImageData(unsigned long long bytesLength, const unsigned char* byte
   std::memcpy(copy, bytes, size);
   bytes_ = copy;
   releaseBytes_ = &CCoreModule::FreeBytes;
+  hasOwnBuffer_ = true;
 }
 
 CImageData::CImageData(unsigned long long bytesLength, const unsigned char* bytes,

@@ -55,7 +55,8 @@ class VELMORA_EXPORT CImageData {
 
   /// Copies the pixels and the tag.
   ///
-  /// @param bytesLength  stored whole; of a length of 4 GiB or more only the low 32 bits are copied
+  /// @param bytesLength  stored whole; of a length of 4 GiB or more only the low 32 bits are copied,
+  ///                     of an unknown one, 0, nothing
   /// @param bytes        @p bytesLength bytes, borrowed for the call; null makes an image without a
   ///                     buffer, which keeps the length it was given
   /// @param stride       bytes from the start of a row to the start of the next
@@ -84,8 +85,11 @@ class VELMORA_EXPORT CImageData {
   virtual ~CImageData() noexcept(false);
 
   const unsigned char* GetBytes() const noexcept { return bytes_; }
-  /// Bytes in the buffer; 0 also stands for "unknown".
+  /// Bytes in the buffer; 0 also stands for "unknown" if the buffer is the application's.
   unsigned long long GetBytesLength() const noexcept { return bytesLength_; }
+  /// Whether `GetBytesLength()` tells how long the buffer is: it is not 0, or the image allocated
+  /// the buffer itself.
+  bool IsLengthKnown() const noexcept { return bytesLength_ != 0 || hasOwnBuffer_; }
   int GetWidth() const noexcept { return width_; }
   int GetHeight() const noexcept { return height_; }
   int GetStride() const noexcept { return stride_; }
@@ -110,6 +114,7 @@ class VELMORA_EXPORT CImageData {
   std::int32_t orientation_ = 0;
   CImageTag* imageTag_ = nullptr;  // owned
   ReleaseBytes releaseBytes_ = nullptr;
+  bool hasOwnBuffer_ = false;  // allocated here, of the low 32 bits of bytesLength_, 0 included
 };
 
 }  // namespace velmora::basic_structures

@@ -39,6 +39,7 @@ NxImageDataInner::NxImageDataInner(int width, int height, int stride, ImagePixel
     : NxImageDataInner(nullptr, width, height, stride, format) {
   bytes_ = internal::AllocateZeroedBytesOrThrow(AllocationSize(stride, height));
   releaseBytes_ = &CCoreModule::FreeBytes;
+  hasOwnBuffer_ = true;
   borrowed_ = false;
 }
 
@@ -47,6 +48,7 @@ NxImageDataInner* NxImageDataInner::CreateUninitialised(int width, int height, i
   auto image = std::make_unique<NxImageDataInner>(nullptr, width, height, stride, format);
   image->bytes_ = internal::AllocateBytesOrThrow(AllocationSize(stride, height));
   image->releaseBytes_ = &CCoreModule::FreeBytes;
+  image->hasOwnBuffer_ = true;
   image->borrowed_ = false;
   return image.release();
 }

@@ -241,11 +241,11 @@ Target TargetOf(ImagePixelFormat format, ColourChannelUsageType usage) {
   return isGrey ? Target::Grey : Target::Colour;
 }
 
-// Whether the image is known to end before the conversion would. A length of 0 is unknown; of a
-// length of 4 GiB or more only the low 32 bits are kept when it is copied, so they alone count.
+// Whether the image is known to end before the conversion would. Of a length of 4 GiB or more only
+// the low 32 bits are kept when it is copied, so they alone count.
 bool IsTooShort(const CImageData& image, const ConvertData& data, Target target) {
-  const unsigned long long length = image.GetBytesLength();
-  return length != 0 && ReadsBeyond(data, target, static_cast<std::uint32_t>(length));
+  return image.IsLengthKnown() &&
+         ReadsBeyond(data, target, static_cast<std::uint32_t>(image.GetBytesLength()));
 }
 
 }  // namespace

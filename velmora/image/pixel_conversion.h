@@ -16,8 +16,8 @@ extern "C" {
 ///
 /// Refused, with null, are: no image or no bytes; a width, height or stride below 1; an image that
 /// is in the target layout already; a single channel of a 48- or 64-bit format; an unknown format;
-/// a result of 2 GiB or more; and an image whose length is known (not 0) and shorter than what the
-/// conversion would read.
+/// a result of 2 GiB or more; and an image whose length is known (`IsLengthKnown`) and shorter than
+/// what the conversion would read.
 ///
 /// @param image  borrowed for the call and left unchanged; may be null
 /// @return a new image owned by the caller, destroyed with `delete`; or null: go on with @p image
