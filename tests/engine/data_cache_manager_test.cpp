@@ -14,6 +14,10 @@ namespace {
 class Cache : public SourceImageCacheBase {
  public:
   explicit Cache(DataCacheManager* manager = nullptr) : manager_(manager) {}
+  Cache(const Cache&) = default;
+  Cache(Cache&&) = default;
+  Cache& operator=(const Cache&) = default;
+  Cache& operator=(Cache&&) = default;
   ~Cache() override {
     if (manager_ != nullptr) manager_->GetFromCacheMap("");  // the manager's lock must be free
   }
@@ -86,6 +90,11 @@ TEST(SourceImageCache, CopiesShareAndMovesHandOverTheSourceImage) {
   Cache assigned;
   assigned = copy;
   EXPECT_EQ(source->GetReferenceCount(), 4);
+  Cache moved(std::move(copy));
+  assigned = std::move(original);
+  EXPECT_EQ(source->GetReferenceCount(), 3);
+  EXPECT_EQ(moved.GetSourceImageObject(), source);
+  EXPECT_EQ(copy.GetSourceImageObject(), nullptr);  // NOLINT(bugprone-use-after-move)
 }
 
 }  // namespace

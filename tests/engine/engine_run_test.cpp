@@ -4,7 +4,8 @@
 //   page [find]  --each region found-->  code [read] -> [check]
 //                                   \->  text [lines] -> [merge]
 //
-// A task on the right of an arrow waits for the finish flag of the one on the left.
+// A task on the right of an arrow waits for the finish flag of the one on the left. Handwriting is
+// read by threads of another pool, which finish the work that the pool's threads began.
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -125,6 +126,8 @@ class TaskRun : public Counted<NxTaskOutput> {
 
 class EngineWork : public Counted<Nx_WorkObjectBase> {
  public:
+  explicit EngineWork(ThreadPoolBase* handwriting) : handwriting_(handwriting) {}
+
   int AppendWorkOutputs(NxTaskOutput* task, int level) override {
     int mode = 0;
     for (const std::string& workMode : GetWorkModes()) {
@@ -138,15 +141,36 @@ class EngineWork : public Counted<Nx_WorkObjectBase> {
   }
 
   int Work(ExecutableWorkItem* item, NxSemaphore* /*semaphore*/) override {
-    auto* const output = static_cast<NxWorkOutput*>(item->GetOutput());
-    auto* const task = static_cast<TaskRun*>(output->GetTaskOutput());
-    const int code = Recognise(*output, *task);
-    item->SetWorkFinished();
-    task->EndPiece(output->GetThreadPool());
-    return code;
+    if (static_cast<NxWorkOutput*>(item->GetOutput())->GetWorkMode() != "hand") {
+      return Complete(*item);
+    }
+    handwriting_->AppendWorkItem(new LateWork(this, item));
+    return EC_Ok;
   }
 
  private:
+  // Completes the work of an item on another thread than the one that processes it.
+  class LateWork : public Counted<RtrThreadWorkItemBase> {
+   public:
+    LateWork(EngineWork* work, ExecutableWorkItem* item)
+        : Counted(nullptr, item->GetPriority()), work_(work), item_(item) {}
+    void Process(ThreadPoolBase* /*pool*/) override { work_->Complete(*item_); }
+    void FinishWork() override { item_->FinishWork(); }
+
+   private:
+    EngineWork* const work_;
+    const NxRef<ExecutableWorkItem> item_;
+  };
+
+  int Complete(ExecutableWorkItem& item) {
+    const auto& output = static_cast<const NxWorkOutput&>(*item.GetOutput());
+    auto* const task = static_cast<TaskRun*>(output.GetTaskOutput());
+    const int code = Recognise(output, *task);
+    task->EndPiece(output.GetThreadPool());
+    item.SetWorkFinished();
+    return code;
+  }
+
   int Recognise(const NxWorkOutput& output, TaskRun& task) {
     const Job& job = JobOf(*output.GetRegion());
     int code = EC_Ok;
@@ -170,6 +194,8 @@ class EngineWork : public Counted<Nx_WorkObjectBase> {
     task.AddResult(new Counted<NxTaskOutputAtomResult>(found));
     return code;
   }
+
+  ThreadPoolBase* const handwriting_;
 };
 
 class EngineDef : public Counted<NxTargetROIDef> {
@@ -181,13 +207,13 @@ class EngineDef : public Counted<NxTargetROIDef> {
 
   // A task with one work object; it waits for the task `after`, if that is given.
   void AddTask(const std::string& name, const std::vector<std::string>& workModes,
-               const std::string& after, NxDataManagerPool* managers) {
+               const std::string& after, ThreadPoolBase* handwriting) {
     TargetROIDefSetting& setting = *GetTargetDefSetting();
-    NxRef<Nx_WorkObjectBase> work = new EngineWork;
+    NxRef<Nx_WorkObjectBase> work = new EngineWork(handwriting);
     work->SetTaskName(name);
     work->SetTargetDefName(setting.GetTargetDefName());
     work->SetWorkModes(workModes);
-    work->SetManagerPool(managers);
+    work->SetManagerPool(GetManagerPool());
     NxRef<NxTargetTaskSetting> task =
         new Counted<NxTargetTaskSetting>(setting.GetTargetDefName(), name, TT_ATOMIC_0, 0);
     task->SetTaskObject(work);
@@ -264,16 +290,16 @@ class EngineDef : public Counted<NxTargetROIDef> {
 
 class EngineGraph : public Counted<NxDependencyGraph> {
  public:
-  explicit EngineGraph(NxDataManagerPool* managers) {
+  EngineGraph(NxDataManagerPool* managers, ThreadPoolBase* handwriting) {
     SetManagerPool(managers);
     EngineDef* const page = AddDef("page", {});
-    page->AddTask("find", {"left", "right"}, "", managers);
+    page->AddTask("find", {"left", "right"}, "", handwriting);
     EngineDef* const code = AddDef("code", {page});
-    code->AddTask("read", {"fast", "deep", "far"}, "", managers);
-    code->AddTask("check", {""}, "read", managers);
+    code->AddTask("read", {"fast", "deep", "far"}, "", handwriting);
+    code->AddTask("check", {""}, "read", handwriting);
     EngineDef* const text = AddDef("text", {page});
-    text->AddTask("lines", {"print", "hand"}, "", managers);
-    text->AddTask("merge", {""}, "lines", managers);
+    text->AddTask("lines", {"print", "hand"}, "", handwriting);
+    text->AddTask("merge", {""}, "lines", handwriting);
     for (const auto& [name, def] : GetTargetDefNodesMap()) def->ActivateAllTask();
     SetBeginNode(page);
   }
@@ -334,7 +360,8 @@ void RunThousandImages(int threadCount) {
   constexpr std::size_t kInFlight = 8;
   for (int i = 0; i < kImages; ++i) jobs.emplace_back(i);
   NxDataManagerPool managers;
-  const NxRef<EngineGraph> graph = new EngineGraph(&managers);
+  FixedThreadPool handwriting(2);
+  const NxRef<EngineGraph> graph = new EngineGraph(&managers, &handwriting);
   FixedThreadPool pool(threadCount);
   std::atomic<bool> running{true};
   std::thread clock([&] {
@@ -348,6 +375,7 @@ void RunThousandImages(int threadCount) {
     if (i >= kInFlight) EndImage(jobs[i - kInFlight]);
   }
   pool.Stop();
+  handwriting.Stop();
   running = false;
   clock.join();
   for (const Job& job : jobs) EXPECT_EQ(job.semaphore.GetValue(), 0) << job.number;

@@ -133,6 +133,36 @@ TEST(ResolvableWorkItem, TakesOneWorkOutputAProcess) {
   EXPECT_EQ(first->GetOutput()->GetResultCount(), 1);
 }
 
+// All that hands out work may go while the work is in flight; its item keeps what it needs.
+TEST(ResolvableWorkItem, GoesOnWhenQueueTableAndTaskOutputAreDropped) {
+  NxDataManagerPool pool;
+  NxSemaphore semaphore(0);
+  const NxRef<NxSourceImageObject> source = MakeSource();
+  NxRef<NxTaskOutput> task = new NxTaskOutput(MakeRegion("page", source), MakeRegion("page"),
+                                              "read", TT_ATOMIC_0, false, 1);
+  TaskUnitQueue queue;
+  FunctionWork work([&](ExecutableWorkItem* item, NxSemaphore*) {
+    queue = {};
+    task.reset();
+    pool.GetActiveWorkUnitManager()->AddTimeCheckCountForActiveWorkUnit(5);
+    item->SetWorkFinished();
+    return EC_Timeout;
+  });
+  work.SetManagerPool(&pool);
+  for (int i = 0; i < 3; ++i) {
+    task->GetWorkTable()->AppendNextWorkOutput(
+        0, 0, MakeWorkOutput(MakeRegion("page", source), "fast", &work));
+    queue.push(new ResolvableWorkItem(task->GetWorkTable(), &semaphore, 0));
+  }
+  const NxRef<RtrThreadWorkItemBase> item = queue.front();
+  queue.pop();
+  item->Process(nullptr);
+  item->FinishWork();
+  EXPECT_EQ(semaphore.GetValue(), 1);
+  EXPECT_EQ(source->GetElapsedTime(), 5);
+  EXPECT_EQ(source->GetErrorCode(), EC_Timeout);
+}
+
 TEST(TaskUnitQueue, IsFirstInFirstOutAndSharesItsItems) {
   std::vector<NxRef<RtrThreadWorkItemBase>> items;
   TaskUnitQueue queue;

@@ -85,6 +85,22 @@ TEST(WorkOutputTable, CreatesLevelsAndIgnoresWhatIsOutsideThem) {
   EXPECT_EQ(Take(table, 5), "abcd.");
 }
 
+// What dies with a refused work output may ask the table in its destructor.
+TEST(WorkOutputTable, ReleasesWhatItRefusesOutsideItsLock) {
+  class Asking : public NxWorkOutput {
+   public:
+    Asking(NxWorkOutputTable* table, const NxRef<NxRegionObject>& region)
+        : NxWorkOutput(nullptr, nullptr, region, region, "task", TT_ATOMIC_0, nullptr, ""),
+          table_(table) {}
+    ~Asking() override { EXPECT_FALSE(table_->HasNextWorkOutput()); }
+
+   private:
+    NxWorkOutputTable* table_;
+  };
+  NxWorkOutputTable table;
+  table.AppendNextWorkOutput(0, 0, new Asking(&table, MakeRegion("page")));
+}
+
 // The rule itself, with every slot of every list looked at in order.
 class NaiveTable {
  public:

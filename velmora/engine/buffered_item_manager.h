@@ -51,7 +51,8 @@ class VELMORA_EXPORT BufferedItemManager {
   int GetMaxBufferedItems(basic_structures::BufferedItemType type) const;
 
   /// Keeps @p item (shared) as the newest of its type and drops the oldest beyond the limit. It is
-  /// not kept if its type is not registered or has a limit of 0. Null does nothing.
+  /// not kept if its type is not registered or has a limit of 0. Null does nothing. The item is
+  /// asked for its type without the lock.
   void AppendItem(basic_structures::BufferedItemBase* item);
 
   /// Forgets everything: items, limits and registrations.

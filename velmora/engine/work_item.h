@@ -56,10 +56,12 @@ class VELMORA_EXPORT RtrThreadWorkItemBase : public NxObjectBase {
 
 /// One work object applied to one output.
 ///
-/// Neither is owned: both outlive the item's `Process` and `FinishWork`.
+/// Neither is owned: both outlive the item's `Process` and `FinishWork`. That is longer than until
+/// the semaphore is produced if another thread than the pool's finishes the work: the pool's may
+/// still be on its way out of `Process`.
 ///
-/// @threadsafety the finished state from any thread: work may be finished on another one than the
-///               pool's
+/// @threadsafety `FinishWork` and the finished state from any thread: work may be finished on
+///               another one than the pool's
 class VELMORA_EXPORT ExecutableWorkItem : public RtrThreadWorkItemBase {
  public:
   /// The description is built only while the log takes level 9 text.
@@ -76,11 +78,15 @@ class VELMORA_EXPORT ExecutableWorkItem : public RtrThreadWorkItemBase {
   void Process(ThreadPoolBase* pool) override;
 
   /// Gives an output without a status an empty result and `TOS_WORK_ENDED`, then produces the
-  /// semaphore once. Does nothing while the work is not finished or if the output has a status.
-  /// After that the item no longer touches its output.
+  /// semaphore once, whoever calls how often. Does nothing while the work is not finished or if the
+  /// output has a status. After that the item no longer touches its output.
   void FinishWork() override;
 
   bool IsWorkFinished() const;
+
+  /// The last thing that work does: from now on another thread's `FinishWork` may end it, and who
+  /// waited for that may let go of the output's task. A thread other than the one in `Process` calls
+  /// `FinishWork` itself afterwards: the pool's call may have come too early.
   void SetWorkFinished();
 
   NxOutputBase* GetOutput() const { return output_; }

@@ -45,8 +45,9 @@ class VELMORA_EXPORT Nx_WorkObjectBase : public NxObjectBase {
 
   /// Does the work of @p item and adds what it finds to the item's output. No lock is held.
   ///
-  /// Whoever completes the work calls `item->SetWorkFinished()`: this operation before it returns,
-  /// or another thread later, which then keeps a reference on the item.
+  /// Whoever completes the work calls `item->SetWorkFinished()`, as the last thing: this operation
+  /// before it returns, or another thread later, which keeps a reference on the item until then and
+  /// calls `item->FinishWork()` itself.
   ///
   /// @param semaphore the item's, on which its caller waits; null if nobody does
   /// @return 0, or the error code to record on the source image

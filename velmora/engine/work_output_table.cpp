@@ -1,7 +1,5 @@
 #include "velmora/engine/work_output_table.h"
 
-#include <utility>
-
 #include "velmora/engine/internal/work_slots.h"
 
 namespace velmora {
@@ -16,7 +14,7 @@ void NxWorkOutputTable::SetAllWorkModesCount(int count) {
 
 void NxWorkOutputTable::AppendNextWorkOutput(int level, int mode, NxRef<NxWorkOutput> work) {
   const std::lock_guard<std::mutex> lock(mutex_);
-  slots_->Append(level, mode, std::move(work));
+  slots_->Append(level, mode, work);
 }
 
 NxRef<NxWorkOutput> NxWorkOutputTable::GetNextTopPriorityWorkOutput(const std::string& workMode) {

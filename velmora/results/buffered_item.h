@@ -25,8 +25,8 @@ class VELMORA_EXPORT BufferedItemBase : public NxObjectBase {
   BufferedItemBase& operator=(const BufferedItemBase&) = default;
   ~BufferedItemBase() override;
 
-  /// The kind under which the store files this item. Called with the store's lock held: it must
-  /// not call back into the store.
+  /// The kind under which the store files this item; the same at every call. The store asks before
+  /// it takes its lock.
   virtual BufferedItemType GetBufferedItemType() const = 0;
 };
 

@@ -46,7 +46,7 @@ void WorkSlots::SetListsPerLevel(int count) {
   listsPerLevel_ = count < 0 ? 0 : static_cast<std::uint32_t>(count);
 }
 
-void WorkSlots::Append(int level, int mode, NxRef<NxWorkOutput> work) {
+void WorkSlots::Append(int level, int mode, NxRef<NxWorkOutput>& work) {
   AddLevelsUpTo(level);
   List* const list = FindList(level, mode);
   if (list == nullptr) return;

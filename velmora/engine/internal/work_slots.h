@@ -24,7 +24,9 @@ namespace velmora::internal {
 class WorkSlots {
  public:
   void SetListsPerLevel(int count);
-  void Append(int level, int mode, NxRef<NxWorkOutput> work);
+  // Takes `work` over; leaves it where it is if there is no such list, so that what is refused does
+  // not die in here, under the table's lock.
+  void Append(int level, int mode, NxRef<NxWorkOutput>& work);
   // The next work of `workMode`, of any when that is empty; or an empty reference.
   NxRef<NxWorkOutput> Take(const std::string& workMode, bool sequential);
   bool HasWork() const { return any_.Lowest() != LowestIndex::kNone; }
