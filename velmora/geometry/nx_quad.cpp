@@ -273,6 +273,8 @@ int Nx_Quad::GetAllPixelsReserveSize(int shift, int width, int height) const {
 
 int Nx_Quad::GetAllPixels(std::vector<NxPoint_<int>>& out, Nx_Pixelate_Mode mode, int shift,
                           int width, int height) const {
+  out.clear();
+  if (IsBeyondImage(width, height)) return 0;
   const int bits = shift & 31;
   NxPoint_<int> shifted[4];
   for (int i = 0; i < 4; ++i) shifted[i].Set(vertices_[i][0] >> bits, vertices_[i][1] >> bits);

@@ -49,8 +49,8 @@ enum Nx_Quad_Edge_Translating_Direction : std::int32_t {
 ///
 /// Area, interior angles and centre are computed when they are first asked for and forgotten when
 /// the vertices change; the edges remember their own measures. Vertices may lie anywhere in the
-/// range of an int; results that do not fit wrap where nothing else is said. "Rounded" means to the nearest int, halves away from zero. An index
-/// outside 0..3 changes nothing and yields nothing.
+/// range of an int; results that do not fit wrap where nothing else is said. "Rounded" means to the
+/// nearest int, halves away from zero. An index outside 0..3 changes nothing and yields nothing.
 ///
 ///     Nx_Quad quad(vertices);
 ///     int area = quad.GetArea(-1, -1);
@@ -185,7 +185,8 @@ class VELMORA_EXPORT Nx_Quad : public NxObjectBase {
   /// @param shift  the vertices are shifted right by this modulo 32 first, to list the cells of a
   ///               coarser grid
   /// @param width  of the image, unshifted. With both sizes other than -1, only pixels in the
-  ///               image are listed: x up to (width - 1) >> shift.
+  ///               image are listed: x up to (width - 1) >> shift, and none if the box lies wholly
+  ///               beyond the image.
   /// @return their number
   /// @throws std::bad_alloc, std::length_error
   int GetAllPixels(std::vector<NxPoint_<int>>& out, Nx_Pixelate_Mode mode, int shift, int width,
