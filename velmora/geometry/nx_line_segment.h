@@ -234,8 +234,6 @@ class VELMORA_EXPORT Nx_LineSegmentEnhanced : public Nx_LineSegment {
   void Init() override;
 
  private:
-  friend class Nx_Quad;
-
   static constexpr std::int32_t kNoInt = std::numeric_limits<std::int32_t>::max();
   static constexpr float kNoFloat = std::numeric_limits<float>::max();
   static constexpr float kLeastDivisor = 0.001F;
