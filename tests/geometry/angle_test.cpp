@@ -97,5 +97,42 @@ TEST(Rotations, AreThoseOfTheFormulaForEveryDegree) {
   }
 }
 
+// Relative coordinates and feet of perpendiculars in every direction, against long double: floats
+// carry 24 bits, so a result may be off where it lies that near a half.
+TEST(RelativeCoordinates, AreThoseOfTheFormulaForEveryDegree) {
+  Random random(4);
+  const auto expectNear = [](int got, long double want, const char* what) {
+    const long double tolerance = 0.5L + std::fabs(want) * 3e-7L + 1e-3L;
+    ASSERT_LE(std::fabs(got - want), tolerance) << what;
+  };
+  for (int angle = 0; angle < 360; ++angle) {
+    for (const int length : {1, 7, 300, 40'000}) {
+      const Point start = random.PointIn(-100, 100);
+      const Nx_LineSegmentEnhanced segment(start, angle, length);
+      const long double dx = segment.GetEndPoint()[0] - start[0];
+      const long double dy = segment.GetEndPoint()[1] - start[1];
+      const Point p = random.PointIn(-2 * length, 2 * length);
+      const long double px = p[0] - start[0];
+      const long double py = p[1] - start[1];
+      SCOPED_TRACE(::testing::Message() << angle << " degrees, " << length << " long");
+
+      const bool isFlat = std::fabs(dx) > std::fabs(dy);
+      const float t = segment.CalcRelativeCoordFromPoint(p);
+      ASSERT_EQ(t, isFlat ? static_cast<float>(px) / static_cast<float>(dx)
+                          : static_cast<float>(py) / static_cast<float>(dy));
+      Point out;
+      segment.CalcPointFromRelativeCoord(t, out);
+      ASSERT_EQ(out[isFlat ? 0 : 1], p[isFlat ? 0 : 1]) << "back on its row or column";
+      expectNear(out[0] - start[0], dx * t, "x at t");
+      expectNear(out[1] - start[1], dy * t, "y at t");
+
+      const long double foot = (px * dx + py * dy) / (dx * dx + dy * dy);
+      segment.CalcProjectionPtOfLine(p, out);
+      expectNear(out[0] - start[0], dx * foot, "x of the foot");
+      expectNear(out[1] - start[1], dy * foot, "y of the foot");
+    }
+  }
+}
+
 }  // namespace
 }  // namespace velmora

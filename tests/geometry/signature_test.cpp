@@ -3,16 +3,19 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <string>
 #include <vector>
 
 #include "tests/geometry/quad_inputs.h"
 #include "velmora/geometry/coordinate_transform.h"
 #include "velmora/geometry/math_utils.h"
 #include "velmora/geometry/nx_quad.h"
+#include "velmora/geometry/quadrilateral.h"
 
 namespace velmora {
 namespace {
@@ -37,10 +40,11 @@ class Signature {
     Add(result[0]);
     Add(result[1]);
   }
-  void AddEnds(const Segment& result) {
+  void AddEnds(const Nx_LineSegment& result) {
     Add(result.GetStartPoint());
     Add(result.GetEndPoint());
   }
+  void Add(const std::string& result) { AddAll(result.data(), result.size()); }
   template <typename T>
   void AddAll(const T* results, std::size_t count) {
     Add(static_cast<int>(count));
@@ -182,14 +186,41 @@ void AddQuads(Signature& s, const Inputs& in) {
   s.AddAll(moved.GetVertices(), 4);
   moved.MakeQuadInBounds(640, 480);
   s.AddAll(moved.GetVertices(), 4);
-  Quad4 sorted = in.first;
-  Nx_Quad::SetVerticesToClockWise(sorted.data(), -1);
-  s.AddAll(sorted.data(), 4);
+  quad.GetAllPixels(points, PXM_SAMPLED, 0, 9, 9);
+  s.AddAll(points.data(), points.size());
+  s.Add(quad.IsOutOfBounds(640, 480));
+  Nx_LineSegment edge;
+  quad.GetTranslatedEdge(QEI_1, QETD_INWARD, in.number, edge);
+  s.AddEnds(edge);
+  quad.GetRotatedEdge(QEI_3, false, LSPA_MIDDLE, in.number, edge);
+  s.AddEnds(edge);
+  moved.CalcHashID();
+  s.Add(moved.GetObjectId());
+}
+
+void AddValues(Signature& s, const Inputs& in) {
+  basic_structures::CQuadrilateral value;
+  std::copy(in.first.begin(), in.first.end(), value.points);
+  s.Add(value.Contains(&in.p));
+  s.Add(value.GetArea());
+  const basic_structures::CRect box = value.GetBoundingRect();
+  for (const int bound : {box.top, box.left, box.right, box.bottom}) s.Add(bound);
 
   double m[9];
+  double inverse[9] = {1, 0, 0, 0, 1, 0, 0, 0, 1};
   for (int i = 0; i < 9; ++i) m[i] = in.second[static_cast<unsigned>(i) % 4][i % 2] / 1e3;
+  inverse[2] = -m[2];
   s.Add(Point::TransformCoordinates(in.p, m));
   s.Add(static_cast<float>(in.p.DistanceTo(in.first[0])));
+  s.Add(IsIdentityTransformMatrix(m));
+  s.Add(IsInverseTransformMatrices(m, inverse));
+  Quad4 out;
+  ConvertQuadrilateralToClockWisePoints(value, out.data());
+  s.AddAll(out.data(), 4);
+  s.Add(ConvertQuadrilateralWithTransformMat(value, m, out.data()));
+  s.AddAll(out.data(), 4);
+  s.Add(ConvertQuadrilateralWithDiffCoordinates(value, m, inverse, out.data()));
+  s.AddAll(out.data(), 4);
 }
 
 void AddEverything(Signature& s, const Inputs& in) {
@@ -197,6 +228,7 @@ void AddEverything(Signature& s, const Inputs& in) {
   AddMeasures(s, segment, Segment(in.second[0], in.second[1]), in);
   AddMoves(s, segment, in);
   AddQuads(s, in);
+  AddValues(s, in);
 }
 
 TEST(Signature, IsTheSameEverywhere) {
@@ -213,12 +245,14 @@ TEST(Signature, IsTheSameEverywhere) {
   for (int i = 0; i < 400; ++i) {
     std::vector<Point> pixels;
     const Quad4 q = random.QuadIn(-5, 60);
-    Segment(q[0], q[1]).Pixelate(pixels, PXM_CHAIN, 1, -1);
-    signature.AddAll(pixels.data(), pixels.size());
+    for (const Nx_Pixelate_Mode mode : {PXM_CHAIN, PXM_SAMPLED}) {
+      Segment(q[0], q[1]).Pixelate(pixels, mode, i % 5, i % 40 - 1);
+      signature.AddAll(pixels.data(), pixels.size());
+    }
   }
   for (int i = 0; i < 2'000; ++i) AddEverything(signature, FromAnywhere(random));
   EXPECT_GT(signature.GetCount(), 300'000);
-  EXPECT_EQ(signature.GetHash(), 0x571156723F4BD84FU);
+  EXPECT_EQ(signature.GetHash(), 0x41F335E3F89C9A6CU);
 }
 
 }  // namespace
