@@ -80,6 +80,14 @@ TEST(ItemBase, AssignmentCarriesMoreThanCopyConstruction) {
   EXPECT_EQ(source->GetReferenceCount(), 1);
 }
 
+TEST(ItemBase, MayBeAssignedItsOwnReferenceItem) {
+  BareItem item;
+  item.SetReferenceItem(FullItem(new BareItem).get());
+  item = dynamic_cast<BareItem&>(*item.GetReferenceItem());
+  ExpectCopiedFields(item);
+  EXPECT_FALSE(item.GetReferenceItem()->IsUpload()) << "now that of its reference item";
+}
+
 TEST(ItemBase, ReferenceItemIsSharedUntilReplaced) {
   const NxRef<BareItem> item = new BareItem;
   NxRef<NxvItemBase> first = new BareItem;

@@ -13,6 +13,8 @@ NxvItemBase::NxvItemBase(const NxvItemBase& other)
       taskName_(other.taskName_) {}
 
 NxvItemBase& NxvItemBase::operator=(const NxvItemBase& other) {
+  // An item may be given its own reference item, which must then live until all is copied.
+  const NxRef<NxvItemBase> oldReferenceItem = referenceItem_;
   NxObjectBase::operator=(other);
   referenceItem_ = other.referenceItem_;
   upload_ = other.upload_;
