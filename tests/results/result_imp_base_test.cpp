@@ -6,6 +6,7 @@
 #include <array>
 #include <numeric>
 #include <string>
+#include <vector>
 
 #include "examples/module_author/spot_item.h"
 #include "tests/support/barrier.h"
@@ -159,6 +160,35 @@ TEST_F(ResultItems, RemovesTheFirstWithThatFaceAndKeepsTheOrder) {
   EXPECT_FALSE(result->HasResultItem(items_[1].get()));
 }
 
+// Looks for itself in a result while it dies.
+class NosyItem final : public NxvItemBase {
+ public:
+  NosyItem(const ResultImpBase* result, basic_structures::CCapturedResultItem* face)
+      : result_(result) {
+    SetCCapturedResultItemPtr(face);
+  }
+  ~NosyItem() override { EXPECT_FALSE(result_->HasResultItem(GetCCapturedResultItemPtr())); }
+  basic_structures::CapturedResultItemType GetType() const override { return spots::kSpotItem; }
+
+ private:
+  const ResultImpBase* result_;
+};
+
+// With its lock held, the child would wait for itself.
+TEST_F(ResultItems, DieBehindTheLocksOfAllResults) {
+  const Result parent = NewResult();
+  const Result child = NewResult();
+  child->SetCaptureResultPointer(parent.get());
+  child->AddResultItemExternal(new NosyItem(child.get(), items_[0].get()));
+  child->AddResultItemExternal(new NosyItem(child.get(), items_[1].get()));
+  child->RemoveResultItem(items_[0].get());
+  child->ClearAllItems();
+  child->RemoveResultItem(items_[1].get());
+  EXPECT_TRUE(parent->GetResultItems().empty());
+  child->AddResultItem(new NosyItem(child.get(), items_[2].get()));
+  child->ClearAllItems();
+}
+
 // Half of the threads work on the child, the other half on its parent, each with items of its own
 // of which it removes every second one again; two more look on.
 TEST_F(ResultItems, ChildAndParentFillUpTogether) {
@@ -182,6 +212,10 @@ TEST_F(ResultItems, ChildAndParentFillUpTogether) {
   });
   EXPECT_EQ(child->GetResultItems().size(), std::size_t{kWriters / 2 * kItems / 2});
   EXPECT_EQ(parent->GetResultItems().size(), std::size_t{kWriters * kItems / 2});
+  std::vector<NxRef<NxvItemBase>> forwarded;
+  for (const NxRef<NxvItemBase>& item : parent->GetResultItems())
+    if (item->GetModuleID() / kItems % 2 == 0) forwarded.push_back(item);
+  EXPECT_EQ(forwarded, child->GetResultItems()) << "told out of the child's lock";
   for (const ResultImpBase* result : {child.get(), parent.get()}) {
     std::array<int, kWriters> last;
     last.fill(-1);

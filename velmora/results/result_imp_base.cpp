@@ -64,16 +64,23 @@ int ResultImpBase::AddResultItemExternal(NxvItemBase* item) {
 }
 
 int ResultImpBase::RemoveResultItem(const CCapturedResultItem* item) {
-  if (item == nullptr) return EC_Ok;
-  NxRef<NxvItemBase> removed;  // dies behind the lock, as in ClearAllItems
+  if (item != nullptr) TakeOut(item);  // dies here, behind the locks, as in ClearAllItems
+  return EC_Ok;
+}
+
+NxRef<NxvItemBase> ResultImpBase::TakeOut(const CCapturedResultItem* face) {
+  NxRef<NxvItemBase> taken;
   const std::lock_guard lock(itemsLock_);
-  const auto found = Find(items_, item);
+  const auto found = Find(items_, face);
   if (found != items_.end()) {
-    removed = *found;
+    taken = *found;
     items_.erase(found);
   }
-  if (captureResult_ != nullptr) captureResult_->RemoveResultItem(item);
-  return EC_Ok;
+  if (captureResult_ != nullptr) {
+    NxRef<NxvItemBase> above = captureResult_->TakeOut(face);
+    if (!taken) taken.swap(above);
+  }
+  return taken;
 }
 
 bool ResultImpBase::HasResultItem(const CCapturedResultItem* item) const {

@@ -115,6 +115,10 @@ class VELMORA_EXPORT ResultImpBase : public NxObjectBase {
   void ReleaseCache() { release(); }
 
  private:
+  // Removes as RemoveResultItem does. The item that was removed, or else the enclosing results' one,
+  // goes back to the caller: its destructor may come back to any of these results.
+  NxRef<NxvItemBase> TakeOut(const CCapturedResultItem* face);
+
   std::unique_ptr<CImageTag> sourceImageTag_;
   std::int32_t errorCode_ = 0;
   void* productResult_ = nullptr;
