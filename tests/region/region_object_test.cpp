@@ -7,6 +7,7 @@
 #include "tests/support/barrier.h"
 #include "tests/support/virtual_slots.h"
 #include "velmora/region/nx_intermediate_result.h"
+#include "velmora/region/region_object_manager.h"
 
 namespace velmora {
 namespace {
@@ -55,7 +56,12 @@ TEST_F(RegionObject, KeepsTheOrderOfItsVirtualOperations) {
   EXPECT_EQ(SlotOf(&NxRegionObject::CheckDuplicateStatusWithRegionObject), 7);
   EXPECT_EQ(SlotOf(&NxRegionObject::CalcRegionHashId), 8);
   EXPECT_EQ(CountVirtualOperations<NxRegionObject>(), 9);
-  EXPECT_EQ(CountVirtualOperations<SectionResultUnitBase>(), 1);
+  for (const int count :
+       {CountVirtualOperations<SectionResultUnitBase>(), CountVirtualOperations<NxUnitBase>(),
+        CountVirtualOperations<NxSourceImageObject>(), CountVirtualOperations<NxRegionImageInfo>(),
+        CountVirtualOperations<NxRegionObjectManager>(),
+        CountVirtualOperations<WorkModesStateObject>()})
+    EXPECT_EQ(count, 1);
   EXPECT_EQ(CountVirtualOperations<NxIntermediateResult>(), 3);
 }
 

@@ -75,7 +75,8 @@ class VELMORA_EXPORT NxRegionObject : public Nx_Quad {
   void InitNxRegionObject(const NxRef<NxRegionImageInfo>& info, const Nx_Quad* quad);
 
   /// Moves the region. The corners are put into clockwise order if they are not.
-  /// @return `EC_Ok`; `EC_QuadrilateralInvalid` if they make no convex quadrilateral, and nothing changes
+  /// @return `EC_Ok`; `EC_QuadrilateralInvalid` if they make no convex quadrilateral, and nothing
+  ///         changes
   int SetLocationWithQuadrilateral(const basic_structures::CQuadrilateral& quadrilateral);
 
   const Nx_Quad& GetRegionQuad() const { return *this; }

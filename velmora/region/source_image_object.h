@@ -57,7 +57,8 @@ class VELMORA_EXPORT NxSourceImageObject : public NxObjectBase {
   const NxRef<NxImageData>& GetImage() const { return image_; }
   std::uint64_t GetImageId() const { return imageId_; }
 
-  /// The number of the JSON record, with which `NxLog::AddJsonStage` adds to it; 0 if none was filed.
+  /// The number of the JSON record, with which `NxLog::AddJsonStage` adds to it; 0 if none was
+  /// filed.
   std::uint64_t GetLogRecordNumber() const { return logRecordNumber_; }
 
   /// The hash id of the image, computed from its bytes on the first call; empty without an image.

@@ -42,7 +42,8 @@ class VELMORA_EXPORT NxUnitBase : public NxObjectBase {
     return unit_.load(std::memory_order_relaxed);
   }
 
-  /// Adds a reference to this unit for a holder of its public face, which is found first if need be.
+  /// Adds a reference to this unit for a holder of its public face, which is found first if need
+  /// be.
   /// @return the public face, or null; give the reference back with `ReleaseCache` either way
   intermediate_results::CIntermediateResultUnit* RetainCache();
   /// Drops the reference; may destroy this unit.
