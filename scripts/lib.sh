@@ -121,11 +121,15 @@ use_compiler_cache() {
   export CCACHE_BASEDIR=${CCACHE_BASEDIR:-$root} CCACHE_NOHASHDIR=${CCACHE_NOHASHDIR:-1}
 }
 
+configure_preset() {
+  quietly "$1-configure.log" cmake --preset "$1" -DVELMORA_REQUIRE_RECOGNITION=ON
+}
+
 # build_preset PRESET [ARGUMENTS of cmake --build]
 build_preset() {
   local preset=$1
   shift
-  quietly "$preset-configure.log" cmake --preset "$preset" -DVELMORA_REQUIRE_RECOGNITION=ON
+  configure_preset "$preset"
   quietly "$preset-build.log" cmake --build --preset "$preset" -j "$(nproc)" "$@"
 }
 

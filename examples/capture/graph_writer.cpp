@@ -85,8 +85,12 @@ void WriteDot(std::ostream& out, const GraphSummary& graph) {
   out << "}\n";
 }
 
+std::string DotFileFor(const std::string& file) {
+  return file + ".dot";
+}
+
 std::string WriteGraphFile(const std::string& file, const GraphSummary& graph) {
-  const std::string dotFile = file + ".dot";
+  const std::string dotFile = DotFileFor(file);
   std::ofstream dot(dotFile, std::ios::binary);
   WriteDot(dot, graph);
   dot.close();

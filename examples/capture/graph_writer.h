@@ -37,7 +37,10 @@ struct GraphSummary {
 /// parent to child, each task with its time and its state.
 void WriteDot(std::ostream& out, const GraphSummary& graph);
 
-/// Writes @p file as SVG through Graphviz; without it, the DOT text to @p file + ".dot".
+/// The name of the DOT text from which @p file is made.
+std::string DotFileFor(const std::string& file);
+
+/// Writes @p file as SVG through Graphviz; without it, leaves the DOT text in `DotFileFor(file)`.
 /// @return the name of the file written; empty if it could not be
 std::string WriteGraphFile(const std::string& file, const GraphSummary& graph);
 

@@ -4,8 +4,8 @@
 #include <json/writer.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <memory>
-#include <regex>
 #include <utility>
 
 namespace velmora::capture {
@@ -62,16 +62,11 @@ bool JsonDocument::Parse() {
   std::string faults;
   if (reader->parse(text_.data(), text_.data() + text_.size(), &root_, &faults)) return true;
   // The first of them: "* Line 3, Column 5\n  what is wrong\n"; the others mostly follow from it.
-  static const std::regex kFault(R"(\* Line (\d+), Column (\d+)\s+([^\n]*))");
-  std::smatch match;
   JsonPlace place;
-  std::string message = faults;
-  if (std::regex_search(faults, match, kFault)) {
-    place.line = std::stoi(match[1]);
-    place.column = std::stoi(match[2]);
-    message = match[3];
-  }
-  AddError(place, EC_JsonParseFailed, message);
+  int length = 0;
+  std::sscanf(faults.c_str(), "* Line %d, Column %d %n", &place.line, &place.column, &length);
+  const std::string message = faults.substr(static_cast<std::size_t>(length));
+  AddError(place, EC_JsonParseFailed, message.substr(0, message.find('\n')));
   return false;
 }
 

@@ -1,6 +1,7 @@
 #include "examples/capture/raw_format.h"
 
-#include <regex>
+#include <algorithm>
+#include <cctype>
 #include <stdexcept>
 
 namespace velmora::capture {
@@ -19,6 +20,20 @@ int ParseSide(const std::string& digits, const std::string& text) {
   return side;
 }
 
+// Takes what stands before the separator off the text.
+std::string TakeUntil(char separator, std::string& text) {
+  const std::size_t at = std::min(text.find(separator), text.size());
+  std::string part = text.substr(0, at);
+  text.erase(0, at + 1);
+  return part;
+}
+
+bool IsNumber(const std::string& text, const char* characters) {
+  return !text.empty() && std::isdigit(static_cast<unsigned char>(text[0])) != 0 &&
+         text.find_first_not_of(characters) == std::string::npos &&
+         std::count(text.begin(), text.end(), '.') <= 1;
+}
+
 }  // namespace
 
 int RawFormat::Stride() const {
@@ -31,22 +46,27 @@ std::size_t RawFormat::FrameBytes() const {
 }
 
 RawFormat ParseRawFormat(const std::string& text) {
-  static const std::regex kShape(R"((\d+)x(\d+):(nv12|nv21|rgb)(@(\d{1,4}(\.\d{1,3})?))?)");
-  std::smatch match;
-  if (!std::regex_match(text, match, kShape))
+  std::string rest = text;
+  const std::string width = TakeUntil('x', rest);
+  const std::string height = TakeUntil(':', rest);
+  const std::string format = TakeUntil('@', rest);
+  const bool hasRate = text.find('@') != std::string::npos;
+  if (!IsNumber(width, "0123456789") || !IsNumber(height, "0123456789") ||
+      (format != "nv12" && format != "nv21" && format != "rgb") ||
+      (hasRate && (!IsNumber(rest, "0123456789.") || rest.size() > 8)))
     throw std::invalid_argument(
         "'" + text + "' is not WIDTHxHEIGHT:FORMAT[@RATE] with a format nv12, nv21 or rgb");
   RawFormat raw;
-  raw.width = ParseSide(match[1], text);
-  raw.height = ParseSide(match[2], text);
+  raw.width = ParseSide(width, text);
+  raw.height = ParseSide(height, text);
   // The chroma pairs of nv12 are U, V: the reversed twin of the semi-planar format.
-  raw.pixels = match[3] == "nv12"   ? PXF_YuvSemiPlanarReversed
-               : match[3] == "nv21" ? PXF_YuvSemiPlanar
-                                    : PXF_Colour888Reversed;
+  raw.pixels = format == "nv12"   ? PXF_YuvSemiPlanarReversed
+               : format == "nv21" ? PXF_YuvSemiPlanar
+                                  : PXF_Colour888Reversed;
   if (raw.pixels != PXF_Colour888Reversed && (raw.width % 2 != 0 || raw.height % 2 != 0))
     throw std::invalid_argument("the sides of '" + text +
                                 "' must be even: four pixels share a colour");
-  if (match[5].matched) raw.framesPerSecond = std::stod(match[5]);
+  if (hasRate) raw.framesPerSecond = std::stod(rest);
   return raw;
 }
 

@@ -38,6 +38,12 @@ std::string ReadTextFile(const std::string& file, const std::string& purpose) {
   return text.str();
 }
 
+// Found out before the work, not after it.
+void CheckWritable(const std::string& file, const std::string& purpose) {
+  if (!file.empty() && !std::ofstream(file, std::ios::binary | std::ios::app))
+    throw UsageError(purpose + " '" + file + "' cannot be written");
+}
+
 void MakeFolder(const std::string& folder) {
   if (folder.empty()) return;
   std::error_code error;
@@ -55,6 +61,10 @@ std::string FileNameFor(const ImageReport& report, const char* extension) {
   return number + name + extension;
 }
 
+std::string Count(int count, const char* what) {
+  return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
+}
+
 std::string Milliseconds(std::int64_t nanoseconds) {
   char text[32];
   std::snprintf(text, sizeof text, "%.1f ms", static_cast<double>(nanoseconds) / 1e6);
@@ -70,7 +80,7 @@ ExitStatus Session::Run() {
     ReadTextFile(options_.logConfig, "the log's ini file");
     NxLog::GetInstance().InitLog(options_.logConfig.c_str());
   }
-  PrepareFolders();
+  PrepareOutputs();
   if (!LoadTemplate()) return kBadUsage;
   std::signal(SIGINT, Interrupt);
   Capture();
@@ -81,9 +91,11 @@ ExitStatus Session::Run() {
   return failed_ > 0 || IsInterrupted() ? kSomeFailed : kAllRead;
 }
 
-void Session::PrepareFolders() const {
+void Session::PrepareOutputs() const {
   MakeFolder(options_.overlayFolder);
   MakeFolder(options_.intermediateFolder);
+  CheckWritable(options_.traceFile, "the trace");
+  if (!options_.graphFile.empty()) CheckWritable(DotFileFor(options_.graphFile), "the graph");
 }
 
 bool Session::LoadTemplate() {
@@ -159,9 +171,8 @@ void Session::Show(const ImageReport& report) {
 void Session::WriteSummary(std::ostream& out, double seconds) const {
   char rate[64];
   std::snprintf(rate, sizeof rate, "%.1f images a second", seconds > 0 ? images_ / seconds : 0.0);
-  out << images_ << " images, " << images_ - failed_ << " read, " << failed_ << " failed, "
-      << codes_ << " codes; " << rate << " with " << threads_
-      << (threads_ == 1 ? " thread" : " threads") << "\n";
+  out << Count(images_, "image") << ", " << images_ - failed_ << " read, " << failed_ << " failed, "
+      << Count(codes_, "code") << "; " << rate << " with " << Count(threads_, "thread") << "\n";
   if (options_.raw.IsGiven() || sourceStatistics_.dropped > 0)
     out << "frames: " << sourceStatistics_.offered << " played, " << sourceStatistics_.delivered
         << " captured, " << sourceStatistics_.dropped + sourceStatistics_.refused << " dropped\n";

@@ -32,7 +32,7 @@ class Session {
 
  private:
   bool LoadTemplate();
-  void PrepareFolders() const;
+  void PrepareOutputs() const;
   void Capture();
   void Show(const ImageReport& report);
   void WriteSummary(std::ostream& out, double seconds) const;

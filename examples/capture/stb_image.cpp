@@ -6,6 +6,7 @@
 #define STBI_ONLY_BMP
 #define STBI_ONLY_PNM
 #define STBI_NO_LINEAR
+#define STBI_FAILURE_USERMSG  // reasons in words, as "Unexpected end"
 #include <stb_image.h>
 
 #define STB_IMAGE_WRITE_IMPLEMENTATION

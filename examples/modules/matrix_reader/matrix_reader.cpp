@@ -4,6 +4,7 @@
 #include <ZXing/ReadBarcode.h>
 
 #include <array>
+#include <cstddef>
 
 #include "examples/modules/region_task.h"
 
@@ -56,7 +57,7 @@ class MatrixReaderTask : public RegionTask {
                                 static_cast<int>(pixels.stride));
     for (const ZXing::Result& code : ZXing::ReadBarcodes(view, hints)) {
       Corner corners[4];
-      for (int i = 0; i < 4; ++i)
+      for (std::size_t i = 0; i < 4; ++i)
         corners[i].Set(window.left + code.position()[i].x, window.top + code.position()[i].y);
       work.AddCode(NameOf(code.format()), code.text(), corners);
     }

@@ -1,0 +1,58 @@
+#include "tests/capture/capture_run.h"
+
+#include <gtest/gtest.h>
+#include <json/reader.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <memory>
+#include <sstream>
+
+#include "examples/capture/system.h"
+
+namespace velmora::capture {
+namespace {
+
+std::string WithoutCarriageReturns(std::string text) {
+  text.erase(std::remove(text.begin(), text.end(), '\r'), text.end());
+  return text;
+}
+
+}  // namespace
+
+CaptureRun RunCapture(const std::vector<std::string>& arguments, const std::string& input) {
+  const testing::TemporaryDirectory scratch;
+  testing::WriteFile(scratch / "input", input);
+  // The child inherits the streams of this process.
+  EXPECT_NE(std::freopen((scratch / "input").c_str(), "rb", stdin), nullptr);
+  std::vector<std::string> command = {VELMORA_CAPTURE_PROGRAM};
+  command.insert(command.end(), arguments.begin(), arguments.end());
+  CaptureRun run;
+  ::testing::internal::CaptureStdout();
+  ::testing::internal::CaptureStderr();
+  run.status = RunProgram(command);
+  run.out = WithoutCarriageReturns(::testing::internal::GetCapturedStdout());
+  run.err = WithoutCarriageReturns(::testing::internal::GetCapturedStderr());
+  std::fclose(stdin);
+  return run;
+}
+
+Json::Value ParseJson(const std::string& text) {
+  Json::CharReaderBuilder builder;
+  Json::CharReaderBuilder::strictMode(&builder.settings_);
+  const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
+  Json::Value value;
+  std::string faults;
+  EXPECT_TRUE(reader->parse(text.data(), text.data() + text.size(), &value, &faults))
+      << faults << text.substr(0, 200);
+  return value;
+}
+
+std::vector<Json::Value> CaptureRun::Reports() const {
+  std::vector<Json::Value> reports;
+  std::istringstream lines(out);
+  for (std::string line; std::getline(lines, line);) reports.push_back(ParseJson(line));
+  return reports;
+}
+
+}  // namespace velmora::capture

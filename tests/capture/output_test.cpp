@@ -1,0 +1,161 @@
+// The files that the program writes beside its lines.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <map>
+
+#include "tests/capture/capture_run.h"
+
+namespace velmora::capture {
+namespace {
+
+using testing::ReadFile;
+using testing::TemporaryDirectory;
+
+// What keeps a text from being XML; empty if it is. Knows as much of XML as an SVG needs.
+std::string FaultInXml(const std::string& text) {
+  std::vector<std::string> open;
+  for (std::size_t at = 0; at < text.size();) {
+    if (text[at] == '&') {
+      const std::string entity = text.substr(at, text.find(';', at) - at);
+      if (entity.size() > 6 || entity.find_first_of(" <\n") != std::string::npos) return "bare &";
+    }
+    if (text[at] != '<') {
+      ++at;
+      continue;
+    }
+    const bool isComment = text.compare(at, 4, "<!--") == 0;
+    const std::size_t end = isComment ? text.find("-->", at) : text.find('>', at);
+    if (end == std::string::npos) return "a tag without end";
+    const std::string tag = text.substr(at + 1, end - at - 1);
+    at = end + 1;
+    if (isComment || tag[0] == '!' || tag[0] == '?') continue;
+    const std::string name = tag.substr(0, tag.find_first_of(" \n\t/", 1));
+    if (std::count(tag.begin(), tag.end(), '"') % 2 != 0) return "an open quote in " + name;
+    if (tag[0] == '/') {
+      if (open.empty() || "/" + open.back() != tag) return "<" + tag + "> closes nothing";
+      open.pop_back();
+    } else if (tag.back() != '/') {
+      open.push_back(name);
+    }
+  }
+  return open.empty() ? "" : "<" + open.back() + "> is left open";
+}
+
+std::vector<std::string> FilesIn(const std::string& folder) {
+  std::vector<std::string> names;
+  for (const auto& entry : std::filesystem::directory_iterator(folder))
+    names.push_back(entry.path().filename().string());
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+std::size_t CountOf(const std::string& text, const std::string& part) {
+  std::size_t count = 0;
+  for (std::size_t at = 0; (at = text.find(part, at)) != std::string::npos; ++at) ++count;
+  return count;
+}
+
+TEST(Output, OverlaysShowPictureRegionsAndTexts) {
+  const TemporaryDirectory folder;
+  const CaptureRun run =
+      RunCapture({"--template=templates/linear.json", "--overlay", folder / "made/here",
+                  "samples/label.jpg", "samples/broken.png"});
+  EXPECT_EQ(run.status, 1);
+  ASSERT_EQ(FilesIn(folder / "made/here"),
+            (std::vector<std::string>{"0000-label.jpg.svg", "0001-broken.png.svg"}));
+  const std::string svg = ReadFile(folder / "made/here/0000-label.jpg.svg");
+  EXPECT_EQ(FaultInXml(svg), "");
+  EXPECT_EQ(CountOf(svg, "<polygon class=\"code\""), 3u);
+  EXPECT_EQ(CountOf(svg, "<polygon class=\"region\""), 4u);
+  EXPECT_EQ(CountOf(svg, ">QR: label: pallet 7</text>"), 1u);
+  EXPECT_NE(svg.find("viewBox=\"0 0 820 540\""), std::string::npos);
+  EXPECT_NE(svg.find("data:image/png;base64,iVBORw0KGgo"), std::string::npos);
+}
+
+TEST(Output, IntermediateFilesAreWhatAnObserverSees) {
+  const TemporaryDirectory folder;
+  const CaptureRun run =
+      RunCapture({"--template=templates/linear.json", "--threads=1", "--intermediate", folder / "i",
+                  "samples/qr.png", "samples/none.jpg"});
+  EXPECT_EQ(run.status, 0) << run.err;
+  ASSERT_EQ(FilesIn(folder / "i"),
+            (std::vector<std::string>{
+                "0000-000-candidates-locate.png", "0000-001-candidates-locate.json",
+                "0001-002-candidates-locate.png", "0001-003-candidates-locate.json"}));
+  const Json::Value regions = ParseJson(ReadFile(folder / "i/0000-001-candidates-locate.json"));
+  EXPECT_EQ(regions["regions"].size(), 1u);
+  EXPECT_EQ(regions["regions"][0]["corners"].size(), 4u);
+  // An image of its own: it can be read like any other.
+  const CaptureRun again = RunCapture(
+      {"--json", "--template=templates/linear.json", folder / "i/0000-000-candidates-locate.png"});
+  EXPECT_EQ(again.Reports().at(0)["codes"][0]["text"], "https://example.org/velmora");
+}
+
+TEST(Output, TraceHasOneLaneAThread) {
+  const TemporaryDirectory folder;
+  RunCapture({"--threads=3", "--trace", folder / "t.json", "samples/label.jpg", "samples/qr.png"});
+  const Json::Value events = ParseJson(ReadFile(folder / "t.json"))["traceEvents"];
+  std::map<int, std::string> lanes;
+  std::map<std::string, int> counts;
+  std::map<int, double> end;  // of the last work in the lane
+  for (const Json::Value& event : events) {
+    const int lane = event["tid"].asInt();
+    if (event["ph"] == "M") {
+      lanes[lane] = event["args"]["name"].asString();
+      continue;
+    }
+    EXPECT_EQ(event["ph"], "X");
+    EXPECT_GE(event["dur"].asDouble(), 0);
+    ++counts[event["cat"].asString()];
+    if (event["cat"] != "work") continue;
+    EXPECT_EQ(lanes[lane].find("pool "), 0u);
+    EXPECT_GE(event["ts"].asDouble(), end[lane]) << "a thread does one thing at a time";
+    end[lane] = event["ts"].asDouble() + event["dur"].asDouble();
+  }
+  EXPECT_EQ(lanes.size(), 5u) << "router, source and the pool";
+  EXPECT_EQ(counts["read"], 2);
+  EXPECT_EQ(counts["work"], counts["item"]);
+}
+
+TEST(Output, GraphShowsTheStateOfEveryTask) {
+  const TemporaryDirectory folder;
+  const CaptureRun run = RunCapture({"--graph", folder / "g.svg", "samples/qr.png"});
+  EXPECT_EQ(run.status, 0) << run.err;
+  const bool isDrawn = std::filesystem::exists(folder / "g.svg");
+  EXPECT_EQ(isDrawn, run.err.find("note: Graphviz is not there") == std::string::npos) << run.err;
+  const std::string text = ReadFile(isDrawn ? folder / "g.svg" : folder / "g.svg.dot");
+  if (isDrawn) {
+    EXPECT_EQ(FaultInXml(text), "");
+    EXPECT_FALSE(std::filesystem::exists(folder / "g.svg.dot"));
+  } else {
+    EXPECT_EQ(text.find("digraph \"read-codes\" {"), 0u);
+    EXPECT_EQ(std::count(text.begin(), text.end(), '{'), std::count(text.begin(), text.end(), '}'));
+  }
+  for (const char* part : {"locate (Locator)", "linear (CodeReader)", "matrix (MatrixReader)",
+                           "in 1 calls, 1 found", "done", "unless found"})
+    EXPECT_NE(text.find(part), std::string::npos) << part;
+#if defined(VELMORA_HAS_MATRIX_READER)
+  EXPECT_NE(text.find("not run"), std::string::npos) << "the other reader was faster";
+#else
+  EXPECT_NE(text.find("left out"), std::string::npos);
+#endif
+}
+
+TEST(Output, LogFollowsItsIniFile) {
+  const TemporaryDirectory folder;
+  std::string path = folder / "";
+  path.erase(path.find(' '), 1);  // the log's paths know no blank
+  std::filesystem::create_directory(path);
+  testing::WriteFile(folder / "log.ini",
+                     "[BARCODECONFIG]\nPath = " + path + "\nLevel=9\nMode=2\nOutputMode=1\n");
+  EXPECT_EQ(RunCapture({"--log-config", folder / "log.ini", "samples/qr.png"}).status, 0);
+  std::string log;
+  for (const std::string& file : FilesIn(path)) log += ReadFile(path + file);
+  EXPECT_NE(log.find("[TargetROI:candidates][Task:locate]"), std::string::npos) << log;
+  std::filesystem::remove_all(path);
+}
+
+}  // namespace
+}  // namespace velmora::capture
