@@ -3,12 +3,14 @@
 #include <gtest/gtest.h>
 
 #include <deque>
+#include <map>
+#include <optional>
 #include <random>
 #include <set>
 #include <string>
 
+#include "tests/engine/engine_objects.h"
 #include "tests/support/barrier.h"
-#include "velmora/results/buffered_item.h"
 
 namespace velmora {
 namespace {
@@ -17,126 +19,103 @@ using basic_structures::BufferedItemBase;
 using basic_structures::BufferedItemSetBase;
 using basic_structures::BufferedItemType;
 
-constexpr auto kRows = static_cast<BufferedItemType>(1);
-constexpr auto kFaces = static_cast<BufferedItemType>(2);
+constexpr BufferedItemType kTypes[] = {BufferedItemType(1), BufferedItemType(2)};
 
-class Item : public BufferedItemBase {
- public:
-  explicit Item(int number, BufferedItemType type = kRows, BufferedItemManager* manager = nullptr)
-      : number_(number), type_(type), manager_(manager) {}
-  ~Item() override {
-    if (manager_ != nullptr) manager_->GetMaxBufferedItems(type_);  // its lock must be free
-  }
-  BufferedItemType GetBufferedItemType() const override { return type_; }
-  int GetNumber() const { return number_; }
+struct Item : BufferedItemBase {
+  Item(BufferedItemType itemType, int itemNumber) : type(itemType), number(itemNumber) {}
+  BufferedItemType GetBufferedItemType() const override { return type; }
 
- private:
-  int number_;
-  BufferedItemType type_;
-  BufferedItemManager* manager_;
+  const BufferedItemType type;
+  const int number;
 };
 
-class ItemSet : public BufferedItemSetBase {
- public:
-  explicit ItemSet(BufferedItemType type) : type_(type) {}
+// The numbers of the items, oldest first; none of a type that is not registered.
+using Numbers = std::optional<std::deque<int>>;
+
+struct ItemSet : BufferedItemSetBase {
+  explicit ItemSet(BufferedItemType itemType) : type(itemType) {}
   void CopyFromManager(BufferedItemManager* manager) override {
-    const BufferedItemManager::Items* items = manager->GetBufferedItemsUnlocked(type_);
-    if (items == nullptr) {
-      numbers_ = "unregistered";
-      return;
-    }
-    for (const auto& item : *items) {
-      numbers_ += std::to_string(static_cast<const Item&>(*item).GetNumber()) + " ";
-    }
+    const BufferedItemManager::Items* items = manager->GetBufferedItemsUnlocked(type);
+    if (items == nullptr) return;
+    numbers.emplace();
+    for (const auto& item : *items) numbers->push_back(static_cast<const Item&>(*item).number);
   }
-  const std::string& GetNumbers() const { return numbers_; }
 
- private:
-  BufferedItemType type_;
-  std::string numbers_;
+  const BufferedItemType type;
+  Numbers numbers;
 };
 
-std::string Buffered(BufferedItemManager& manager, BufferedItemType type = kRows) {
+Numbers Buffered(BufferedItemManager& manager, BufferedItemType type) {
   ItemSet items(type);
   manager.CopyBufferToItemSet(&items);
-  return items.GetNumbers();
+  return items.numbers;
 }
 
-void Append(BufferedItemManager& manager, int first, int last) {
-  for (int i = first; i <= last; ++i) {
-    const NxRef<Item> item = new Item(i, kRows, &manager);
-    manager.AppendItem(item.get());
-  }
+// Appends an item that asks the manager while it dies.
+void Append(BufferedItemManager& manager, BufferedItemType type, int number) {
+  const NxRef<Item> item = new testing::Asking<Item>(
+      [&manager, type] { manager.GetMaxBufferedItems(type); }, type, number);
+  manager.AppendItem(item.get());
 }
 
-TEST(BufferedItemManager, KeepsTheNewestUpToTheLimit) {
-  BufferedItemManager manager;
-  manager.SetMaxBufferedItems(kRows, 5);
-  EXPECT_EQ(manager.GetMaxBufferedItems(kRows), 0) << "setting a limit registers nothing";
-  Append(manager, 1, 1);
-  EXPECT_EQ(Buffered(manager), "unregistered");
-  manager.RegisterBufferedItemType(kRows);
-  Append(manager, 2, 2);
-  EXPECT_EQ(Buffered(manager), "") << "the limit is still 0";
-
-  struct Step {
-    int limit;
-    const char* kept;
-  };
-  manager.SetMaxBufferedItems(kRows, 2);
-  Append(manager, 3, 5);
-  EXPECT_EQ(Buffered(manager), "4 5 ");
-  for (const Step& step : {Step{-1, "4 5 "}, Step{2, "4 5 "}, Step{9, "4 5 "}, Step{1, "5 "}}) {
-    manager.SetMaxBufferedItems(kRows, step.limit);
-    EXPECT_EQ(Buffered(manager), step.kept) << step.limit;
-  }
-  EXPECT_EQ(Buffered(manager, kFaces), "unregistered");
-  manager.RegisterBufferedItemType(kRows);
-  EXPECT_EQ(Buffered(manager), "");
-  EXPECT_EQ(manager.GetMaxBufferedItems(kRows), 0);
-  manager.SetMaxBufferedItems(kRows, 3);
-  Append(manager, 6, 6);
-  manager.ClearBuffer();
-  Append(manager, 7, 7);
-  EXPECT_EQ(Buffered(manager), "unregistered");
-  manager.AppendItem(nullptr);
-  manager.CopyBufferToItemSet(nullptr);
-}
-
-TEST(BufferedItemManager, DoesAsAQueueThatDropsItsFront) {
+TEST(BufferedItemManager, DoesAsQueuesThatDropTheirFront) {
   std::mt19937 random(7);
   BufferedItemManager manager;
-  manager.RegisterBufferedItemType(kRows);
-  std::deque<int> queue;
-  std::size_t limit = 0;
-  for (int i = 0; i < 2000; ++i) {
-    if (random() % 10 == 0) {
-      limit = random() % 8;
-      manager.SetMaxBufferedItems(kRows, static_cast<int>(limit));
+  manager.AppendItem(nullptr);
+  manager.CopyBufferToItemSet(nullptr);
+  struct Queue {
+    int limit;
+    Numbers numbers;
+  };
+  std::map<BufferedItemType, Queue> queues;
+  for (int i = 0; i < 5000; ++i) {
+    const BufferedItemType type = kTypes[random() % 2];
+    Queue& queue = queues[type];
+    const auto action = random() % 100;
+    if (action == 0) {
+      manager.ClearBuffer();
+      queues.clear();
+    } else if (action < 4) {
+      manager.RegisterBufferedItemType(type);
+      queue = {0, std::deque<int>()};
+    } else if (action < 20) {
+      const int limit = static_cast<int>(random() % 9) - 1;
+      manager.SetMaxBufferedItems(type, limit);
+      if (queue.numbers && limit >= 0) queue.limit = limit;
     } else {
-      Append(manager, i, i);
-      if (limit != 0) queue.push_back(i);
+      Append(manager, type, i);
+      if (queue.numbers) queue.numbers->push_back(i);
     }
-    while (queue.size() > limit) queue.pop_front();
-    std::string want;
-    for (const int number : queue) want += std::to_string(number) + " ";
-    ASSERT_EQ(Buffered(manager), want) << i;
+    for (const BufferedItemType each : kTypes) {
+      auto& [limit, numbers] = queues[each];
+      while (numbers && static_cast<int>(numbers->size()) > limit) numbers->pop_front();
+      ASSERT_EQ(manager.GetMaxBufferedItems(each), limit) << i;
+      ASSERT_EQ(Buffered(manager, each), numbers) << i;
+    }
   }
 }
 
 TEST(BufferedItemManager, TakesItemsFromAllThreads) {
   BufferedItemManager manager;
-  manager.RegisterBufferedItemType(kRows);
-  manager.RegisterBufferedItemType(kFaces);
+  for (const BufferedItemType type : kTypes) manager.RegisterBufferedItemType(type);
+  manager.SetMaxBufferedItems(kTypes[0], 1);
   testing::RunTogether(3, [&](int thread) {
-    for (int i = 0; i < 500; ++i) {
-      if (thread == 0) manager.SetMaxBufferedItems(kRows, 1 + i % 4);
-      if (thread == 1) Append(manager, 100 + i, 100 + i);
-      if (thread == 2) Buffered(manager);
+    for (int i = 0; i < 3000; ++i) {
+      if (thread == 0) manager.SetMaxBufferedItems(kTypes[0], 1 + i % 4);
+      if (thread == 1) Append(manager, kTypes[0], i % 1000);
+      if (thread == 2) Buffered(manager, kTypes[0]);
     }
   });
-  EXPECT_EQ(Buffered(manager, kFaces), "");
-  EXPECT_LE(Buffered(manager).size(), 4U * 4U);
+  EXPECT_TRUE(Buffered(manager, kTypes[1])->empty());
+  EXPECT_EQ(Buffered(manager, kTypes[0])->back(), 999);
+}
+
+TEST(BufferedItemManager, IsEmptyWhenItsLastItemsDie) {
+  BufferedItemManager manager;
+  manager.RegisterBufferedItemType(kTypes[0]);
+  manager.SetMaxBufferedItems(kTypes[0], 1);
+  const auto ask = [&] { EXPECT_EQ(Buffered(manager, kTypes[0]), std::nullopt); };
+  manager.AppendItem(new testing::Asking<Item>(ask, kTypes[0], 1));
 }
 
 TEST(BufferedItemManager, HasAnIdOfItsOwn) {

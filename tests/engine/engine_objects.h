@@ -5,16 +5,7 @@
 #include <string>
 #include <utility>
 
-#include "velmora/engine/dependency_graph.h"
-#include "velmora/engine/roi_def_output.h"
-#include "velmora/engine/target_roi_def.h"
-#include "velmora/engine/task_output.h"
-#include "velmora/engine/work_item.h"
-#include "velmora/engine/work_object_base.h"
-#include "velmora/engine/work_output.h"
-#include "velmora/foundation/ref.h"
-#include "velmora/region/region_object.h"
-#include "velmora/region/source_image_object.h"
+#include "velmora/velmora.h"
 
 namespace velmora::testing {
 
@@ -28,7 +19,11 @@ inline NxRef<NxRegionObject> MakeRegion(const std::string& targetDefName,
   return region;
 }
 
-// Does whatever it is told to do, and splits a task into one work output.
+inline NxRef<NxSourceImageObject> MakeSource() {
+  return new NxSourceImageObject(nullptr, 1, 10);
+}
+
+// Does whatever it is told to do.
 class FunctionWork : public Nx_WorkObjectBase {
  public:
   using Function = std::function<int(ExecutableWorkItem*, NxSemaphore*)>;
@@ -44,27 +39,17 @@ class FunctionWork : public Nx_WorkObjectBase {
   Function function_;
 };
 
-// Fills in what the driving module would.
-class PlainDef : public NxTargetROIDef {
+// Asks a question while it dies, when whoever drops it must hold no lock.
+template <typename Base>
+class Asking : public Base {
  public:
-  using NxTargetROIDef::SetParentDefNodes;
+  template <typename... Arguments>
+  explicit Asking(std::function<void()> ask, Arguments&&... arguments)
+      : Base(std::forward<Arguments>(arguments)...), ask_(std::move(ask)) {}
+  ~Asking() override { ask_(); }
 
-  NxRef<NxROIDefOutput> CreateROIDefOutput(const NxRef<NxRegionObject>& /*region*/,
-                                           const NxRef<NxRegionObject>& /*reference*/,
-                                           NxSemaphore* /*semaphore*/) override {
-    return nullptr;
-  }
-  void AppendWorkItems(NxROIDefOutput* /*output*/, ThreadPoolBase* /*pool*/) override {}
-  bool IsROIDefOutputFinished(NxROIDefOutput* /*output*/) override { return false; }
-  void DispatchROIDefOutput(NxROIDefOutput* /*output*/) override {}
-};
-
-class PlainGraph : public NxDependencyGraph {
- public:
-  int Run(const NxRef<NxRegionObject>& /*wholeImage*/, ThreadPoolBase* /*pool*/,
-          NxSemaphore* /*semaphore*/) override {
-    return 0;
-  }
+ private:
+  std::function<void()> ask_;
 };
 
 inline NxRef<NxWorkOutput> MakeWorkOutput(const NxRef<NxRegionObject>& region,

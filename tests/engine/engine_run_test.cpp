@@ -19,16 +19,7 @@
 #include <vector>
 
 #include "tests/support/fixed_thread_pool.h"
-#include "velmora/engine/data_manager_pool.h"
-#include "velmora/engine/dependency_finish_flag.h"
-#include "velmora/engine/dependency_graph.h"
-#include "velmora/engine/roi_def_output.h"
-#include "velmora/engine/target_roi_def.h"
-#include "velmora/engine/task_output.h"
-#include "velmora/engine/work_output.h"
-#include "velmora/engine/work_output_table.h"
-#include "velmora/region/region_object.h"
-#include "velmora/region/source_image_object.h"
+#include "velmora/velmora.h"
 
 namespace velmora {
 namespace {
@@ -74,6 +65,14 @@ Job& JobOf(const NxRegionObject& region) {
   return jobs[static_cast<std::size_t>(region.GetSourceImageObject()->GetImageId())];
 }
 
+NxRef<NxRegionObject> MakeCountedRegion(const NxRef<NxSourceImageObject>& source,
+                                        const std::string& targetDefName) {
+  NxRef<NxRegionObject> region = new Counted<NxRegionObject>();
+  region->SetSourceImageObject(source);
+  region->SetTargetROIDefName(targetDefName);
+  return region;
+}
+
 class TaskRun : public Counted<NxTaskOutput> {
  public:
   TaskRun(NxTargetROIDef* def, NxROIDefOutput* defOutput, NxTargetTaskSetting* setting)
@@ -88,13 +87,8 @@ class TaskRun : public Counted<NxTaskOutput> {
 
   // Splits the task and queues an item for each piece.
   void Start(ThreadPoolBase* pool) {
-    int count = 0;
-    for (Nx_WorkObjectBase* work = setting_->GetTaskObject(); work != nullptr;
-         work = work->GetNextWorkObject()) {
-      count += work->AppendWorkOutputs(this, work->GetIndexInTask());
-    }
-    missing_ = count;
-    for (; count > 0; --count) {
+    missing_ = setting_->GetTaskObject()->AppendWorkOutputs(this, 0);
+    for (int count = missing_; count > 0; --count) {
       pool->AppendWorkItem(new Counted<ResolvableWorkItem>(
           GetWorkTable(), defOutput_->GetSemaphore(), std::uint64_t(def_->GetPriorityLevel())));
     }
@@ -187,10 +181,7 @@ class EngineWork : public Counted<Nx_WorkObjectBase> {
       EXPECT_EQ(read->GetResultCount(), before[0] == 'l' ? 2 : job.IsBad() ? 2 : 3);
       EXPECT_EQ(task.GetReferenceRegionByTargetName("image")->GetTargetROIDefName(), "image");
     }
-    NxRef<NxRegionObject> found = new Counted<NxRegionObject>();
-    found->SetSourceImageObject(job.source);
-    found->SetTargetROIDefName(GetTargetDefName());
-    found->SetProductTaskName(GetTaskName());
+    const NxRef<NxRegionObject> found = MakeCountedRegion(job.source, GetTargetDefName());
     task.AddResult(new Counted<NxTaskOutputAtomResult>(found));
     return code;
   }
@@ -324,9 +315,7 @@ void StartImage(Job& job, NxDependencyGraph& graph, NxDataManagerPool& managers,
   job.source = new Counted<NxSourceImageObject>(nullptr, static_cast<std::uint64_t>(job.number),
                                                 job.IsSlow() ? 5 : INT_MAX);
   job.source->SetManagerPool(&managers);
-  NxRef<NxRegionObject> whole = new Counted<NxRegionObject>();
-  whole->SetSourceImageObject(job.source);
-  whole->SetTargetROIDefName("image");
+  const NxRef<NxRegionObject> whole = MakeCountedRegion(job.source, "image");
   ASSERT_EQ(graph.Run(whole, &pool, &job.semaphore), EC_Ok);
 }
 

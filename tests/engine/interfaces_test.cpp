@@ -3,19 +3,7 @@
 #include <type_traits>
 
 #include "tests/support/virtual_slots.h"
-#include "velmora/engine/code_parser_task.h"
-#include "velmora/engine/data_manager_pool.h"
-#include "velmora/engine/dependency_finish_flag.h"
-#include "velmora/engine/dependency_graph.h"
-#include "velmora/engine/reference_filter_base.h"
-#include "velmora/engine/roi_def_output.h"
-#include "velmora/engine/target_roi_def.h"
-#include "velmora/engine/task_output.h"
-#include "velmora/engine/task_unit_queue.h"
-#include "velmora/engine/work_item.h"
-#include "velmora/engine/work_object_base.h"
-#include "velmora/engine/work_output.h"
-#include "velmora/engine/work_output_table.h"
+#include "velmora/velmora.h"
 
 namespace velmora {
 namespace {

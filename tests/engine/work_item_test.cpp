@@ -2,76 +2,86 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
+#include <array>
 #include <fstream>
-#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <thread>
-#include <vector>
+#include <utility>
 
 #include "tests/engine/engine_objects.h"
-#include "velmora/engine/data_manager_pool.h"
-#include "velmora/engine/task_unit_queue.h"
-#include "velmora/engine/work_output_table.h"
-#include "velmora/foundation/semaphore.h"
-#include "velmora/log/log.h"
+#include "tests/support/temporary_directory.h"
 
 namespace velmora {
 namespace {
 
 using testing::FunctionWork;
 using testing::MakeRegion;
+using testing::MakeSource;
 using testing::MakeWorkOutput;
 
-NxRef<NxSourceImageObject> MakeSource(int timeoutMs = 1000) {
-  return new NxSourceImageObject(nullptr, 1, timeoutMs);
+// An image and the task, work and table that its work items need.
+struct Fixture {
+  explicit Fixture(FunctionWork::Function function) : work(std::move(function)) {
+    work.SetManagerPool(&managers);
+    work.SetTargetDefName("page");
+    work.SetTaskName("read");
+  }
+
+  void Charge(int ms) {
+    managers.GetActiveWorkUnitManager()->AddTimeCheckCountForActiveWorkUnit(ms);
+  }
+  void Append(const std::string& workMode) {
+    task->GetWorkTable()->AppendNextWorkOutput(
+        0, 0, MakeWorkOutput(MakeRegion("page", source), workMode, &work));
+  }
+
+  NxDataManagerPool managers;
+  NxSemaphore semaphore{0};
+  const NxRef<NxSourceImageObject> source = MakeSource();
+  FunctionWork work;
+  NxRef<NxTaskOutput> task = new NxTaskOutput(MakeRegion("page", source), MakeRegion("page"),
+                                              "read", TT_ATOMIC_0, false, 1);
+};
+
+// Work that ends at once.
+int End(ExecutableWorkItem* item, NxSemaphore* /*semaphore*/) {
+  item->SetWorkFinished();
+  return EC_Timeout;
 }
 
 TEST(ExecutableWorkItem, RunsWorkWhileItIsRegisteredAndRecordsItsError) {
-  NxDataManagerPool pool;
-  NxSemaphore semaphore(0);
-  const NxRef<NxSourceImageObject> source = MakeSource();
-  NxOutputBase output(MakeRegion("page", source), MakeRegion("page"), "read", TT_ATOMIC_0);
-  ExecutableWorkItem* worked = nullptr;
-  FunctionWork work([&](ExecutableWorkItem* item, NxSemaphore* given) {
-    worked = item;
-    EXPECT_EQ(given, &semaphore);
-    pool.GetActiveWorkUnitManager()->AddTimeCheckCountForActiveWorkUnit(5);
-    return EC_Timeout;
-  });
-  work.SetManagerPool(&pool);
-  work.SetTargetDefName("page");
-  work.SetTaskName("read");
-  ExecutableWorkItem item(&output, &work, &semaphore, 3);
-  item.Process(nullptr);
-  pool.GetActiveWorkUnitManager()->AddTimeCheckCountForActiveWorkUnit(7);
-  EXPECT_EQ(worked, &item);
-  EXPECT_EQ(source->GetElapsedTime(), 5) << "charged during the work only";
-  ASSERT_EQ(source->GetErrorRecords().size(), 1U);
-  EXPECT_EQ(source->GetErrorRecords()[0].code, EC_Timeout);
-  const std::array<std::string, 4> texts = {"page", "read", "", ""};
-  EXPECT_EQ(source->GetErrorRecords()[0].texts, texts);
-}
-
-TEST(ExecutableWorkItem, IsUnregisteredWhenItsWorkThrows) {
-  NxDataManagerPool pool;
-  const NxRef<NxSourceImageObject> source = MakeSource();
-  NxOutputBase output(MakeRegion("page", source), MakeRegion("page"), "read", TT_ATOMIC_0);
-  FunctionWork work([](ExecutableWorkItem*, NxSemaphore*) -> int { throw std::runtime_error(""); });
-  work.SetManagerPool(&pool);
-  ExecutableWorkItem item(&output, &work, nullptr, 0);
-  EXPECT_THROW(item.Process(nullptr), std::runtime_error);
-  pool.GetActiveWorkUnitManager()->AddTimeCheckCountForActiveWorkUnit(7);
-  EXPECT_EQ(source->GetElapsedTime(), 0);
+  for (const bool throws : {false, true}) {
+    ExecutableWorkItem* worked = nullptr;
+    Fixture f([&](ExecutableWorkItem* item, NxSemaphore* semaphore) {
+      worked = item;
+      EXPECT_EQ(semaphore, &f.semaphore);
+      f.Charge(5);
+      if (throws) throw std::runtime_error("");
+      return EC_Timeout;
+    });
+    ExecutableWorkItem item(f.task.get(), &f.work, &f.semaphore, 3);
+    bool hasThrown = false;
+    try {
+      item.Process(nullptr);
+    } catch (const std::runtime_error&) {
+      hasThrown = true;
+    }
+    EXPECT_EQ(hasThrown, throws);
+    f.Charge(7);
+    EXPECT_EQ(worked, &item);
+    EXPECT_EQ(f.source->GetElapsedTime(), 5) << "charged during the work only";
+    ASSERT_EQ(f.source->GetErrorRecords().size(), throws ? 0U : 1U);
+    if (throws) continue;
+    const std::array<std::string, 4> texts = {"page", "read", "", ""};
+    EXPECT_EQ(f.source->GetErrorRecords()[0].texts, texts);
+    EXPECT_EQ(f.source->GetErrorCode(), EC_Timeout);
+  }
 }
 
 TEST(ExecutableWorkItem, DoesWithoutPoolImageAndSemaphore) {
   NxOutputBase output(nullptr, MakeRegion("page"), "read", TT_ATOMIC_0);
-  FunctionWork work([](ExecutableWorkItem* item, NxSemaphore*) {
-    item->SetWorkFinished();
-    return EC_Timeout;
-  });
+  FunctionWork work(End);
   ExecutableWorkItem item(&output, &work, nullptr, 0);
   item.Process(nullptr);
   item.FinishWork();
@@ -79,153 +89,125 @@ TEST(ExecutableWorkItem, DoesWithoutPoolImageAndSemaphore) {
 }
 
 TEST(ExecutableWorkItem, FinishesOnceAndOnlyWhenItsWorkHas) {
-  NxSemaphore semaphore(0);
-  NxOutputBase output(nullptr, MakeRegion("page"), "read", TT_ATOMIC_0);
-  ExecutableWorkItem item(&output, nullptr, &semaphore, 0);
-  item.FinishWork();
-  EXPECT_EQ(output.GetResultStatus(), TOS_NO_RESULT);
-  std::thread([&item] { item.SetWorkFinished(); }).join();
-  for (int i = 0; i < 2; ++i) item.FinishWork();
-  EXPECT_EQ(output.GetResultStatus(), TOS_WORK_ENDED);
-  EXPECT_EQ(output.GetResultCount(), 1);
-  EXPECT_EQ(output.GetResult(0)->GetRegion(), nullptr);
-  EXPECT_EQ(semaphore.GetValue(), 1);
-
-  NxOutputBase finished(nullptr, MakeRegion("page"), "read", TT_ATOMIC_0);
-  finished.SetResultStatus(TOS_FINISHED);
-  ExecutableWorkItem late(&finished, nullptr, &semaphore, 0);
-  late.SetWorkFinished();
-  late.FinishWork();
-  EXPECT_EQ(finished.GetResultStatus(), TOS_FINISHED);
-  EXPECT_EQ(finished.GetResultCount(), 0);
-  EXPECT_EQ(semaphore.GetValue(), 1);
+  for (const TaskOutputStatus before : {TOS_NO_RESULT, TOS_FINISHED}) {
+    const bool ends = before == TOS_NO_RESULT;
+    NxSemaphore semaphore(0);
+    NxOutputBase output(nullptr, MakeRegion("page"), "read", TT_ATOMIC_0);
+    output.SetResultStatus(before);
+    ExecutableWorkItem item(&output, nullptr, &semaphore, 0);
+    item.FinishWork();
+    EXPECT_EQ(output.GetResultStatus(), before);
+    std::thread([&item] { item.SetWorkFinished(); }).join();
+    for (int i = 0; i < 2; ++i) item.FinishWork();
+    EXPECT_EQ(output.GetResultStatus(), ends ? TOS_WORK_ENDED : TOS_FINISHED);
+    EXPECT_EQ(output.GetResultCount(), ends ? 1 : 0);
+    EXPECT_EQ(semaphore.GetValue(), ends ? 1 : 0);
+  }
 }
 
 TEST(ResolvableWorkItem, TakesOneWorkOutputAProcess) {
-  NxSemaphore semaphore(0);
   std::string order;
-  FunctionWork work([&order](ExecutableWorkItem* item, NxSemaphore*) {
+  Fixture f([&order](ExecutableWorkItem* item, NxSemaphore*) {
     order += static_cast<NxWorkOutput*>(item->GetOutput())->GetWorkMode();
     EXPECT_EQ(item->GetPriority(), 9U);
     item->SetWorkFinished();
-    return 0;
+    return EC_Ok;
   });
-  const NxRef<NxWorkOutputTable> table = new NxWorkOutputTable;
-  table->SetAllWorkModesCount(1);
-  const NxRef<NxRegionObject> region = MakeRegion("page");
-  for (const char* mode : {"a", "b", "c", "d"}) {
-    table->AppendNextWorkOutput(0, 0, MakeWorkOutput(region, mode, &work));
-  }
-  ResolvableWorkItem item(table, &semaphore, 9);
+  for (const char* mode : {"a", "b", "c", "d"}) f.Append(mode);
+  ResolvableWorkItem item(f.task->GetWorkTable(), &f.semaphore, 9);
   item.FinishWork();
-  EXPECT_EQ(semaphore.GetValue(), 0);
   NxRef<ExecutableWorkItem> first;
-  for (const bool sequential : {false, false, true, false, false}) {
+  for (const bool sequential : {false, true, false, true, false}) {
     item.SetSequential(sequential);
     item.Process(nullptr);
-    EXPECT_EQ(table->IsSequential(), sequential);
     if (!first) first = item.GetCurrentItem();
     item.FinishWork();
   }
-  EXPECT_EQ(order, "adbc");
-  EXPECT_EQ(semaphore.GetValue(), 4) << "the fifth found nothing; its current item had signalled";
+  EXPECT_EQ(order, "abdc");
+  EXPECT_EQ(f.semaphore.GetValue(), 4) << "the fifth found nothing; its current item had signalled";
   // Whoever holds an item holds its output, the item of an earlier Process too.
-  EXPECT_EQ(first->GetOutput()->GetResultCount(), 1);
+  EXPECT_EQ(first->GetOutput()->GetReferenceCount(), 1);
 }
 
 // All that hands out work may go while the work is in flight; its item keeps what it needs.
 TEST(ResolvableWorkItem, GoesOnWhenQueueTableAndTaskOutputAreDropped) {
-  NxDataManagerPool pool;
-  NxSemaphore semaphore(0);
-  const NxRef<NxSourceImageObject> source = MakeSource();
-  NxRef<NxTaskOutput> task = new NxTaskOutput(MakeRegion("page", source), MakeRegion("page"),
-                                              "read", TT_ATOMIC_0, false, 1);
   TaskUnitQueue queue;
-  FunctionWork work([&](ExecutableWorkItem* item, NxSemaphore*) {
+  Fixture f([&](ExecutableWorkItem* item, NxSemaphore* semaphore) {
     queue = {};
-    task.reset();
-    pool.GetActiveWorkUnitManager()->AddTimeCheckCountForActiveWorkUnit(5);
-    item->SetWorkFinished();
-    return EC_Timeout;
+    f.task.reset();
+    f.Charge(5);
+    return End(item, semaphore);
   });
-  work.SetManagerPool(&pool);
   for (int i = 0; i < 3; ++i) {
-    task->GetWorkTable()->AppendNextWorkOutput(
-        0, 0, MakeWorkOutput(MakeRegion("page", source), "fast", &work));
-    queue.push(new ResolvableWorkItem(task->GetWorkTable(), &semaphore, 0));
+    f.Append("fast");
+    queue.push(new ResolvableWorkItem(f.task->GetWorkTable(), &f.semaphore, 0));
   }
   const NxRef<RtrThreadWorkItemBase> item = queue.front();
   queue.pop();
   item->Process(nullptr);
   item->FinishWork();
-  EXPECT_EQ(semaphore.GetValue(), 1);
-  EXPECT_EQ(source->GetElapsedTime(), 5);
-  EXPECT_EQ(source->GetErrorCode(), EC_Timeout);
+  EXPECT_EQ(f.semaphore.GetValue(), 1);
+  EXPECT_EQ(f.source->GetElapsedTime(), 5);
+  EXPECT_EQ(f.source->GetErrorCode(), EC_Timeout);
 }
 
 TEST(TaskUnitQueue, IsFirstInFirstOutAndSharesItsItems) {
-  std::vector<NxRef<RtrThreadWorkItemBase>> items;
   TaskUnitQueue queue;
-  for (std::uint64_t priority : {1U, 2U, 3U}) {
-    items.emplace_back(new ExecutableWorkItem(nullptr, nullptr, nullptr, priority));
-    queue.push(items.back());
+  for (const std::uint64_t priority : {1U, 2U, 3U}) {
+    queue.push(new ExecutableWorkItem(nullptr, nullptr, nullptr, priority));
   }
-  TaskUnitQueue copy(queue);
-  EXPECT_EQ(items[0]->GetReferenceCount(), 3);
+  const TaskUnitQueue copy(queue);
   TaskUnitQueue moved;
   moved = std::move(queue);
   EXPECT_TRUE(queue.empty());  // NOLINT(bugprone-use-after-move)
-  EXPECT_EQ(moved.back(), items[2]);
-  for (const NxRef<RtrThreadWorkItemBase>& item : items) {
-    EXPECT_EQ(moved.front(), item);
-    moved.pop();
+  EXPECT_EQ(moved.back(), copy.back());
+  for (std::uint64_t priority = 1; !moved.empty(); ++priority, moved.pop()) {
+    EXPECT_EQ(moved.front()->GetPriority(), priority);
   }
-  EXPECT_TRUE(moved.empty());
   EXPECT_EQ(copy.size(), 3);
-  EXPECT_EQ(items[0]->GetReferenceCount(), 2);
-}
-
-// The lines of a log file behind their "[TID:...][time]".
-std::string ReadMessages(const std::filesystem::path& file) {
-  std::ifstream stream(file);
-  std::string messages;
-  for (std::string line; std::getline(stream, line);) {
-    messages += line.substr(line.find(']', line.find(']') + 1) + 1) + "\n";
-  }
-  return messages;
 }
 
 TEST(WorkItem, TracesItsWayAtLevelNine) {
-  const std::filesystem::path folder =
-      std::filesystem::temp_directory_path() / "velmora_engine_test_log";
-  std::filesystem::remove_all(folder);
-  std::filesystem::create_directories(folder);
-  FunctionWork work([](ExecutableWorkItem* item, NxSemaphore*) {
-    item->SetWorkFinished();
-    return 0;
-  });
-  const NxRef<NxWorkOutputTable> table = new NxWorkOutputTable;
-  table->SetAllWorkModesCount(1);
+  const testing::TemporaryDirectory folder;
+  Fixture f(End);
   for (const int level : {8, 9}) {
-    NxLog::GetInstance().InitLogFromSetting(LM_Text, level, (folder.string() + "/").c_str());
-    table->AppendNextWorkOutput(0, 0, MakeWorkOutput(MakeRegion("page", MakeSource()), "", &work));
-    ResolvableWorkItem item(table, nullptr, 12);
+    NxLog::GetInstance().InitLogFromSetting(LM_Text, level, (folder / "").c_str());
+    f.Append("");
+    ResolvableWorkItem item(f.task->GetWorkTable(), nullptr, 12);
     item.LogPush();
     item.LogPop();
     item.Process(nullptr);
     item.FinishWork();
     EXPECT_EQ(item.GetCurrentItem()->GetDescription().empty(), level < 9);
   }
+  NxOutputBase noImage(nullptr, MakeRegion("page"), "task", TT_ATOMIC_0);
+  const std::string item =
+      ExecutableWorkItem(&noImage, &f.work, nullptr, 12).GetDescription() + "\n";
+  EXPECT_EQ(item, "{ExecutableWork}[SourceId:][TargetROI:page][Task:task][Priority:12]\n");
   NxLog::GetInstance().InitLogFromSetting(LM_None, 0, "");
-  const std::string description =
-      "{ExecutableWork}[SourceId:][TargetROI:page][Task:task][Priority:12]\n";
-  EXPECT_EQ(ReadMessages(folder / "VelmoraScanlyx.log"),
+  std::string messages;  // behind the "[TID:...][time]" of their lines
+  std::ifstream file(folder / "VelmoraScanlyx.log");
+  for (std::string line; std::getline(file, line);) {
+    messages += line.substr(line.find(']', line.find(']') + 1) + 1) + "\n";
+  }
+  EXPECT_EQ(messages,
             "WorkPriorityInfo AppendWork: \nWorkPriorityInfo TakeWork: \n"
-            "TaskPriorityInfo TaskStart: \n"
-            "WorkPriorityInfo WorkStart: " +
-                description + "WorkPriorityInfo WorkEnd: " + description +
-                "TaskPriorityInfo TaskEnd: \n");
-  std::filesystem::remove_all(folder);
+            "TaskPriorityInfo TaskStart: \nWorkPriorityInfo WorkStart: " +
+                item + "WorkPriorityInfo WorkEnd: " + item + "TaskPriorityInfo TaskEnd: \n");
+}
+
+TEST(WorkObject, StartsTheWorkModesOfARegion) {
+  FunctionWork work;
+  work.SetWorkModes({"fast", "deep"});
+  work.SetWorkModes(work.GetWorkModes());
+  const NxRef<NxRegionObject> region = MakeRegion("page");
+  const NxRef<WorkModesStateObject> state = work.CheckAndInitWorkModes(region.get(), nullptr);
+  EXPECT_EQ(state->GetNumber(), 0);
+  const WorkModesStateObject::StateList fresh = {{"fast", WMS_NotStarted},
+                                                 {"deep", WMS_NotStarted}};
+  EXPECT_EQ(state->GetStates(), fresh);
+  EXPECT_NE(work.CheckAndInitWorkModes(region.get(), nullptr), state.get());
+  EXPECT_EQ(work.GetMaxThreadNumInOneTask(), 0);
 }
 
 }  // namespace
