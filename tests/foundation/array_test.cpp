@@ -5,8 +5,6 @@
 #include <numeric>
 #include <string>
 
-#include "velmora/foundation/vector.h"
-
 namespace velmora {
 namespace {
 
@@ -29,13 +27,6 @@ TEST(Array, CopiesOrZeroesItsElements) {
   const NxArray<int> zeroed(4);
   EXPECT_EQ(std::accumulate(zeroed.begin(), zeroed.end(), 0), 0);
   EXPECT_EQ(NxArray<int>(nullptr, 0).GetCount(), 0U);
-}
-
-TEST(Vector, IsShared) {
-  const NxRef<NxVector<std::string>> names = new NxVector<std::string>({"a"});
-  const NxRef<NxVector<std::string>> same = names;
-  same->GetVector().push_back("b");
-  EXPECT_EQ(names->GetVector().size(), 2U);
 }
 
 }  // namespace

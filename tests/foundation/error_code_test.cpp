@@ -9,8 +9,6 @@
 namespace velmora {
 namespace {
 
-constexpr char kUnknown[] = "Unknown error.";
-
 std::uint64_t Fnv1a(const std::string& text) {
   std::uint64_t hash = 14695981039346656037U;
   for (const char c : text) hash = (hash ^ static_cast<unsigned char>(c)) * 1099511628211U;
@@ -24,22 +22,14 @@ TEST(ErrorString, TheTableStandsAsPublished) {
   int rows = 0;
   for (int code = 10; code >= -100'000; --code) {
     const std::string text = Nc_GetErrorString(code);
-    if (text == kUnknown) continue;
+    if (text == "Unknown error.") continue;
     table += std::to_string(code) + ' ' + text + '\n';
     ++rows;
   }
   EXPECT_EQ(rows, 63) << "and the row of EC_Unknown";
   EXPECT_EQ(Fnv1a(table), 0xCED897FDAA660F97U) << table;
-}
-
-TEST(ErrorString, AnswersEnumeratorsGapsAndStrangers) {
-  EXPECT_STREQ(Nc_GetErrorString(EC_Ok), "Successful.");
-  EXPECT_STREQ(Nc_GetErrorString(EC_Timeout), "Operation timeout.");
-  EXPECT_STREQ(Nc_GetErrorString(EC_JsonNameKeyMissing), "The mandatory key \"Name\" is missing.");
-  EXPECT_STREQ(Nc_GetErrorString(EC_QuadrilateralInvalid), "The quadrilateral is invalid.");
-  for (const int code : {int{EC_Unknown}, -10009, 12345, INT_MAX, INT_MIN}) {
-    EXPECT_STREQ(Nc_GetErrorString(code), kUnknown) << code;
-  }
+  for (const int code : {int{EC_Unknown}, 12345, INT_MAX, INT_MIN})
+    EXPECT_STREQ(Nc_GetErrorString(code), "Unknown error.") << code;
 }
 
 }  // namespace

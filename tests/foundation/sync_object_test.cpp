@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <mutex>
+#include <thread>
 
 #include "tests/support/barrier.h"
 
@@ -13,20 +14,15 @@ TEST(SyncObject, ExcludesOtherThreadsAndLetsItsOwnerIn) {
   const SyncObject lock;
   int counter = 0;  // guarded by lock
   testing::RunTogether(4, [&](int) {
-    for (int i = 0; i < 2'000; ++i) {
+    for (int i = 0; i < 500; ++i) {
       const std::lock_guard<const SyncObject> outer(lock);
       const std::lock_guard<const SyncObject> inner(lock);
-      ++counter;
+      const int before = counter;
+      std::this_thread::yield();
+      counter = before + 1;
     }
   });
-  EXPECT_EQ(counter, 8'000);
-}
-
-TEST(SyncObject, WorksAfterAssignment) {
-  const SyncObject source;
-  SyncObject target;
-  target = source;
-  const std::lock_guard<const SyncObject> lock(target);
+  EXPECT_EQ(counter, 2'000);
 }
 
 }  // namespace
