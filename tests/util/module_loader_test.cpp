@@ -49,53 +49,48 @@ class ModuleLoader : public ::testing::Test {
     return static_cast<Place>(place);
   }
 
+  void* Load(HINSTANCE& module, const char* moduleName, const char* functionName) {
+    return loader.DynamicLoadDllFunc(module, moduleName, functionName, 0, false, nullptr);
+  }
+
+  // Has a file in the process until it is released.
+  static HINSTANCE Open(const std::string& file) {
+    HINSTANCE module = nullptr;
+    EXPECT_NE(NxModuleLoaderBase::loadModuleFunc(file.c_str(), kPlaceFunction, module), nullptr);
+    return module;
+  }
+
   std::string programDirectory;
   NxModuleLoaderBase loader;
 };
 
-// Has the anchor in the process as long as it lives.
-class Anchor {
- public:
-  explicit Anchor(const std::string& path) {
-    EXPECT_NE(NxModuleLoaderBase::loadModuleFunc(path.c_str(), kPlaceFunction, module_), nullptr);
+TEST_F(ModuleLoader, MakesFileNames) {
+  struct Row {
+    const char* name;
+    bool isFileName;
+    Place want;
+  };
+  for (const Row& row : {Row{"Foo", false, kBesideProgram}, Row{FOO_FILE, true, kBesideProgram},
+                         Row{"Classification", false, kBesideProgram},
+                         Row{CLASSIFICATION_FILE, true, kBesideProgram},
+                         Row{FOO_FILE, false, kNowhere}}) {  // it would get a second end
+    EXPECT_EQ(PlaceOf(row.name, row.isFileName, nullptr), row.want) << row.name;
   }
-  ~Anchor() { NxModuleLoaderBase::releaseModule(module_); }
-  Anchor(const Anchor&) = delete;
-  Anchor& operator=(const Anchor&) = delete;
-
- private:
-  HINSTANCE module_ = nullptr;
-};
+}
 
 TEST_F(ModuleLoader, LooksBesideTheAnchorThenBesideTheProgram) {
-  EXPECT_EQ(PlaceOf("Foo", false, nullptr), kBesideProgram);
   EXPECT_EQ(PlaceOf("Foo", false, "Anchor"), kBesideProgram);  // no anchor in the process yet
-  {
-    const Anchor anchor(ModulesFile(ANCHOR_FILE));
-    EXPECT_EQ(PlaceOf("Foo", false, "Anchor"), kBesideAnchor);
-    EXPECT_EQ(PlaceOf(FOO_FILE, true, "Anchor"), kBesideAnchor);
-    EXPECT_EQ(PlaceOf("Classification", false, "Anchor"), kBesideProgram);
-  }
+  HINSTANCE anchor = Open(ModulesFile(ANCHOR_FILE));
+  EXPECT_EQ(PlaceOf("Foo", false, "Anchor"), kBesideAnchor);
+  EXPECT_EQ(PlaceOf(FOO_FILE, true, "Anchor"), kBesideAnchor);
+  EXPECT_EQ(PlaceOf("Classification", false, "Anchor"), kBesideProgram);
+  NxModuleLoaderBase::releaseModule(anchor);
   // The directory is kept without the anchor, and whatever the anchor's name.
   EXPECT_FALSE(IsLoaded("Anchorx86"));
   EXPECT_EQ(PlaceOf("Foo", false, nullptr), kBesideAnchor);
-  EXPECT_EQ(PlaceOf("Foo", false, "Other"), kBesideAnchor);
-}
-
-TEST_F(ModuleLoader, MakesFileNames) {
-  EXPECT_STREQ(FOO_FILE, EXPECTED_FOO_FILE);
-  EXPECT_STREQ(CLASSIFICATION_FILE, EXPECTED_CLASSIFICATION_FILE);
-  EXPECT_EQ(PlaceOf("Foo", false, nullptr), kBesideProgram);
-  EXPECT_EQ(PlaceOf("Classification", false, nullptr), kBesideProgram);
-  EXPECT_EQ(PlaceOf(CLASSIFICATION_FILE, true, nullptr), kBesideProgram);
-  EXPECT_EQ(PlaceOf(FOO_FILE, false, nullptr), kNowhere);  // the file name would get a second end
-}
-
-TEST_F(ModuleLoader, LeavesABareNameToTheSystem) {
-  HINSTANCE module = nullptr;
-  EXPECT_EQ(loader.LoadModule(SYSTEM_FILE, module, 0, true, nullptr), EC_Ok);
-  NxModuleLoaderBase::releaseModule(module);
-  EXPECT_NE(loader.loadModuleFunc(SYSTEM_FILE, SYSTEM_FUNCTION), nullptr);
+  HINSTANCE other = Open(programDirectory + FOO_FILE);
+  EXPECT_EQ(PlaceOf("Anchor", false, "Foo"), kBesideAnchor);
+  NxModuleLoaderBase::releaseModule(other);
 }
 
 TEST_F(ModuleLoader, FlagsKeepTheCurrentDirectoryOutOfTheSearch) {
@@ -117,6 +112,7 @@ TEST_F(ModuleLoader, FlagsKeepTheCurrentDirectoryOutOfTheSearch) {
     NxModuleLoaderBase::releaseModule(module);
     EXPECT_EQ(PlaceOf("Foo", false, nullptr, row.flags), kBesideProgram);
   }
+  EXPECT_NE(loader.loadModuleFunc(SYSTEM_FILE, SYSTEM_FUNCTION), nullptr);
   std::filesystem::current_path(before);
 }
 
@@ -130,10 +126,10 @@ TEST_F(ModuleLoader, MissingModulesAndFunctionsAreNull) {
   }
   HINSTANCE module = nullptr;
   NxModuleLoaderBase::releaseModule(module);
-  EXPECT_EQ(loader.DynamicLoadDllFunc(module, nullptr, kPlaceFunction, 0, false, nullptr), nullptr);
-  EXPECT_EQ(loader.DynamicLoadDllFunc(module, "Foo", "NoSuchFunction", 0, false, nullptr), nullptr);
+  EXPECT_EQ(Load(module, nullptr, kPlaceFunction), nullptr);
+  EXPECT_EQ(Load(module, "Foo", "NoSuchFunction"), nullptr);
   ASSERT_NE(module, nullptr);  // the module itself was found
-  EXPECT_EQ(loader.DynamicLoadDllFunc(module, "Foo", nullptr, 0, false, nullptr), nullptr);
+  EXPECT_EQ(Load(module, "Foo", nullptr), nullptr);
   const HINSTANCE before = module;
   NxModuleLoaderBase::releaseModule(module);
   EXPECT_EQ(module, before);  // left as it was
@@ -143,9 +139,10 @@ TEST_F(ModuleLoader, MissingModulesAndFunctionsAreNull) {
 }
 
 TEST_F(ModuleLoader, LoadsWhatAModuleNeeds) {
-  const Anchor anchor(ModulesFile(ANCHOR_FILE));
+  HINSTANCE anchor = Open(ModulesFile(ANCHOR_FILE));
   for (const unsigned long flags : {kAlteredSearchPath, 0x1100UL})
     EXPECT_EQ(PlaceOf("Needy", false, "Anchor", flags), kBesideAnchor) << flags;
+  NxModuleLoaderBase::releaseModule(anchor);
 }
 
 TEST_F(ModuleLoader, LoadsFromDirectoriesWithOddNames) {
@@ -163,17 +160,14 @@ TEST_F(ModuleLoader, LoadsFromDirectoriesWithOddNames) {
 TEST_F(ModuleLoader, ThreadsLoadOnce) {
   for (int round = 0; round < 20; ++round) {
     HINSTANCE module = nullptr;
-    testing::RunTogether(8, [&](int) {
-      EXPECT_EQ(Call(loader.DynamicLoadDllFunc(module, "Foo", kPlaceFunction, 0, false, nullptr)),
-                kBesideProgram);
-    });
-    EXPECT_TRUE(IsLoaded("Foox86"));
+    testing::RunTogether(
+        8, [&](int) { EXPECT_EQ(Call(Load(module, "Foo", kPlaceFunction)), kBesideProgram); });
     NxModuleLoaderBase::releaseModule(module);
     ASSERT_FALSE(IsLoaded("Foox86"));  // one release takes back the one load
   }
 }
 
-TEST_F(ModuleLoader, AutoKeepsModulesUntilItGoes) {
+TEST_F(ModuleLoader, AutoLoadsOnceAndFreesWhenItGoes) {
   for (int round = 0; round < 20; ++round) {
     {
       NxModuleLoaderBaseAuto keeper;
@@ -182,14 +176,11 @@ TEST_F(ModuleLoader, AutoKeepsModulesUntilItGoes) {
         EXPECT_EQ(Call(keeper.DynamicLoadDllFunc(name, kPlaceFunction, 0, false, nullptr)),
                   kBesideProgram);
       });
-      EXPECT_TRUE(IsLoaded("Foox86"));
-      EXPECT_TRUE(IsLoaded("Classification"));
-      EXPECT_EQ(keeper.DynamicLoadDllFunc("NoSuchModule", kPlaceFunction, 0, false, nullptr),
-                nullptr);
-      EXPECT_EQ(keeper.DynamicLoadDllFunc(nullptr, kPlaceFunction, 0, false, nullptr), nullptr);
+      EXPECT_TRUE(IsLoaded("Foox86") && IsLoaded("Classification"));
+      for (const char* name : {"NoSuchModule", static_cast<const char*>(nullptr)})
+        EXPECT_EQ(keeper.DynamicLoadDllFunc(name, kPlaceFunction, 0, false, nullptr), nullptr);
     }
-    ASSERT_FALSE(IsLoaded("Foox86"));
-    ASSERT_FALSE(IsLoaded("Classification"));
+    ASSERT_FALSE(IsLoaded("Foox86") || IsLoaded("Classification"));
   }
 }
 

@@ -24,7 +24,7 @@ Names Files(const TemporaryDirectory& directory) {
   return files;
 }
 
-TEST(PosixPaths, LoopsOfLinksEnd) {
+TEST(PosixPaths, LinksAreFollowedUntilTheyLeadBack) {
   const TemporaryDirectory directory;
   for (const char* name : {"a", "b"}) {
     fs::create_directory(directory / name);
@@ -35,35 +35,26 @@ TEST(PosixPaths, LoopsOfLinksEnd) {
   fs::create_directory_symlink("../b", directory / "a/side");
   fs::create_directory_symlink("../a", directory / "b/side");
   fs::create_symlink("nowhere", directory / "broken");
-  fs::create_symlink("round", directory / "round");
-  EXPECT_EQ(Files(directory),
-            (Names{"/a/file", "/a/side/file", "/b/file", "/b/side/file", "/broken", "/round"}));
-  EXPECT_EQ(PathHelper::JudgePathType((directory / "round").c_str()), PathHelper::PT_Invalid);
-  EXPECT_EQ(PathHelper::JudgePathType((directory / "broken").c_str()), PathHelper::PT_NotExist);
-}
-
-TEST(PosixPaths, WhatIsNeitherFileNorDirectoryIsInvalid) {
-  const TemporaryDirectory directory;
   ASSERT_EQ(mkfifo((directory / "pipe").c_str(), 0600), 0);
-  EXPECT_EQ(PathHelper::JudgePathType((directory / "pipe").c_str()), PathHelper::PT_Invalid);
-  EXPECT_EQ(Files(directory), Names{"/pipe"});
+  fs::create_symlink("round", directory / "round");
+  EXPECT_EQ(Files(directory), (Names{"/a/file", "/a/side/file", "/b/file", "/b/side/file",
+                                     "/broken", "/pipe", "/round"}));
+  for (const auto& [name, want] : {std::pair{"round", PathHelper::PT_Invalid},
+                                   {"pipe", PathHelper::PT_Invalid},
+                                   {"broken", PathHelper::PT_NotExist},
+                                   {"a/side", PathHelper::PT_Directory}}) {
+    EXPECT_EQ(PathHelper::JudgePathType((directory / name).c_str()), want) << name;
+  }
 }
 
 // Permissions do not bind the superuser, so that tests which run as one become somebody else.
-class AsSomebodyElse {
- public:
-  AsSomebodyElse() : before_(geteuid()) {
-    if (before_ == 0 && seteuid(65534) != 0) ADD_FAILURE() << "seteuid";
-  }
-  ~AsSomebodyElse() {
-    if (before_ == 0 && seteuid(0) != 0) ADD_FAILURE() << "seteuid";
-  }
-  AsSomebodyElse(const AsSomebodyElse&) = delete;
-  AsSomebodyElse& operator=(const AsSomebodyElse&) = delete;
-
- private:
-  const uid_t before_;
-};
+template <typename Action>
+void AsSomebodyElse(Action action) {
+  const bool isSuperuser = geteuid() == 0;
+  EXPECT_EQ(isSuperuser ? seteuid(65534) : 0, 0);
+  action();
+  EXPECT_EQ(isSuperuser ? seteuid(0) : 0, 0);
+}
 
 TEST(PosixPaths, UnreadableDirectoriesAddNothing) {
   const TemporaryDirectory directory;
@@ -73,13 +64,12 @@ TEST(PosixPaths, UnreadableDirectoriesAddNothing) {
   }
   fs::permissions(directory / "closed", fs::perms::none);
   fs::permissions(directory / "listed", fs::perms(0444));
-  {
-    const AsSomebodyElse other;
+  AsSomebodyElse([&] {
     EXPECT_EQ(Files(directory), (Names{"/listed/file", "/open/file"}));
     EXPECT_EQ(GetAllFiles(directory / "closed", true, nullptr)->GetVector(), Names());
     EXPECT_EQ(PathHelper::JudgePathType((directory / "closed/file").c_str()),
               PathHelper::PT_Invalid);
-  }
+  });
   for (const char* name : {"closed", "listed"}) fs::permissions(directory / name, fs::perms::all);
 }
 

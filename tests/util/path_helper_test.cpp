@@ -69,17 +69,16 @@ TEST_F(Paths, JudgesPaths) {
 }
 
 TEST_F(Paths, RecognisesPdfByItsFirstBytes) {
-  for (const auto& [content, want] : {std::pair{"%PDF-1.7", true},
+  const std::string file = directory / "Ma\xDF file";
+  for (const auto& [content, want] : {std::pair{std::string("%PDF-1.7"), true},
                                       {"%PDF", true},
                                       {"%PD", false},
-                                      {"", false},
                                       {" %PDF", false}}) {
     SCOPED_TRACE(content);
-    const std::string file = directory / "Ma\xDF file";
     WriteFile(file, content);
     EXPECT_EQ(PathHelper::IsPDFFile(file.c_str()), want);
-    const auto bytes = reinterpret_cast<const unsigned char*>(content);
-    EXPECT_EQ(PathHelper::IsPDFFile(bytes, static_cast<int>(std::string(content).size())), want);
+    const auto bytes = reinterpret_cast<const unsigned char*>(content.data());
+    EXPECT_EQ(PathHelper::IsPDFFile(bytes, static_cast<int>(content.size())), want);
     EXPECT_FALSE(PathHelper::IsPDFFile(bytes, 3));
   }
   EXPECT_FALSE(PathHelper::IsPDFFile(nullptr, 8));
@@ -119,55 +118,54 @@ TEST_F(Paths, ListsFilesByNameAndExtension) {
     SCOPED_TRACE(::testing::PrintToString(row.filter));
     EXPECT_EQ(Files(root, row.recursive, row.filter), row.want);
   }
-  EXPECT_EQ(Files(root + kSeparator, false, "jpg"),
-            Names{"f.jpg"});  // the separator is not doubled
-  EXPECT_EQ(Files(root + kSeparator + "png", true, nullptr), Names());  // a file
-  EXPECT_EQ(Files(directory / "nothing", true, nullptr), Names());
-  EXPECT_TRUE(GetAllFiles("", true, nullptr)->GetVector().empty());
+  EXPECT_EQ(Files(root + kSeparator, false, "jpg"), Names{"f.jpg"}) << "no second separator";
+  for (const std::string& none : {std::string(), root + kSeparator + "png", directory / "nothing"})
+    EXPECT_EQ(Files(none, true, nullptr), Names()) << none;
 }
 
 TEST_F(Paths, ListsManyFilesOnceEach) {
   std::set<std::string> names;
   for (int i = 0; i < 2'000; ++i) {
-    names.insert("/image " + std::to_string(i) + ".png");
-    WriteFile(directory / ("image " + std::to_string(i) + ".png"), "");
+    const std::string name = "image " + std::to_string(i) + ".png";
+    names.insert('/' + name);
+    WriteFile(directory / name, "");
   }
   EXPECT_EQ(Files(directory.GetPath().string(), true, nullptr), Names(names.begin(), names.end()));
 }
 
-TEST_F(Paths, KnowsTheProgramsDirectory) {
-  std::string exe = "before", core, unchanged = "before";
+TEST_F(Paths, KnowsTheDirectoriesOfProgramAndModules) {
+  std::string exe, core, unchanged = "before";
   EXPECT_TRUE(PathHelper::GetEXEDirectory(exe));
-  EXPECT_EQ(exe.back(), kSeparator);
-  EXPECT_EQ(PathHelper::JudgePathType(exe.c_str()), PathHelper::PT_Directory);
   EXPECT_EQ(PathHelper::JudgePathType((exe + UTIL_TEST_FILE).c_str()), PathHelper::PT_File);
-
   EXPECT_TRUE(PathHelper::GetDLLDirectory(CORE_FILE_NAME, core));
-  EXPECT_NE(PathHelper::JudgePathType((core + CORE_FILE_NAME).c_str()), PathHelper::PT_NotExist);
+  EXPECT_EQ(PathHelper::JudgePathType((core + CORE_FILE_NAME).c_str()), PathHelper::PT_File);
   NxSafeString safeCore;
   EXPECT_TRUE(PathHelper::GetDLLDirectory(CORE_FILE_NAME, safeCore));
-  EXPECT_EQ(safeCore.GetString(), core);
-
-  for (const char* missing : {"", "NoSuchModule", "NoSuchModulex86"})
+  for (const char* missing : {"", "NoSuchModule", "NoSuchModulex86"}) {
     EXPECT_FALSE(PathHelper::GetDLLDirectory(missing, unchanged)) << missing;
-  EXPECT_FALSE(PathHelper::GetDLLDirectory("NoSuchModule", safeCore));
+    EXPECT_FALSE(PathHelper::GetDLLDirectory(missing, safeCore)) << missing;
+  }
   EXPECT_FALSE(PathHelper::GetLyxDLLDirectory(unchanged));
   EXPECT_EQ(unchanged, "before");
+  EXPECT_EQ(safeCore.GetString(), core);
 }
 
 TEST_F(Paths, FindsSettingsBesideTheModuleThenBesideTheProgram) {
-  std::string exe, core, found;
+  std::string exe, core;
   PathHelper::GetEXEDirectory(exe);
   PathHelper::GetDLLDirectory(CORE_FILE_NAME, core);
   const std::string name = "util_test.ini";
-  EXPECT_FALSE(PathHelper::GetINIPath(name, CORE_FILE_NAME, found));
-  EXPECT_EQ(found, exe + name);
+  const auto expectFound = [&name](const char* module, bool want, const std::string& wantPath) {
+    std::string path;
+    EXPECT_EQ(PathHelper::GetINIPath(name, module, path), want);
+    EXPECT_EQ(path, wantPath);
+  };
+  expectFound(CORE_FILE_NAME, false, exe + name);
   WriteFile(exe + name, "");
-  EXPECT_TRUE(PathHelper::GetINIPath(name, "NoSuchModule", found));
-  EXPECT_EQ(found, exe + name);
+  expectFound("NoSuchModule", true, exe + name);
+  expectFound(CORE_FILE_NAME, true, exe + name);
   WriteFile(core + name, "");
-  EXPECT_TRUE(PathHelper::GetINIPath(name, CORE_FILE_NAME, found));
-  EXPECT_EQ(found, core + name);
+  expectFound(CORE_FILE_NAME, true, core + name);
   std::filesystem::remove(core + name);
   std::filesystem::remove(exe + name);
 }
