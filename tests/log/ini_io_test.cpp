@@ -22,51 +22,47 @@ class Ini : public ::testing::Test {
 };
 
 TEST_F(Ini, ReadsSectionsKeysAndValues) {
-  const std::string longLine(1'030, 'v');
-  const std::string text = std::string("\xEF\xBB\xBFtop=0\r\n") +
-                           "; Level = 1\n"
-                           "\n"
-                           " [ One ] rest\n"
-                           "\t Pa th = C:\\a b\\\t c\\ \r\n"
-                           "a=1\na=2\n"
-                           "empty=\n"
-                           "=nameless\n"
-                           "twice=x=y\n"
-                           "no equals sign\n"
-                           "[broken\n"
-                           "after=broken\n"
-                           "bytes=Ma\xC3\x9F\xA0\n" +
-                           ";" + longLine + "\nlong=" + longLine +
-                           "\n[two]\n\v\fa=3\n[One]\nb=last";
-  ASSERT_TRUE(Load(text));
+  const std::string longText(1'030, 'v');
   struct Row {
+    const char* name;
+    std::string text;
     const char *section, *key;
     std::string want;
   };
   for (const Row& row :
-       {Row{"", "top", "0"}, Row{"One", "Path", "C:\\ab\\c\\"}, Row{"One", "a", "2"},
-        Row{"One", "empty", ""}, Row{"One", "", "nameless"}, Row{"One", "twice", "x=y"},
-        Row{"One", "after", "broken"}, Row{"One", "bytes", "Ma\xC3\x9F\xA0"},
-        Row{"One", "long", std::string(1'018, 'v')}, Row{"One", "b", "last"}, Row{"two", "a", "3"},
-        Row{"one", "a", ""}, Row{"One", "A", ""}, Row{"One", ";Level", ""},
-        Row{"nothing", "a", ""}}) {
-    EXPECT_EQ(ini.GetValue(row.section, row.key), row.want) << row.section << ' ' << row.key;
+       {Row{"byte order mark",
+            "\xEF\xBB\xBF"
+            "a=0",
+            "", "a", "0"},
+        Row{"comment", "; a=1", "", ";a", ""},
+        Row{"blanks", " [ s ] rest\n\t k 1 = C:\\a b\\\t c\\ \r\n", "s", "k1", "C:\\ab\\c\\"},
+        Row{"blank lines", "\n\v\f\r\n\v\fa=3\n", "", "a", "3"},
+        Row{"bytes above 127", "a=Ma\xC3\x9F\xA0", "", "a", "Ma\xC3\x9F\xA0"},
+        Row{"no key", "=nameless", "", "", "nameless"},
+        Row{"two equals signs", "a=x=y", "", "a", "x=y"},
+        Row{"no equals sign", "k\na=1", "", "a", "1"},
+        Row{"long line", ";" + longText + "\na=" + longText, "", "a", std::string(1'021, 'v')},
+        Row{"last value", "a=1\na=2", "", "a", "2"},
+        Row{"section again", "[s]\na=1\n[t]\na=2\n[s]\nb=3", "s", "a", "1"},
+        Row{"section without end", "[s]\n[t\na=1", "s", "a", "1"},
+        Row{"case of the section", "[s]\na=1", "S", "a", ""},
+        Row{"case of the key", "[s]\na=1", "s", "A", ""}}) {
+    SCOPED_TRACE(row.name);
+    ASSERT_TRUE(Load(row.text));
+    EXPECT_EQ(ini.GetValue(row.section, row.key), row.want);
   }
 }
 
 TEST_F(Ini, ReadsNumbers) {
-  for (const auto& [text, want] : {std::pair{"9", 9},
-                                   {"-3", -3},
-                                   {"+4", 4},
-                                   {"12abc", 12},
-                                   {"abc", 0},
-                                   {"", 0},
-                                   {"0x10", 0},
-                                   {"1.9", 1},
-                                   {"99999999999999999999", INT_MAX},
-                                   {"-99999999999", INT_MIN}}) {
-    ASSERT_TRUE(Load(std::string("[s]\nn=") + text));
-    EXPECT_EQ(ini.GetInt("s", "n"), want) << text;
+  struct Row {
+    const char* text;
+    int want;
+  };
+  for (const Row& row :
+       {Row{"+4", 4}, Row{"-3", -3}, Row{"12abc", 12}, Row{"abc", 0}, Row{"", 0}, Row{"0x10", 0},
+        Row{"010", 10}, Row{"1.9", 1}, Row{"99999999999", INT_MAX}, Row{"-99999999999", INT_MIN}}) {
+    ASSERT_TRUE(Load(std::string("[s]\nn=") + row.text));
+    EXPECT_EQ(ini.GetInt("s", "n"), row.want) << row.text;
   }
   EXPECT_EQ(ini.GetInt("s", "missing"), 0);
 }

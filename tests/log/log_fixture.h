@@ -13,6 +13,9 @@
 
 namespace velmora::testing {
 
+// What a line that this thread writes now begins with, by the system's own clock.
+std::string LineHead();
+
 // Applies a configuration in a fresh directory and turns the one log of the process off again.
 class LogFixture : public ::testing::Test {
  protected:

@@ -1,4 +1,4 @@
-// The log against the system's own clock, thread ids and refusals.
+// The system's own clock and thread ids, and its refusals.
 
 #include <gtest/gtest.h>
 #include <json/value.h>
@@ -8,99 +8,58 @@
 #include <csignal>
 #include <cstdlib>
 #include <ctime>
-#include <filesystem>
 #include <string>
-#include <thread>
+#include <utility>
 
 #include "tests/log/log_fixture.h"
 
 namespace velmora {
+
+std::string testing::LineHead() {
+  setenv("TZ", "Asia/Kathmandu", 1);  // UTC+5:45, on machines too that stand in UTC
+  tzset();
+  const std::time_t now = std::time(nullptr);
+  char head[64];
+  const int length = std::snprintf(head, sizeof head, "[TID:%6d]", static_cast<int>(gettid()));
+  std::strftime(head + length, 32, "[%Y/%m/%d %H:%M:%S]", std::localtime(&now));
+  return head;
+}
+
 namespace {
 
 using testing::ReadFile;
 using PosixLog = testing::LogFixture;
 using Lines = std::vector<std::string>;
 
-std::string Head(std::time_t time) {
-  char head[64];
-  const int length = std::snprintf(head, sizeof head, "[TID:%6d]", static_cast<int>(gettid()));
-  std::strftime(head + length, 32, "[%Y/%m/%d %H:%M:%S]", std::localtime(&time));
-  return head;
-}
-
-TEST_F(PosixLog, StampsLinesWithThreadAndLocalTime) {
-  setenv("TZ", "Asia/Kathmandu", 1);  // UTC+5:45
-  tzset();
-  Configure(LM_Text, 1);
-  std::string before, after;
-  std::thread([&] {
-    before = Head(std::time(nullptr));
-    log.WriteTextLog(1, "x");
-    after = Head(std::time(nullptr));
-  }).join();
-  const std::string line = ReadFile(LogFile());
-  EXPECT_TRUE(line == before + "x\n" || line == after + "x\n") << line << before;
-  unsetenv("TZ");
-  tzset();
-}
-
-TEST_F(PosixLog, CountsLinesThatAFullDiskRefuses) {
-  Configure(LM_Text, 1);
-  std::filesystem::create_symlink("/dev/full", LogFile());
-  const std::uint64_t lost = log.GetLostLineCount();
-  log.WriteTextLog(1, "lost");
-  EXPECT_EQ(log.GetLostLineCount(), lost + 1);
-  log.SetOutputMode(OM_Cache);
-  log.WriteTextLog(1, "kept");
-  EXPECT_FALSE(log.OutputCacheLog());
-  std::filesystem::remove(LogFile());
-  EXPECT_TRUE(log.OutputCacheLog());
-  EXPECT_EQ(Messages(), Lines{"kept"});
-}
-
 // What the process writes into any file may not make it longer, as if the disk were full.
-class FileSizeLimit {
- public:
-  FileSizeLimit() : oldHandler_(std::signal(SIGXFSZ, SIG_IGN)) {
-    getrlimit(RLIMIT_FSIZE, &limit_);
-    unlimited_ = limit_.rlim_cur;
-  }
-  ~FileSizeLimit() {
-    Set(unlimited_);
-    std::signal(SIGXFSZ, oldHandler_);
-  }
-  void Set(rlim_t size) {
-    limit_.rlim_cur = size;
-    setrlimit(RLIMIT_FSIZE, &limit_);
-  }
-
- private:
-  void (*const oldHandler_)(int);
-  rlimit limit_{};
-  rlim_t unlimited_;
-};
+template <typename Action>
+void WithFileSizeLimit(rlim_t size, Action action) {
+  const auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
+  rlimit limit{};
+  getrlimit(RLIMIT_FSIZE, &limit);
+  const rlim_t unlimited = std::exchange(limit.rlim_cur, size);
+  setrlimit(RLIMIT_FSIZE, &limit);
+  action();
+  limit.rlim_cur = unlimited;
+  setrlimit(RLIMIT_FSIZE, &limit);
+  std::signal(SIGXFSZ, oldHandler);
+}
 
 TEST_F(PosixLog, ATornLineSpoilsNoOther) {
   Configure(LM_Text, 1);
   const std::uint64_t lost = log.GetLostLineCount();
   log.AddJsonRecord(Json::Value("record"));
-  {
-    FileSizeLimit limit;
-    limit.Set(7);
+  WithFileSizeLimit(7, [&] {
     log.WriteTextLog(1, "torn");
     log.WriteTextLog(1, "refused");
-    limit.Set(12);
-    EXPECT_FALSE(log.OutputJsonLog());
-  }
+  });
+  WithFileSizeLimit(12, [&] { EXPECT_FALSE(log.OutputJsonLog()); });
   EXPECT_EQ(log.GetLostLineCount(), lost + 2);
   log.WriteTextLog(1, "whole");
   EXPECT_TRUE(log.OutputJsonLog());
-  const Lines lines = Messages();
-  ASSERT_EQ(lines.size(), 4U);
-  EXPECT_EQ(lines[0].substr(0, 13), "odd line [TID");
-  EXPECT_EQ(lines[1], "odd line \"rec");
-  EXPECT_EQ(lines[2], "whole");
-  EXPECT_EQ(lines[3], "odd line \"record\"");
+  Lines lines = Messages();
+  lines.at(0).resize(13);  // before the thread's number
+  EXPECT_EQ(lines, (Lines{"odd line [TID", "odd line \"rec", "whole", "odd line \"record\""}));
 }
 
 TEST_F(PosixLog, GoesOnWhereTheDiskBecameFull) {
@@ -111,13 +70,9 @@ TEST_F(PosixLog, GoesOnWhereTheDiskBecameFull) {
     want.push_back("line " + std::to_string(i));
     log.WriteTextLog(1, "line %d", i);
   }
-  {
-    FileSizeLimit limit;
-    for (const rlim_t size : {rlim_t{100}, rlim_t{100}, rlim_t{777}}) {  // in the middle of a line
-      limit.Set(size);
-      EXPECT_FALSE(log.OutputCacheLog());
-      EXPECT_EQ(ReadFile(LogFile()).size(), size);
-    }
+  for (const rlim_t size : {rlim_t{100}, rlim_t{100}, rlim_t{777}}) {  // in the middle of a line
+    WithFileSizeLimit(size, [&] { EXPECT_FALSE(log.OutputCacheLog()); });
+    EXPECT_EQ(ReadFile(LogFile()).size(), size);
   }
   EXPECT_TRUE(log.OutputCacheLog());
   EXPECT_EQ(Messages(), want);
