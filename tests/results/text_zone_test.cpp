@@ -22,25 +22,23 @@ int* ArrayOf(const CTextZone& zone) {
   return indices;
 }
 
-std::vector<int> IndicesOf(const CTextZone& zone) {
+void ExpectZone(const CTextZone& zone, const CQuadrilateral& place, const std::vector<int>& want) {
+  const CQuadrilateral location = zone.GetLocation();
+  EXPECT_TRUE(std::equal(location.points, location.points + 4, place.points));
+  EXPECT_EQ(location.id, place.id);
   int* indices = nullptr;
   int count = -5;
+  zone.GetCharContoursIndices(nullptr, &count);
+  zone.GetCharContoursIndices(&indices, nullptr);
+  EXPECT_TRUE(indices == nullptr && count == -5) << "tells nothing to one pointer";
   zone.GetCharContoursIndices(&indices, &count);
+  EXPECT_EQ(std::vector<int>(indices, indices + count), want);
   EXPECT_EQ(indices == nullptr, count == 0);
-  return {indices, indices + count};
-}
-
-bool IsAt(const CTextZone& zone, const CQuadrilateral& place) {
-  const CQuadrilateral location = zone.GetLocation();
-  for (int i = 0; i < 4; ++i)
-    if (location.points[i] != place.points[i]) return false;
-  return location.id == place.id;
 }
 
 TEST(TextZone, TakesIndicesOnlyWithAPositiveCount) {
-  EXPECT_TRUE(IsAt(CTextZone(), CQuadrilateral()));
-  EXPECT_TRUE(IsAt(CTextZone(kPlace), kPlace));
-  EXPECT_EQ(IndicesOf(CTextZone(kPlace)), std::vector<int>());
+  ExpectZone(CTextZone(), CQuadrilateral(), {});
+  ExpectZone(CTextZone(kPlace), kPlace, {});
   struct Row {
     const char* name;
     const int* indices;
@@ -52,52 +50,34 @@ TEST(TextZone, TakesIndicesOnlyWithAPositiveCount) {
         Row{"none", kIndices.data(), 0, {}}, Row{"negative", kIndices.data(), -1, {}},
         Row{"null", nullptr, 5, {}}}) {
     SCOPED_TRACE(row.name);
-    const CTextZone zone(kPlace, row.indices, row.count);
-    EXPECT_EQ(IndicesOf(zone), row.want);
+    ExpectZone(CTextZone(kPlace, row.indices, row.count), kPlace, row.want);
     CTextZone set(kPlace, kIndices.data(), 2);
     set.SetCharContoursIndices(row.indices, row.count);
-    EXPECT_EQ(IndicesOf(set), row.want);
+    ExpectZone(set, kPlace, row.want);
   }
 }
 
 TEST(TextZone, CopiesAreIndependent) {
   CTextZone zone(kPlace, kIndices.data(), 3);
   const CTextZone copy(zone);
-  EXPECT_NE(ArrayOf(copy), ArrayOf(zone));
   zone.SetLocation(CQuadrilateral());
-  zone.SetCharContoursIndices(ArrayOf(zone) + 1, 2);
-  EXPECT_EQ(IndicesOf(zone), (std::vector{-1, 2147483647})) << "given a part of its own array";
-  EXPECT_TRUE(IsAt(zone, CQuadrilateral()));
-  EXPECT_EQ(IndicesOf(copy), kIndices);
-  EXPECT_TRUE(IsAt(copy, kPlace));
+  zone.SetCharContoursIndices(ArrayOf(zone) + 1, 2);  // a part of its own array
+  ExpectZone(zone, CQuadrilateral(), {-1, 2147483647});
+  ExpectZone(copy, kPlace, kIndices);
 }
 
 TEST(TextZone, AssignmentLeavesTheOldArrayToItsReader) {
   const CTextZone source(kPlace, kIndices.data(), 3);
   CTextZone target(CQuadrilateral(), kIndices.data(), 1);
-  int* old = ArrayOf(target);
+  int* const first = ArrayOf(target);
   target = source;
-  EXPECT_EQ(*old, 5);
-  CCoreModule::FreeBytes(reinterpret_cast<unsigned char*>(old));
-  EXPECT_TRUE(IsAt(target, kPlace));
-  EXPECT_EQ(IndicesOf(target), kIndices);
-  EXPECT_NE(ArrayOf(target), ArrayOf(source));
-
-  old = ArrayOf(target);
+  EXPECT_EQ(*first, 5);
+  ExpectZone(target, kPlace, kIndices);
+  int* const second = ArrayOf(target);
+  EXPECT_NE(second, ArrayOf(source));
   target = *&target;
-  EXPECT_EQ(IndicesOf(target), std::vector<int>());
-  EXPECT_TRUE(IsAt(target, kPlace));
-  CCoreModule::FreeBytes(reinterpret_cast<unsigned char*>(old));
-}
-
-TEST(TextZone, TellsNothingToOnePointer) {
-  const CTextZone zone(kPlace, kIndices.data(), 3);
-  int* indices = nullptr;
-  int count = -5;
-  zone.GetCharContoursIndices(nullptr, &count);
-  zone.GetCharContoursIndices(&indices, nullptr);
-  EXPECT_EQ(indices, nullptr);
-  EXPECT_EQ(count, -5);
+  ExpectZone(target, kPlace, {});
+  for (int* old : {first, second}) CCoreModule::FreeBytes(reinterpret_cast<unsigned char*>(old));
 }
 
 }  // namespace
