@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <cstdio>
 #include <sstream>
 
 #include "examples/module_author/spots_unit.h"
@@ -30,11 +29,8 @@ void ExpectIdsAndMatrix(const SpotsUnit& unit, const char* hashId, const char* i
   for (int i = 0; i < 9; ++i) EXPECT_EQ(matrix[i], expected[i]) << i;
 }
 
-std::string Hexadecimal(const void* pointer) {
-  char text[16];
-  std::snprintf(text, sizeof(text), "%x",
-                static_cast<unsigned>(reinterpret_cast<std::uintptr_t>(pointer)));
-  return text;
+unsigned LowWord(const void* pointer) {
+  return static_cast<unsigned>(reinterpret_cast<std::uintptr_t>(pointer));
 }
 
 TEST(UnitBase, FindsItsPublicFaceAcrossTheObjectAndLogsIt) {
@@ -48,14 +44,15 @@ TEST(UnitBase, FindsItsPublicFaceAcrossTheObjectAndLogsIt) {
   EXPECT_EQ(unit.GetCIntermediateResultUnitPtr(), face);
   EXPECT_FALSE(faceless.TransToCIntermediateResultUnitPtr());
 
+  std::ostringstream want;
+  want << std::hex << "NxUnitBase this Ptr " << LowWord(static_cast<NxUnitBase*>(&unit))
+       << "\nNxUnitBase Ptr after cast " << LowWord(face) << "\nNxUnitBase hashId unit\n"
+       << "NxUnitBase this Ptr " << LowWord(&faceless) << "\nNxUnitBase Ptr after cast 0\n";
   std::string messages;
   std::istringstream text(log.Text());
   for (std::string line; std::getline(text, line);)
     messages += line.substr(line.rfind(']') + 1) + '\n';
-  EXPECT_EQ(messages, "NxUnitBase this Ptr " + Hexadecimal(static_cast<NxUnitBase*>(&unit)) +
-                          "\nNxUnitBase Ptr after cast " + Hexadecimal(face) +
-                          "\nNxUnitBase hashId unit\nNxUnitBase this Ptr " +
-                          Hexadecimal(&faceless) + "\nNxUnitBase Ptr after cast 0\n");
+  EXPECT_EQ(messages, want.str());
 
   faceless = unit;  // neither assigning nor copying takes the face of another unit
   EXPECT_EQ(faceless.GetCIntermediateResultUnitPtr(), nullptr);
@@ -118,20 +115,16 @@ TEST(IntermediateResult, ShowsTheUnitsWhosePublicFaceWasFound) {
   const NxRef<SpotsUnit> found = new SpotsUnit(nullptr, nullptr);
   const NxRef<SpotsUnit> unasked = new SpotsUnit(nullptr, nullptr);
   ASSERT_TRUE(found->TransToCIntermediateResultUnitPtr());
-  {
-    NxIntermediateResult result;
-    result.AddUnit(found);
-    result.AddUnit(unasked);
-    const NxIntermediateResult copy(result);
-    const CIntermediateResult& seen = copy;
-    EXPECT_EQ(seen.GetCount(), 2);
-    EXPECT_EQ(seen.GetIntermediateResultUnit(0), found.get());
-    for (const int index : {-1, 1, 2}) EXPECT_EQ(seen.GetIntermediateResultUnit(index), nullptr);
-    unasked->RetainCache()->Release();
-    EXPECT_EQ(seen.GetIntermediateResultUnit(1), unasked.get());
-    EXPECT_EQ(found->GetReferenceCount(), 3);
-  }
-  EXPECT_EQ(found->GetReferenceCount(), 1);
+  NxIntermediateResult result;
+  for (const NxRef<SpotsUnit>& unit : {found, unasked, NxRef<SpotsUnit>()}) result.AddUnit(unit);
+  const NxIntermediateResult copy(result);
+  const CIntermediateResult& seen = copy;
+  EXPECT_EQ(seen.GetCount(), 3);
+  EXPECT_EQ(seen.GetIntermediateResultUnit(0), found.get());
+  for (const int index : {-1, 1, 2, 3}) EXPECT_EQ(seen.GetIntermediateResultUnit(index), nullptr);
+  unasked->RetainCache()->Release();
+  EXPECT_EQ(seen.GetIntermediateResultUnit(1), unasked.get());
+  EXPECT_EQ(unasked->GetReferenceCount(), 3);
 }
 
 }  // namespace

@@ -39,16 +39,13 @@ TEST(WorkModesState, IsIgnoredBeforeItExistsAndSharedWithCopiesAfter) {
   NxRegionObject region;
   region.SetWorkModeState("A", WMS_InProgress);
   EXPECT_FALSE(region.AlreadyInitWorkModesState());
-  EXPECT_TRUE(region.IsNoWorkModeInProgress());
-  EXPECT_TRUE(region.IsCompletedBeforeCertainWorkMode("A"));
-
+  EXPECT_TRUE(region.IsNoWorkModeInProgress() && region.IsCompletedBeforeCertainWorkMode("A"));
   region.InitWorkModesState(0, {"A"});
   NxRegionObject copy(region);
   copy.SetWorkModeState("A", WMS_InProgress);
   EXPECT_FALSE(region.IsNoWorkModeInProgress());
   region.InitWorkModesState(0, {"A"});
-  EXPECT_TRUE(region.IsNoWorkModeInProgress());
-  EXPECT_FALSE(copy.IsNoWorkModeInProgress());
+  EXPECT_TRUE(region.IsNoWorkModeInProgress() && !copy.IsNoWorkModeInProgress());
 }
 
 TEST(WorkModesState, IsSetAndReadByManyThreads) {
