@@ -31,29 +31,26 @@ TEST(CoordinateTransform, ClockwiseQuadsKeepTheirOrder) {
   ConvertQuadrilateralToClockWisePoints(clockwise, out);
   EXPECT_TRUE(std::equal(out, out + 4, clockwise.points));
   ConvertQuadrilateralToClockWisePoints(reversed, out);
-  const Point fromUpperLeft[] = {{0, 0}, {10, 0}, {10, 10}, {0, 10}};
-  EXPECT_TRUE(std::equal(out, out + 4, fromUpperLeft));
+  EXPECT_TRUE(IsPointsClockWise(out));
+  EXPECT_EQ(out[0], Point(0, 0)) << "the upper left one";
   ConvertQuadrilateralToClockWisePoints(concave, out);
   EXPECT_EQ(out[0], Point(0, 0)) << "reordered although it runs clockwise";
-  EXPECT_FALSE(ConvertQuadrilateralWithTransformMat(concave, kIdentity.data(), out));
 }
 
 TEST(CoordinateTransform, IdentityWithinTheTolerance) {
+  const auto isIdentityBut = [](std::size_t i, double change) {
+    Matrix m = kIdentity;
+    m[i] += change;
+    return IsIdentityTransformMatrix(m.data());
+  };
   for (std::size_t i = 0; i < 9; ++i) {
     for (const double sign : {-1.0, 1.0}) {
-      Matrix m = kIdentity;
-      m[i] += sign * 0.000009;
-      EXPECT_TRUE(IsIdentityTransformMatrix(m.data())) << i;
-      m = kIdentity;
-      m[i] += sign * 0.0000100001;
-      EXPECT_FALSE(IsIdentityTransformMatrix(m.data())) << i;
+      EXPECT_TRUE(isIdentityBut(i, sign * 0.000009)) << i;
+      EXPECT_FALSE(isIdentityBut(i, sign * 0.0000100001)) << i;
     }
+    EXPECT_FALSE(isIdentityBut(i, std::nan(""))) << i;
   }
-  Matrix m = kIdentity;
-  m[1] = 0.00001;
-  EXPECT_FALSE(IsIdentityTransformMatrix(m.data())) << "the tolerance itself is too much";
-  m[1] = std::nan("");
-  EXPECT_FALSE(IsIdentityTransformMatrix(m.data()));
+  EXPECT_FALSE(isIdentityBut(1, 0.00001)) << "the tolerance itself is too much";
 }
 
 TEST(CoordinateTransform, InversesCancelInTheStatedOrder) {
@@ -66,16 +63,18 @@ TEST(CoordinateTransform, InversesCancelInTheStatedOrder) {
   Point out[4];
   EXPECT_TRUE(ConvertQuadrilateralWithDiffCoordinates(q, a.data(), b.data(), out));
   EXPECT_TRUE(std::equal(out, out + 4, q.points)) << "not truncated twice";
-  // Only the product of the second and the first counts.
-  const Matrix flat = {1, 0, 0, 0, 1, 0, 0, 0, 0};
-  EXPECT_FALSE(IsInverseTransformMatrices(flat.data(), flat.data()));
+  // Only the product of the second and the first counts: within the tolerance one way round alone.
+  const Matrix far = Shift(1000, 0);
+  const Matrix nearlyBack = {0.999991, 0, -1000, 0, 1, 0, 0, 0, 1};
+  EXPECT_TRUE(ConvertQuadrilateralWithDiffCoordinates(q, nearlyBack.data(), far.data(), out));
+  EXPECT_EQ(out[0], q.points[0]) << "skipped";
+  EXPECT_TRUE(ConvertQuadrilateralWithDiffCoordinates(q, far.data(), nearlyBack.data(), out));
+  EXPECT_EQ(out[0], Point(0, 1)) << "applied, and truncated";
 }
 
 TEST(CoordinateTransform, TruncatesAfterEachMatrix) {
   const CQuadrilateral q{{{3, 0}, {13, 0}, {13, 9}, {3, 9}}};
   Point out[4];
-  EXPECT_TRUE(ConvertQuadrilateralWithTransformMat(q, Shift(0.5, 0).data(), out));
-  EXPECT_EQ(out[0], Point(3, 0));
   EXPECT_TRUE(
       ConvertQuadrilateralWithDiffCoordinates(q, Shift(0.5, 0).data(), Shift(0.5, 0).data(), out));
   EXPECT_EQ(out[0], Point(3, 0)) << "two truncations, not one";
@@ -112,6 +111,9 @@ TEST(CoordinateTransform, IsTheTruncatedExactImage) {
     }
   }
   EXPECT_GT(compared, 190'000);
+  constexpr int kNoInt = -2147483647 - 1;
+  const Matrix atInfinity = {1, 0, 0, 0, 1, 0, 0, 0, 0};
+  EXPECT_EQ(Point::TransformCoordinates({10, 0}, atInfinity.data()), Point(kNoInt, kNoInt));
 }
 
 }  // namespace

@@ -6,13 +6,13 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <limits>
 #include <set>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "tests/geometry/quad_inputs.h"
+#include "velmora/foundation/hash_algorithm.h"
 #include "velmora/geometry/nx_quad.h"
 #include "velmora/geometry/quadrilateral.h"
 
@@ -29,6 +29,10 @@ std::string Text(const Quad4& q) {
   std::snprintf(text, sizeof text, "(%d,%d) (%d,%d) (%d,%d) (%d,%d)", q[0][0], q[0][1], q[1][0],
                 q[1][1], q[2][0], q[2][1], q[3][0], q[3][1]);
   return text;
+}
+
+basic_structures::CQuadrilateral Value(const Quad4& q) {
+  return {{q[0], q[1], q[2], q[3]}};
 }
 
 // The side of p, in whole numbers: 0 if its squared distance from the line is below that of the
@@ -81,8 +85,8 @@ std::int64_t TwiceShoelace(const Quad4& q) {
 TEST(QuadProperties, PointRelationOfAllSmallQuads) {
   testing::ForEachSmallQuad(4, [](const Quad4& q) {
     const Nx_Quad quad(q.data());
-    basic_structures::CQuadrilateral value;
-    std::copy(q.begin(), q.end(), value.points);
+    const basic_structures::CQuadrilateral value = Value(q);
+    ASSERT_FALSE(value.Contains(nullptr) || quad.IsPointInQuadrilateral(nullptr));
     for (int y = -1; y <= 4; ++y) {
       for (int x = -1; x <= 4; ++x) {
         const Point p(x, y);
@@ -118,27 +122,21 @@ TEST(QuadProperties, SideOfPointsAtAboutTheTolerance) {
   EXPECT_GT(onLine, 50'000) << "both sides of the tolerance are met";
   EXPECT_LT(onLine, 150'000);
 
+  const auto side = [](const Point& end, const Point& p, int tolerance) {
+    return Nx_LineSegmentEnhanced({0, 0}, end).CalcPointPositionStatus(p, tolerance);
+  };
   // Where only the root tells: a distance of 1 less 5e-11, of 1 and of 5 exactly.
-  const Nx_LineSegmentEnhanced tilted({0, 0}, {100'000, 1});
-  EXPECT_EQ(tilted.CalcPointPositionStatus({0, 1}, 1), LSPPR_ON_LINE);
-  EXPECT_EQ(tilted.CalcPointPositionStatus({100'000, 0}, 1), LSPPR_ON_LINE);
-  EXPECT_EQ(Nx_LineSegmentEnhanced({0, 0}, {99'999, 0}).CalcPointPositionStatus({7, 1}, 1),
-            LSPPR_RIGHT);
-  const Nx_LineSegmentEnhanced slanted({0, 0}, {40'000, 30'000});
-  EXPECT_EQ(slanted.CalcPointPositionStatus({4'003, 2'996}, 5), LSPPR_LEFT);
-  EXPECT_EQ(slanted.CalcPointPositionStatus({4'003, 2'996}, 6), LSPPR_ON_LINE);
+  EXPECT_EQ(side({100'000, 1}, {0, 1}, 1), LSPPR_ON_LINE);
+  EXPECT_EQ(side({99'999, 0}, {7, 1}, 1), LSPPR_RIGHT);
+  EXPECT_EQ(side({40'000, 30'000}, {4'003, 2'996}, 5), LSPPR_LEFT);
 }
 
 TEST(QuadProperties, AreaIsTheShoelaceAreaOfAllSmallQuads) {
   testing::ForEachSmallQuad(4, [](const Quad4& q) {
-    bool hasPointEdge = false;
-    for (unsigned i = 0; i < 4; ++i) hasPointEdge |= q[i] == q[(i + 1) % 4];
+    const bool hasPointEdge = q[0] == q[1] || q[1] == q[2] || q[2] == q[3] || q[3] == q[0];
     const double want = hasPointEdge ? 0 : static_cast<double>(std::abs(TwiceShoelace(q))) / 2;
-    const int area = Nx_Quad(q.data()).GetArea(-1, -1);
-    ASSERT_NEAR(area, want, 0.501) << Text(q);
-    basic_structures::CQuadrilateral value;
-    std::copy(q.begin(), q.end(), value.points);
-    ASSERT_EQ(value.GetArea(), area) << Text(q);
+    ASSERT_NEAR(Nx_Quad(q.data()).GetArea(-1, -1), want, 0.501) << Text(q);
+    ASSERT_NEAR(Value(q).GetArea(), want, 0.501) << Text(q);
   });
 }
 
@@ -149,30 +147,26 @@ TEST(QuadProperties, BothRoutesToTheAreaAgreeToTheBit) {
     if (i % 5 == 0) {
       for (Point& p : q) p = random.ExtremePoint();
     }
-    basic_structures::CQuadrilateral value;
-    std::copy(q.begin(), q.end(), value.points);
-    ASSERT_EQ(value.GetArea(), Nx_Quad(q.data()).GetArea(-1, -1)) << Text(q);
-    ASSERT_NE(value.GetArea(), std::numeric_limits<int>::min());
+    const int area = Nx_Quad(q.data()).GetArea(-1, -1);
+    ASSERT_EQ(Value(q).GetArea(), area) << Text(q);
+    ASSERT_GE(area, 0) << Text(q);
   }
 }
 
-TEST(QuadProperties, ConvexAndClockwiseOfAllSmallQuads) {
+TEST(QuadProperties, OrderOfAllSmallQuads) {
   testing::ForEachSmallQuad(4, [](const Quad4& q) {
-    ASSERT_EQ(Nx_Quad(q.data()).IsConvex(), DiagonalsCross(q)) << Text(q);
-    ASSERT_EQ(IsPointsClockWise(q.data()), DiagonalsCross(q) && TwiceShoelace(q) > 0) << Text(q);
-  });
-}
-
-TEST(QuadProperties, SortingMakesConvexQuadsClockwise) {
-  testing::ForEachSmallQuad(4, [](const Quad4& q) {
+    const bool isConvex = DiagonalsCross(q);
+    ASSERT_EQ(Nx_Quad(q.data()).IsConvex(), isConvex) << Text(q);
+    ASSERT_EQ(IsPointsClockWise(q.data()), isConvex && TwiceShoelace(q) > 0) << Text(q);
+    const Point* first = std::min_element(q.begin(), q.end(), [](const Point& a, const Point& b) {
+      return a[0] + a[1] < b[0] + b[1];
+    });
+    ASSERT_EQ(Nx_Quad::CalcLeftUpPtIndex(q.data()), first - q.begin()) << Text(q);
     Quad4 sorted = q;
-    const int first = Nx_Quad::CalcLeftUpPtIndex(q.data());
     Nx_Quad::SetVerticesToClockWise(sorted.data(), -1);
-    ASSERT_EQ(sorted[0], q[static_cast<unsigned>(first)]) << Text(q);
+    ASSERT_EQ(sorted[0], *first) << Text(q);
     ASSERT_TRUE(std::is_permutation(q.begin(), q.end(), sorted.begin())) << Text(q);
-    if (DiagonalsCross(q)) {
-      ASSERT_TRUE(IsPointsClockWise(sorted.data())) << Text(q);
-    }
+    ASSERT_TRUE(IsPointsClockWise(sorted.data()) || !isConvex) << Text(q);
   });
 }
 
@@ -326,12 +320,17 @@ TEST(QuadProperties, OverlapPolygonsAreTheExactClips) {
   EXPECT_EQ(Nx_Quad().CalcOverlappingAreaWithOtherQuad(nullptr), 0.0F);
 }
 
-TEST(QuadProperties, TextIsTheFormattedVertices) {
+TEST(QuadProperties, TextIsTheFormattedVerticesAndTheirHashTheId) {
   Random random(15);
   for (unsigned i = 0; i < 1'000; ++i) {
     Quad4 q = random.QuadIn(-9, 200);
     if (i % 2 == 0) q[i / 2 % 4] = random.ExtremePoint();
-    ASSERT_EQ(Nx_Quad(q.data()).toString(), Text(q));
+    Nx_Quad quad(q.data());
+    quad.CalcHashID();
+    const std::string text = Text(q);
+    ASSERT_EQ(quad.toString(), text);
+    ASSERT_EQ(quad.GetObjectId(), NxHashAlgorithm::Generate_BKDRHash(
+                                      text.data(), static_cast<std::uint32_t>(text.size())));
   }
 }
 

@@ -36,15 +36,14 @@ class Signature {
     std::memcpy(&bits, &result, sizeof bits);
     Add(std::isnan(result) ? -1 : bits);  // the bits of a NaN are the processor's own
   }
-  void Add(const Point& result) {
-    Add(result[0]);
-    Add(result[1]);
-  }
-  void AddEnds(const Nx_LineSegment& result) {
-    Add(result.GetStartPoint());
-    Add(result.GetEndPoint());
-  }
+  void Add(const Point& result) { Add(result[0], result[1]); }
+  void AddEnds(const Nx_LineSegment& result) { Add(result.GetStartPoint(), result.GetEndPoint()); }
   void Add(const std::string& result) { AddAll(result.data(), result.size()); }
+  template <typename First, typename Second, typename... More>
+  void Add(const First& first, const Second& second, const More&... more) {
+    Add(first);
+    Add(second, more...);
+  }
   template <typename T>
   void AddAll(const T* results, std::size_t count) {
     Add(static_cast<int>(count));
@@ -91,26 +90,19 @@ void AddMeasures(Signature& s, const Segment& segment, const Segment& other, con
   float slope = 0;
   float intercept = 0;
   Point out;
-  s.Add(segment.GetMidPoint());
-  s.Add(segment.GetRealLength());
-  s.Add(segment.GetPixelLength());
-  s.Add(segment.CalcAngle());
-  s.Add(segment.GetLineDirectionStatus());
+  s.Add(segment.GetMidPoint(), segment.GetRealLength(), segment.GetPixelLength());
+  s.Add(segment.CalcAngle(), static_cast<int>(segment.GetLineDirectionStatus()));
   segment.GetLineEquation(equation);
   s.AddAll(equation, 3);
   for (const Nx_Coordinates_Axis axis : {CA_X, CA_Y}) {
     s.Add(segment.GetLineEquation(axis, slope, intercept));
-    s.Add(slope);
-    s.Add(intercept);
+    s.Add(slope, intercept);
   }
-  s.Add(segment.CalcX(in.p[1]));
-  s.Add(segment.CalcY(in.p[0]));
-  s.Add(segment.CalcDistanceToPoint(in.p));
+  s.Add(segment.CalcX(in.p[1]), segment.CalcY(in.p[0]), segment.CalcDistanceToPoint(in.p));
   s.Add(segment.CalcPointStatusOnLineEquation(in.p));
   s.Add(segment.CalcVectorCrossProductOfTwoLines(other));
   segment.CalcProjectionPtOfLine(in.p, out);
-  s.Add(out);
-  s.Add(segment.CalcRelativeCoordFromPoint(in.p));
+  s.Add(out, segment.CalcRelativeCoordFromPoint(in.p));
   segment.CalcPointFromRelativeCoord(in.ratio, out);
   s.Add(out);
   s.Add(segment.JudgePtIsInLineSeg(in.p, in.ratio));
@@ -120,13 +112,11 @@ void AddMeasures(Signature& s, const Segment& segment, const Segment& other, con
     s.Add(segment.CalcAngleBetweenLines(other, domain));
   segment.CalcTranslatedPoint(in.p, LSTD_LEFT, in.number, out);
   s.Add(out);
-  const auto distance = [&](auto type) {
-    using T = decltype(type);
-    return MathUtils::distance(static_cast<T>(in.p[0]), static_cast<T>(in.p[1]),
-                               static_cast<T>(in.first[0][0]), static_cast<T>(in.first[0][1]));
-  };
-  s.Add(distance(int()));
-  s.Add(distance(float()));
+  const auto f = [](int coordinate) { return static_cast<float>(coordinate); };
+  const Point& p = in.p;
+  const Point& q = in.first[0];
+  s.Add(MathUtils::distance(p[0], p[1], q[0], q[1]));
+  s.Add(MathUtils::distance(f(p[0]), f(p[1]), f(q[0]), f(q[1])));
 }
 
 void AddMoves(Signature& s, const Segment& segment, const Inputs& in) {
@@ -155,23 +145,15 @@ void AddQuads(Signature& s, const Inputs& in) {
   const Nx_Quad other(in.second.data());
   Point out;
   s.Add(quad.GetArea(640, 480));
-  s.Add(quad.GetArea(-1, -1));
-  s.Add(quad.GetPerimeter());
+  s.Add(quad.GetArea(-1, -1), quad.GetPerimeter());
   s.AddAll(quad.GetInteriorAngles(), 4);
-  s.Add(quad.GetOrientationAngle(AD_180));
-  s.Add(quad.GetVerticalAngle());
-  s.Add(quad.GetOrientationLength());
-  s.Add(quad.GetVerticalLength());
-  s.Add(quad.GetCentralPoint());
+  s.Add(quad.GetOrientationAngle(AD_180), quad.GetVerticalAngle());
+  s.Add(quad.GetOrientationLength(), quad.GetVerticalLength(), quad.GetCentralPoint());
   quad.CalcPointFromRelativeCoord(in.ratio, 0.3F, out);
-  s.Add(out);
-  s.Add(quad.IsConvex());
-  s.Add(quad.IsClockWise());
-  s.Add(quad.QuadHasExtremelyShortEdge());
+  s.Add(out, quad.IsConvex(), quad.IsClockWise(), quad.QuadHasExtremelyShortEdge());
   s.Add(quad.GetAllPixelsReserveSize(in.number, 640, 480));
   for (const int tolerance : {0, 1, 3}) s.Add(quad.CalcPointPositionRelation(in.p, tolerance));
-  s.Add(quad.IsOverlapWithOtherQuad(other, 0));
-  s.Add(quad.IsOverlapWithOtherQuad(other, 0.1F));
+  s.Add(quad.IsOverlapWithOtherQuad(other, 0), quad.IsOverlapWithOtherQuad(other, 0.1F));
   std::vector<Point> points;
   quad.GetOverlappingPolygonPointsWithOtherQuad(&other, points);
   s.AddAll(points.data(), points.size());
@@ -201,19 +183,16 @@ void AddQuads(Signature& s, const Inputs& in) {
 void AddValues(Signature& s, const Inputs& in) {
   basic_structures::CQuadrilateral value;
   std::copy(in.first.begin(), in.first.end(), value.points);
-  s.Add(value.Contains(&in.p));
-  s.Add(value.GetArea());
+  s.Add(value.Contains(&in.p), value.GetArea());
   const basic_structures::CRect box = value.GetBoundingRect();
-  for (const int bound : {box.top, box.left, box.right, box.bottom}) s.Add(bound);
+  s.Add(box.top, box.left, box.right, box.bottom);
 
   double m[9];
   double inverse[9] = {1, 0, 0, 0, 1, 0, 0, 0, 1};
   for (int i = 0; i < 9; ++i) m[i] = in.second[static_cast<unsigned>(i) % 4][i % 2] / 1e3;
   inverse[2] = -m[2];
-  s.Add(Point::TransformCoordinates(in.p, m));
-  s.Add(static_cast<float>(in.p.DistanceTo(in.first[0])));
-  s.Add(IsIdentityTransformMatrix(m));
-  s.Add(IsInverseTransformMatrices(m, inverse));
+  s.Add(Point::TransformCoordinates(in.p, m), static_cast<float>(in.p.DistanceTo(in.first[0])));
+  s.Add(IsIdentityTransformMatrix(m), IsInverseTransformMatrices(m, inverse));
   Quad4 out;
   ConvertQuadrilateralToClockWisePoints(value, out.data());
   s.AddAll(out.data(), 4);
