@@ -13,6 +13,11 @@
 
 namespace velmora::testing {
 
+// Of each pixel format, in the order of their numbers; of YUV the luminance alone.
+constexpr int kBitsPerPixel[] = {1, 1, 8, 8, 16, 16, 24, 32, 48, 64, 32, 64, 24, 8, 8, 8};
+constexpr int kFormatCount = 16;
+constexpr int kUsageCount = 6;
+
 struct TwinImage {
   int stride = 0;
   basic_structures::ImagePixelFormat format{};
@@ -35,21 +40,37 @@ class ConversionTwin {
   using Pixel = std::array<int, 3>;  // B, G, R; grey uses the first alone
 
   std::optional<TwinImage> Convert(int channels, basic_structures::ImagePixelFormat format) {
-    if (data_.width < 1 || data_.height < 1) return std::nullopt;
-    TwinImage image;
-    image.stride = data_.width * channels;
-    image.format = format;
+    TwinImage image{data_.width * channels, format, {}, 0};
     for (int y = 0; y < data_.height; ++y) {
       for (int x = 0; x < data_.width; ++x) {
-        const std::optional<Pixel> pixel = channels == 1 ? GreyAt(x, y) : ColourAt(x, y);
+        const std::optional<Pixel> pixel = PixelAt(x, y, channels == 1);
         if (!pixel) return std::nullopt;
-        for (int i = 0; i < channels; ++i) {
-          image.bytes.push_back(static_cast<unsigned char>((*pixel)[static_cast<std::size_t>(i)]));
-        }
+        image.bytes.insert(image.bytes.end(), pixel->begin(), pixel->begin() + channels);
       }
     }
     image.readEnd = readEnd_;
     return image;
+  }
+
+  std::optional<Pixel> PixelAt(int x, int y, bool toGrey) {
+    switch (data_.bitsPerPixel) {
+      case 1:
+      case 4:
+      case 8:
+        return toGrey ? IndexToGrey(IndexAt(x, y)) : IndexToColour(IndexAt(x, y));
+      case 24:
+        if (data_.isYuv && !toGrey) return YuvPixel(x, y);
+        [[fallthrough]];
+      case 16:
+      case 32:
+        return toGrey ? GreyOf(WordPixel(x, y)) : WordPixel(x, y);
+      case 48:
+      case 64:
+        if (toGrey) return std::nullopt;
+        return WordPixel(x, y);
+      default:
+        return std::nullopt;
+    }
   }
 
   int ByteAt(std::int64_t index) {
@@ -60,93 +81,47 @@ class ConversionTwin {
     const int row = data_.bottomUp ? data_.height - 1 - y : y;
     return ByteAt(std::int64_t{row} * data_.stride + index);
   }
-  int PaletteAt(int index) const {
-    const auto i = static_cast<std::size_t>(index);
-    return i < data_.palette.size() ? data_.palette[i] : 0;
-  }
-  // The index of a 1- or 4-bit pixel.
+
+  // The number that a pixel of 8 bits or less holds.
   int IndexAt(int x, int y) {
     const int bits = data_.bitsPerPixel;
     const int perByte = 8 / bits;
     return InRow(y, x / perByte) >> (bits * (perByte - 1 - x % perByte)) & ((1 << bits) - 1);
   }
-  Pixel WordPixel(int x, int y) {
-    const int word = InRow(y, 2 * x) + 256 * InRow(y, 2 * x + 1);
-    const int red = data_.is565 ? word / 2048 : word / 1024 % 32;
-    const int green = data_.is565 ? word / 32 % 64 * 4 : word / 32 % 32 * 8;
-    return {word % 32 * 8, green, red * 8};
+  int PaletteAt(int index) const {
+    const auto i = static_cast<std::size_t>(index);
+    return i < data_.palette.size() ? data_.palette[i] : 0;
   }
-  // Three channels of a pixel, `step` bytes wide, at multiples of `size` bytes (the high byte of
-  // each); the whole pixel counts as read, alpha too.
-  Pixel BytePixel(int x, int y, int step, int size, bool redFirst) {
-    Pixel pixel{};
-    for (int i = 0; i < 3; ++i) {
-      pixel[static_cast<std::size_t>(redFirst ? 2 - i : i)] =
-          InRow(y, x * step + i * size + size - 1);
-    }
-    InRow(y, x * step + step - 1);
-    return pixel;
-  }
-
-  std::optional<Pixel> GreyAt(int x, int y) {
-    switch (data_.bitsPerPixel) {
-      case 1:
-      case 4:
-        return Pixel{PaletteAt(IndexAt(x, y))};
-      case 8:
-        return Pixel{data_.palette.empty() ? InRow(y, x) : PaletteAt(InRow(y, x))};
-      case 16:
-        return Pixel{GreyOf(WordPixel(x, y))};
-      case 24:
-      case 32: {
-        const int step = data_.bitsPerPixel / 8;
-        return Pixel{GreyOf(BytePixel(x, y, step, 1, data_.reversed))};
-      }
-      default:
-        return std::nullopt;
-    }
-  }
-  int GreyOf(const Pixel& pixel) const {
-    switch (data_.colourChannelUsage) {
-      case basic_structures::CCU_Red:
-        return pixel[2];
-      case basic_structures::CCU_Green:
-        return pixel[1];
-      case basic_structures::CCU_Blue:
-        return pixel[0];
-      default:
-        return (pixel[2] * 19562 + pixel[1] * 38550 + pixel[0] * 7424) / 65536;
-    }
-  }
-
-  std::optional<Pixel> ColourAt(int x, int y) {
-    switch (data_.bitsPerPixel) {
-      case 1:
-        return PaletteColour(IndexAt(x, y));
-      case 4: {
-        const int grey = IndexAt(x, y) * 15;
-        return Pixel{grey, grey, grey};
-      }
-      case 8: {
-        const int value = InRow(y, x);
-        return data_.palette.empty() ? Pixel{value, value, value} : PaletteColour(value);
-      }
-      case 16:
-        return WordPixel(x, y);
-      case 24:
-        return data_.isYuv ? YuvPixel(x, y) : BytePixel(x, y, 3, 1, data_.reversed);
-      case 32:
-        return BytePixel(x, y, 4, 1, data_.reversed);
-      case 48:
-        return BytePixel(x, y, 6, 2, false);
-      case 64:
-        return BytePixel(x, y, 8, 2, !data_.reversed);
-      default:
-        return std::nullopt;
-    }
-  }
-  Pixel PaletteColour(int index) const {
+  bool IsPlain() const { return data_.bitsPerPixel == 8 && data_.palette.empty(); }
+  Pixel IndexToGrey(int index) const { return {IsPlain() ? index : PaletteAt(index)}; }
+  Pixel IndexToColour(int index) const {
+    if (data_.bitsPerPixel == 4) index *= 15;
+    if (data_.bitsPerPixel == 4 || IsPlain()) return {index, index, index};
     return {PaletteAt(3 * index + 2), PaletteAt(3 * index + 1), PaletteAt(3 * index)};
+  }
+
+  // A little-endian word of the whole pixel, of whose three lowest channels the upper 8 bits count.
+  Pixel WordPixel(int x, int y) {
+    const int size = data_.bitsPerPixel / 8;
+    std::uint64_t word = 0;
+    for (int i = size; i-- > 0;) word = word << 8 | static_cast<unsigned>(InRow(y, x * size + i));
+    if (size == 2) {
+      const auto value = static_cast<int>(word);
+      if (data_.is565) return {value % 32 * 8, value / 32 % 64 * 4, value / 2048 * 8};
+      return {value % 32 * 8, value / 32 % 32 * 8, value / 1024 % 32 * 8};
+    }
+    const auto channel = [&](int i) {
+      return static_cast<int>((size < 6 ? word >> 8 * i : word >> (16 * i + 8)) & 255);
+    };
+    const bool isRedFirst = size == 8 ? !data_.reversed : data_.reversed && size != 6;
+    return {channel(isRedFirst ? 2 : 0), channel(1), channel(isRedFirst ? 0 : 2)};
+  }
+  Pixel GreyOf(const Pixel& pixel) const {
+    const int usage = data_.colourChannelUsage;
+    const bool isChannel =
+        usage >= basic_structures::CCU_Red && usage <= basic_structures::CCU_Blue;
+    if (isChannel) return {pixel[static_cast<std::size_t>(basic_structures::CCU_Blue - usage)]};
+    return {(pixel[2] * 19562 + pixel[1] * 38550 + pixel[0] * 7424) / 65536};
   }
 
   Pixel YuvPixel(int x, int y) {
@@ -160,10 +135,8 @@ class ConversionTwin {
       }
       c = fallback_;
     }
-    const int first = ByteAt(c);
-    const int second = ByteAt(c + 1);
-    const int v = data_.reversed ? second : first;
-    const int u = data_.reversed ? first : second;
+    const int v = ByteAt(data_.reversed ? c + 1 : c);
+    const int u = ByteAt(data_.reversed ? c : c + 1);
     const int luminance = Scaled(std::max(0, ByteAt(std::int64_t{y} * data_.stride + x) - 16), 298);
     return {std::clamp(luminance + Scaled(u - 128, 517), 0, 255),
             std::clamp(luminance - Scaled(v - 128, 208) - Scaled(u - 128, 100), 0, 255),
@@ -184,7 +157,6 @@ class ConversionTwin {
 inline std::optional<TwinImage> TwinOfImage(const unsigned char* bytes, int width, int height,
                                             int stride, basic_structures::ImagePixelFormat format,
                                             basic_structures::ColourChannelUsageType usage) {
-  if (width < 1 || height < 1 || stride < 1) return std::nullopt;
   const bool isChannel = usage >= 3 && usage <= 5;
   const bool isYuv = format == 3 || format == 14;
   const bool isByte = format == 2 || format == 13 || format == 15;
@@ -195,9 +167,8 @@ inline std::optional<TwinImage> TwinOfImage(const unsigned char* bytes, int widt
                                      false, usage);
   data.UpdateByFormat(format);
   ConversionTwin twin(data);
-  if (isChannel) return isYuv ? twin.ToColour() : twin.ToGrey();
-  if (isYuv) return usage == 2 ? twin.ToGrey() : twin.ToColour();
-  return isByte || format == 0 || format == 1 ? twin.ToGrey() : twin.ToColour();
+  const bool isGrey = isYuv ? usage == 2 : isChannel || isByte || format <= 1;
+  return isGrey ? twin.ToGrey() : twin.ToColour();
 }
 
 }  // namespace velmora::testing

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <limits>
-#include <memory>
 #include <new>
 #include <vector>
 
@@ -14,151 +13,125 @@
 namespace velmora {
 namespace {
 
-using basic_structures::CFileImageTag;
-using basic_structures::CImageData;
-using basic_structures::CImageDataWrapper;
-using basic_structures::CImageTag;
-using basic_structures::PXF_Colour565;
-using basic_structures::PXF_Grayscale8;
+using namespace basic_structures;
+using Bytes = std::vector<unsigned char>;
 
 // What the release function was called with.
-std::vector<const unsigned char*>& Released() {
-  static std::vector<const unsigned char*> pointers;
-  return pointers;
-}
+std::vector<const unsigned char*> released;
 void RecordRelease(const unsigned char* bytes) {
-  Released().push_back(bytes);
+  released.push_back(bytes);
+}
+
+class ImageData : public ::testing::Test {
+ protected:
+  ImageData() { released.clear(); }
+
+  const unsigned char pixels[6] = {1, 2, 3, 4, 5, 6};
+  const CFileImageTag tag{"tag", 3, 4};
+};
+using ImageDataWrapper = ImageData;
+
+const char* PathOf(const CImageData& image) {
+  return static_cast<const CFileImageTag*>(image.GetImageTag())->GetFilePath();
 }
 
 // A tag that cannot be cloned.
 class UncloneableTag : public CImageTag {
  public:
-  basic_structures::ImageTagType GetType() const override { return basic_structures::ITT_File; }
+  ImageTagType GetType() const override { return ITT_File; }
   CImageTag* Clone() const override { throw std::bad_alloc(); }
 };
 
-TEST(ImageData, CopiesThePixelsAndTheTag) {
-  std::vector<unsigned char> pixels = {1, 2, 3, 4, 5, 6};
-  const CFileImageTag tag("a.png", 1, 1);
-  const CImageData image(pixels.size(), pixels.data(), 3, 2, 3, PXF_Grayscale8, 90, &tag);
-  pixels.assign(6, 0);
-  EXPECT_EQ(std::vector<unsigned char>(image.GetBytes(), image.GetBytes() + 6),
-            (std::vector<unsigned char>{1, 2, 3, 4, 5, 6}));
-  EXPECT_EQ(image.GetBytesLength(), 6U);
-  EXPECT_EQ(image.GetWidth(), 3);
-  EXPECT_EQ(image.GetHeight(), 2);
-  EXPECT_EQ(image.GetStride(), 3);
-  EXPECT_EQ(image.GetImagePixelFormat(), PXF_Grayscale8);
-  EXPECT_EQ(image.GetOrientation(), 90);
-  ASSERT_NE(image.GetImageTag(), nullptr);
-  EXPECT_NE(image.GetImageTag(), &tag);
+TEST_F(ImageData, CopiesAsManyBytesAsTheLow32BitsOfTheLengthSay) {
+  const auto length = (1ULL << 32) + 6;
+  const CImageData image(length, pixels, 3, 2, 3, PXF_Grayscale8, 90, nullptr);
+  EXPECT_NE(image.GetBytes(), pixels);
+  EXPECT_EQ(Bytes(image.GetBytes(), image.GetBytes() + 6), Bytes(pixels, pixels + 6));
+  EXPECT_EQ(image.GetBytesLength(), length);
+  const CImageData noBytes(length, nullptr, 3, 2, 3, PXF_Grayscale8, 0, nullptr);
+  EXPECT_EQ(noBytes.GetBytes(), nullptr);
+  EXPECT_EQ(noBytes.GetBytesLength(), length);
 }
 
-TEST(ImageData, WithoutBytesKeepsTheLengthItWasGiven) {
-  const CImageData image(100, nullptr, 10, 10, 10, PXF_Grayscale8, 0, nullptr);
-  EXPECT_EQ(image.GetBytes(), nullptr);
-  EXPECT_EQ(image.GetBytesLength(), 100U);
-}
-
-TEST(ImageData, CopiesTheLow32BitsOfALengthAndKeepsItWhole) {
-  const unsigned char pixels[] = {7, 8};
-  const CImageData image((1ULL << 32) + 2, pixels, 2, 1, 2, PXF_Grayscale8, 0, nullptr);
-  EXPECT_EQ(image.GetBytesLength(), (1ULL << 32) + 2);
-  EXPECT_EQ(image.GetBytes()[1], 8);
-}
-
-TEST(ImageData, ReleasesAnAdoptedBufferOnceAndABorrowedOneNever) {
-  const unsigned char pixels[] = {1};
-  Released().clear();
+TEST_F(ImageData, ReleasesAnAdoptedBufferOnceAndABorrowedOneNever) {
   { const CImageData adopted(1, pixels, &RecordRelease, 1, 1, 1, PXF_Grayscale8, 0, nullptr); }
   { const CImageData borrowed(1, pixels, nullptr, 1, 1, 1, PXF_Grayscale8, 0, nullptr); }
   { const CImageData empty(0, nullptr, &RecordRelease, 0, 0, 0, PXF_Grayscale8, 0, nullptr); }
-  EXPECT_EQ(Released(), (std::vector<const unsigned char*>{pixels, nullptr}));
+  EXPECT_EQ(released, (std::vector<const unsigned char*>{pixels, nullptr}));
 }
 
-TEST(ImageData, FailedConstructionLeavesTheBytesToTheCaller) {
-  const unsigned char pixels[] = {1};
-  const UncloneableTag tag;
-  Released().clear();
-  EXPECT_THROW(CImageData(1, pixels, &RecordRelease, 1, 1, 1, PXF_Grayscale8, 0, &tag),
+TEST_F(ImageData, FailedConstructionLeavesTheBytesToTheCaller) {
+  const UncloneableTag bad;
+  EXPECT_THROW(CImageData(1, pixels, &RecordRelease, 1, 1, 1, PXF_Grayscale8, 0, &bad),
                std::bad_alloc);
-  EXPECT_THROW(CImageData(1, pixels, 1, 1, 1, PXF_Grayscale8, 0, &tag), std::bad_alloc);
-  EXPECT_TRUE(Released().empty());
+  EXPECT_THROW(CImageData(1, pixels, 1, 1, 1, PXF_Grayscale8, 0, &bad), std::bad_alloc);
+  EXPECT_TRUE(released.empty());
 }
 
-TEST(ImageData, SetImageTagClonesReplacesAndRemoves) {
-  CImageData image;
-  const CFileImageTag first("first", 0, 0);
-  image.SetImageTag(&first);
+TEST_F(ImageData, SetImageTagClonesReplacesAndRemoves) {
+  CImageData image(1, pixels, 1, 1, 1, PXF_Grayscale8, 0, &tag);
   const CImageTag* held = image.GetImageTag();
+  EXPECT_NE(held, &tag);
   image.SetImageTag(held);
   EXPECT_EQ(image.GetImageTag(), held) << "its own tag is not cloned";
-  EXPECT_THROW(image.SetImageTag(std::make_unique<UncloneableTag>().get()), std::bad_alloc);
-  EXPECT_EQ(image.GetImageTag(), held) << "a failed replacement leaves the old tag";
+  const UncloneableTag bad;
+  EXPECT_THROW(image.SetImageTag(&bad), std::bad_alloc);
+  EXPECT_STREQ(PathOf(image), "tag") << "a failed replacement leaves the old tag";
   const CFileImageTag second("second", 0, 0);
   image.SetImageTag(&second);
-  EXPECT_STREQ(static_cast<const CFileImageTag*>(image.GetImageTag())->GetFilePath(), "second");
+  EXPECT_STREQ(PathOf(image), "second");
   image.SetImageTag(nullptr);
   EXPECT_EQ(image.GetImageTag(), nullptr);
 }
 
-TEST(ImageDataWrapper, DeepCopyIsIndependent) {
-  const unsigned char pixels[] = {1, 2, 3, 4};
-  const CFileImageTag tag("w", 3, 4);
+TEST_F(ImageDataWrapper, DeepCopyIsIndependent) {
   const NxRef<CImageDataWrapper> wrapper =
-      new CImageDataWrapper(new CImageData(4, pixels, nullptr, 1, 2, 2, PXF_Colour565, 180, &tag));
+      new CImageDataWrapper(new CImageData(6, pixels, nullptr, 1, 3, 2, PXF_Colour565, 180, &tag));
   const NxRef<CImageDataWrapper> copy = wrapper->DeepCopy();
-  EXPECT_EQ(copy->GetReferenceCount(), 1);
   const CImageData& image = *copy->GetImageData();
-  ASSERT_NE(image.GetBytes(), nullptr);
   EXPECT_NE(image.GetBytes(), pixels);
-  EXPECT_EQ(image.GetBytes()[3], 4);
+  EXPECT_EQ(Bytes(image.GetBytes(), image.GetBytes() + 6), Bytes(pixels, pixels + 6));
+  EXPECT_EQ(image.GetWidth(), 1);
+  EXPECT_EQ(image.GetHeight(), 3);
   EXPECT_EQ(image.GetStride(), 2);
   EXPECT_EQ(image.GetImagePixelFormat(), PXF_Colour565);
   EXPECT_EQ(image.GetOrientation(), 180);
   EXPECT_NE(image.GetImageTag(), wrapper->GetImageData()->GetImageTag());
-  EXPECT_EQ(static_cast<const CFileImageTag*>(image.GetImageTag())->GetTotalPages(), 4);
-
-  const NxRef<CImageDataWrapper> empty = new CImageDataWrapper(nullptr);
-  const NxRef<CImageDataWrapper> emptyCopy = empty->DeepCopy();
+  EXPECT_STREQ(PathOf(image), "tag");
+  const NxRef<CImageDataWrapper> emptyCopy = CImageDataWrapper(nullptr).DeepCopy();
   EXPECT_EQ(emptyCopy->GetImageData(), nullptr);
 }
 
-TEST(ImageDataWrapper, CopiesShareOneImageThatDiesWithTheLast) {
-  Released().clear();
-  const unsigned char pixels[] = {1};
+TEST_F(ImageDataWrapper, CopiesShareOneImageThatDiesWithTheLast) {
   {
     CImageDataWrapper copy(nullptr);
-    {
-      const CImageDataWrapper wrapper(
-          new CImageData(1, pixels, &RecordRelease, 1, 1, 1, PXF_Grayscale8, 0, nullptr));
-      copy = wrapper;
-      EXPECT_EQ(copy.GetImageData(), wrapper.GetImageData());
-    }
-    EXPECT_TRUE(Released().empty());
+    copy = CImageDataWrapper(
+        new CImageData(1, pixels, &RecordRelease, 1, 1, 1, PXF_Grayscale8, 0, nullptr));
+    EXPECT_EQ(copy.GetImageData()->GetBytes(), pixels);
+    EXPECT_TRUE(released.empty());
   }
-  EXPECT_EQ(Released().size(), 1U);
+  EXPECT_EQ(released.size(), 1U);
 }
 
 TEST(NxImageDataInner, OwnsAZeroedBufferOrBorrowsOne) {
   const NxImageDataInner own(5, 4, 7, PXF_Grayscale8);
-  EXPECT_EQ(own.GetBytesLength(), 28U);
-  own.GetBytes()[27] = 1;
-  EXPECT_EQ(std::vector<unsigned char>(own.GetBytes(), own.GetBytes() + 27),
-            std::vector<unsigned char>(27, 0));
+  EXPECT_EQ(Bytes(own.GetBytes(), own.GetBytes() + 28), Bytes(28));
   const unsigned char pixels[] = {1, 2, 3, 4};
-  const NxImageDataInner borrowed(pixels, 2, 2, 2, PXF_Grayscale8);
-  EXPECT_EQ(borrowed.GetBytes(), pixels);
-  EXPECT_EQ(borrowed.GetBytesLength(), 4U);
-  EXPECT_EQ(borrowed.GetOrientation(), 0);
+  EXPECT_EQ(NxImageDataInner(pixels, 2, 2, 2, PXF_Grayscale8).GetBytes(), pixels);
 }
 
 TEST(NxImageDataInner, LengthIsThe32BitProductWidenedWithItsSign) {
+  struct Row {
+    int stride, height;
+    unsigned long long want;
+  };
   constexpr int kMax = std::numeric_limits<int>::max();
-  EXPECT_EQ(NxImageDataInner(65536, 65537, 65536, PXF_Grayscale8).GetBytesLength(), 65536U);
-  EXPECT_EQ(NxImageDataInner(nullptr, 1, 1, -5, PXF_Grayscale8).GetBytesLength(),
-            std::numeric_limits<unsigned long long>::max() - 4);
-  EXPECT_EQ(NxImageDataInner(nullptr, 1, kMax, kMax, PXF_Grayscale8).GetBytesLength(), 1U);
+  for (const Row& row : {Row{7, 4, 28}, Row{65536, 65537, 65536}, Row{kMax, kMax, 1},
+                         Row{-5, 1, std::numeric_limits<unsigned long long>::max() - 4}}) {
+    const NxImageDataInner image(nullptr, 1, row.height, row.stride, PXF_Grayscale8);
+    EXPECT_EQ(image.GetBytesLength(), row.want) << row.stride << " * " << row.height;
+  }
+  EXPECT_EQ(NxImageDataInner(1, 65537, 65536, PXF_Grayscale8).GetBytesLength(), 65536U);
   EXPECT_THROW(NxImageDataInner(1, 1, -5, PXF_Grayscale8), std::bad_alloc);
 }
 
