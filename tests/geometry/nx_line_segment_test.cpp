@@ -124,7 +124,6 @@ TEST(LineSegmentEnhanced, RotationsKeepTheLength) {
   const std::vector<Change> changes = {
       {"start", {{10, 20}, {-30, 50}}, [](auto& s) { s.Rotate(LSPA_START, 90); }},
       {"end", {{70, 100}, {40, 60}}, [](auto& s) { s.Rotate(LSPA_END, 180); }},
-      {"itself", {{10, 20}, {-30, 50}}, [](auto& s) { s.Rotate(s.GetStartPoint(), 90); }},
       {"middle", {{5, 55}, {45, 25}}, [](auto& s) { s.Rotate(LSPA_MIDDLE, -90); }},
       {"arc", {{10, 20}, {-30, 50}}, [](auto& s) { s.RotateBasedOnDistance(LSPA_START, 79); }},
       {"half", {{5, 55}, {45, 25}}, [](auto& s) { s.RotateBasedOnDistance(LSPA_MIDDLE, -39); }},

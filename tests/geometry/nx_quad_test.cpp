@@ -73,6 +73,11 @@ TEST(Quad, MeasuresOfEitherOrientation) {
   EXPECT_EQ(Angles(Nx_Quad(kReversed)), (std::vector<int>{270, 270, 270, 270}));
 }
 
+TEST(Quad, AreaOfAFlatShapeIsANumber) {
+  const Point flat[] = {{0, 0}, {100, 1}, {200, 2}, {300, 3}};
+  EXPECT_EQ(Nx_Quad(flat).GetArea(-1, -1), 0) << "Heron's product may be negative";
+}
+
 TEST(Quad, AreaBeyondTheImageIsNotRemembered) {
   const Point left[] = {{-20, 0}, {-10, 0}, {-10, 10}, {-20, 10}};
   const Nx_Quad quad(left);
@@ -91,6 +96,11 @@ TEST(Quad, ClonesLeaveTheIdBehind) {
   EXPECT_FALSE(clone.HasObjectId());
   ExpectConsistent(clone);
   EXPECT_EQ(Nx_Quad(source).GetObjectId(), source.GetObjectId()) << "copies take it along";
+  basic_structures::CQuadrilateral value;
+  value.id = 9;
+  source.ConvertToQuadrilateral(value);
+  EXPECT_EQ(value.points[2], Point(10, 10));
+  EXPECT_EQ(value.id, 9);
 }
 
 TEST(Quad, ReorderingMovesEverythingAlong) {
