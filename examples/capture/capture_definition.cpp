@@ -23,12 +23,6 @@ int CountEnded(const NxTaskOutput& task) {
   return ended;
 }
 
-void QueueNextWork(NxTaskOutput& task, ImageJob& job) {
-  ++job.tasks[&task].queuedItems;
-  job.pool->AppendWorkItem(
-      new GuardedWorkItem(task.GetWorkTable(), job.semaphore, job.source->GetImageId()));
-}
-
 // Called for each task that waited for one that has finished.
 void ReleaseWaitingTask(NxTaskOutput* task, TargetROIDefEvent* event) {
   --static_cast<ImageJob*>(event->GetData())->tasks[task].waitsFor;
@@ -61,7 +55,6 @@ void CaptureDefinition::AddTask(const std::string& task, NxRef<Nx_WorkObjectBase
 
 void CaptureDefinition::Start(ImageJob& job) {
   DefinitionRun& run = job.definitions[this];
-  run.isStarted = true;
   int code = EC_Ok;
   const bool isOver = job.source->IsCheckPointNeedExit(&code, CheckPointLevel{});
   if (isOver && code != EC_Ok && !tasks_.empty())
@@ -77,13 +70,13 @@ void CaptureDefinition::Start(ImageJob& job) {
       region->SetReferenceRegion(origin);
       run.outputs.push_back(CreateROIDefOutput(region, region, job.semaphore));
     }
-    run.unfinished = run.outputs;
+    run.unfinished = run.outputs.size();
     for (const NxRef<NxROIDefOutput>& output : run.outputs) {
-      LinkWaitingTasks(*output, job);
+      FileTasks(*output, job);
       AppendWorkItems(output.get(), job.pool);
     }
   }
-  if (run.unfinished.empty()) Finish(job);
+  if (run.unfinished == 0) Finish(job);
 }
 
 NxRef<NxROIDefOutput> CaptureDefinition::CreateROIDefOutput(const NxRef<NxRegionObject>& region,
@@ -102,15 +95,18 @@ NxRef<NxROIDefOutput> CaptureDefinition::CreateROIDefOutput(const NxRef<NxRegion
   return output;
 }
 
-// Each task that waits for others is filed with their finish flags.
-void CaptureDefinition::LinkWaitingTasks(NxROIDefOutput& output, ImageJob& job) const {
+// With the job; each task that waits for others with their finish flags too.
+void CaptureDefinition::FileTasks(NxROIDefOutput& output, ImageJob& job) {
   for (int i = 0; i < output.GetOutputCount(); ++i) {
     NxTaskOutput& task = *output.GetTaskOutput(i);
+    TaskRun& run = job.tasks[&task];
+    run.definition = this;
+    run.output = &output;
     for (const std::string& name : unlessFoundBy_.at(task.GetTaskName())) {
       const NxRef<NxTaskOutput> other = output.GetTaskOutputByTaskName(name);
       if (!other) continue;  // an optional task whose module is missing
       other->GetFinishFlag()->AddRelatedOutputTask(&task);
-      ++job.tasks[&task].waitsFor;
+      ++run.waitsFor;
     }
   }
 }
@@ -129,23 +125,19 @@ bool CaptureDefinition::IsROIDefOutputFinished(NxROIDefOutput* output) {
   return true;
 }
 
-void CaptureDefinition::Advance(ImageJob& job) {
-  DefinitionRun& run = job.definitions[this];
-  if (!run.isStarted || run.isFinished) return;
-  auto& unfinished = run.unfinished;
-  for (std::size_t i = 0; i < unfinished.size();) {
-    NxROIDefOutput& output = *unfinished[i];
+void CaptureDefinition::Advance(NxROIDefOutput& output, ImageJob& job) {
+  // Two threads that end work at the same time both come here, when all of it has ended.
+  if (IsROIDefOutputFinished(&output)) return;
+  // A task that finishes may release one that stands before it.
+  for (bool goesOn = true; goesOn;) {
+    goesOn = false;
     for (int task = 0; task < output.GetOutputCount(); ++task)
-      AdvanceTask(output, *output.GetTaskOutput(task), job);
-    if (!IsROIDefOutputFinished(&output)) {
-      ++i;
-      continue;
-    }
-    FilterROIDefOutput(&output);
-    DispatchROIDefOutput(&output);
-    unfinished.erase(unfinished.begin() + static_cast<std::ptrdiff_t>(i));
+      goesOn = AdvanceTask(output, *output.GetTaskOutput(task), job) || goesOn;
   }
-  if (unfinished.empty()) Finish(job);
+  if (!IsROIDefOutputFinished(&output)) return;
+  FilterROIDefOutput(&output);
+  DispatchROIDefOutput(&output);
+  if (--job.definitions[this].unfinished == 0) Finish(job);
 }
 
 bool CaptureDefinition::IsNeedless(NxROIDefOutput& output, const NxTaskOutput& task) const {
@@ -156,12 +148,13 @@ bool CaptureDefinition::IsNeedless(NxROIDefOutput& output, const NxTaskOutput& t
   });
 }
 
-void CaptureDefinition::AdvanceTask(NxROIDefOutput& output, NxTaskOutput& task,
+// Returns whether the task has finished now.
+bool CaptureDefinition::AdvanceTask(NxROIDefOutput& output, NxTaskOutput& task,
                                     ImageJob& job) const {
   const TaskRun& run = job.tasks[&task];
   if (task.GetResultStatus() == TOS_FINISHED || run.waitsFor > 0 ||
       CountEnded(task) < run.queuedItems)
-    return;
+    return false;
   // What was tried has ended. The next work mode follows while there is reason to hope.
   const bool goesOn = task.GetResultCount() == 0 && task.GetWorkTable()->HasNextWorkOutput() &&
                       !job.source->IsCheckPointNeedExit(nullptr, CheckPointLevel{}) &&
@@ -171,6 +164,12 @@ void CaptureDefinition::AdvanceTask(NxROIDefOutput& output, NxTaskOutput& task,
   } else {
     FinishTask(task, job);
   }
+  return !goesOn;
+}
+
+void CaptureDefinition::QueueNextWork(NxTaskOutput& task, ImageJob& job) const {
+  ++job.tasks[&task].queuedItems;
+  job.pool->AppendWorkItem(new GuardedWorkItem(task, job.source->GetImageId(), GraphOf()));
 }
 
 void CaptureDefinition::FinishTask(NxTaskOutput& task, ImageJob& job) const {
@@ -196,7 +195,6 @@ void CaptureDefinition::DispatchROIDefOutput(NxROIDefOutput* output) {
 }
 
 void CaptureDefinition::Finish(ImageJob& job) {
-  job.definitions[this].isFinished = true;
   if (GetGraph()->GetEndNode() == this) job.isDone = true;
   EventOutputStruct content{nullptr};
   TargetROIDefEvent event(TRDET_TASK_UNIT_OUTPUT_COMPLETE, this, &job, &content);
@@ -220,9 +218,12 @@ void CaptureDefinition::HandleTaskUnitOutputCompeleteEvent(TargetROIDefEvent* ev
   if (--job.definitions[this].parentsLeft == 0) Start(job);
 }
 
+CaptureGraph& CaptureDefinition::GraphOf() const {
+  return *static_cast<CaptureGraph*>(GetGraph());
+}
+
 ImageJob& CaptureDefinition::JobOf(const NxROIDefOutput& output) const {
-  return static_cast<CaptureGraph*>(GetGraph())
-      ->GetJob(output.GetRegion()->GetSourceImageObject().get());
+  return GraphOf().GetJob(output.GetRegion()->GetSourceImageObject()->GetImageId());
 }
 
 }  // namespace velmora::capture

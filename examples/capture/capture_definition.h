@@ -21,10 +21,12 @@ struct EventOutputStruct {
 
 namespace velmora::capture {
 
+class CaptureGraph;
+
 /// A node of the graph: starts when its parents have finished, on the regions that they found, or on
 /// the whole image if they found none; runs its tasks on each of them; then tells its listeners.
 ///
-/// @threadsafety built before the first image; then the thread of the router alone
+/// @threadsafety built before the first image; then called by the graph, with its lock held
 class CaptureDefinition final : public NxTargetROIDef {
  public:
   explicit CaptureDefinition(const std::string& name);
@@ -41,9 +43,9 @@ class CaptureDefinition final : public NxTargetROIDef {
 
   /// Begins the work on an image whose parents have all finished.
   void Start(ImageJob& job);
-  /// Looks at what has ended since the last call, queues what comes next, and tells the listeners
-  /// what is finished.
-  void Advance(ImageJob& job);
+  /// Some work on the region of the output has ended: queues what comes next for it, or tells the
+  /// listeners that it is finished.
+  void Advance(NxROIDefOutput& output, ImageJob& job);
 
   NxRef<NxROIDefOutput> CreateROIDefOutput(const NxRef<NxRegionObject>& region,
                                            const NxRef<NxRegionObject>& reference,
@@ -56,9 +58,11 @@ class CaptureDefinition final : public NxTargetROIDef {
 
  private:
   Nx_WorkObjectBase* WorkOf(const NxTaskOutput& task) const;
-  void LinkWaitingTasks(NxROIDefOutput& output, ImageJob& job) const;
+  CaptureGraph& GraphOf() const;
+  void QueueNextWork(NxTaskOutput& task, ImageJob& job) const;
+  void FileTasks(NxROIDefOutput& output, ImageJob& job);
   bool IsNeedless(NxROIDefOutput& output, const NxTaskOutput& task) const;
-  void AdvanceTask(NxROIDefOutput& output, NxTaskOutput& task, ImageJob& job) const;
+  bool AdvanceTask(NxROIDefOutput& output, NxTaskOutput& task, ImageJob& job) const;
   void FinishTask(NxTaskOutput& task, ImageJob& job) const;
   void Finish(ImageJob& job);
   ImageJob& JobOf(const NxROIDefOutput& output) const;

@@ -53,23 +53,49 @@ int CaptureGraph::Run(const NxRef<NxRegionObject>& wholeImage, ThreadPoolBase* p
     DefinitionRun& run = job->definitions[static_cast<CaptureDefinition*>(node.get())];
     run.parentsLeft = node->GetParentDefNodes().size();
   }
-  ImageJob& added = *(jobs_[job->source.get()] = std::move(job));
-  static_cast<CaptureDefinition*>(GetBeginNode())->Start(added);
+  const std::uint64_t imageId = job->source->GetImageId();
+  bool isDone = false;
+  {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    ImageJob& added = *(jobs_[imageId] = std::move(job));
+    static_cast<CaptureDefinition*>(GetBeginNode())->Start(added);
+    isDone = MoveIfDone(imageId);
+  }
+  if (isDone) semaphore->Produce();
   return EC_Ok;
 }
 
-std::vector<std::unique_ptr<ImageJob>> CaptureGraph::Advance() {
-  std::vector<std::unique_ptr<ImageJob>> done;
-  for (auto at = jobs_.begin(); at != jobs_.end();) {
-    for (CaptureDefinition* definition : definitions_) definition->Advance(*at->second);
-    if (at->second->isDone) {
-      done.push_back(std::move(at->second));
-      at = jobs_.erase(at);
-    } else {
-      ++at;
-    }
+void CaptureGraph::Advance(std::uint64_t imageId, NxTaskOutput* task) {
+  NxSemaphore* semaphore = nullptr;
+  {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const auto at = jobs_.find(imageId);
+    if (at == jobs_.end()) return;
+    semaphore = at->second->semaphore;
+    const TaskRun& run = at->second->tasks.at(task);
+    run.definition->Advance(*run.output, *at->second);
+    if (!MoveIfDone(imageId)) return;
   }
-  return done;
+  // Without the lock, which whoever wakes up takes first.
+  semaphore->Produce();
+}
+
+bool CaptureGraph::MoveIfDone(std::uint64_t imageId) {
+  const auto at = jobs_.find(imageId);
+  if (!at->second->isDone) return false;
+  done_.push_back(std::move(at->second));
+  jobs_.erase(at);
+  return true;
+}
+
+std::vector<std::unique_ptr<ImageJob>> CaptureGraph::TakeDone() {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return std::exchange(done_, {});
+}
+
+std::size_t CaptureGraph::GetJobCount() const {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return jobs_.size() + done_.size();
 }
 
 }  // namespace velmora::capture

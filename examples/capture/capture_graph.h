@@ -2,8 +2,11 @@
 /// A template that runs.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <vector>
 
 #include "examples/capture/capture_definition.h"
@@ -15,7 +18,10 @@ namespace velmora::capture {
 /// The definitions of a template between a begin and an end node, and the images that are on their
 /// way from one to the other.
 ///
-/// @threadsafety built before the first image; then the thread of the router alone
+/// Whoever ended a piece of work calls `Advance`, which finds out what comes next for that image.
+///
+/// @threadsafety built before the first image; then `Run`, `Advance`, `TakeDone` and `GetJobCount`
+///               from any thread; the definitions are called with the lock held
 class CaptureGraph final : public NxDependencyGraph {
  public:
   CaptureGraph();
@@ -27,19 +33,30 @@ class CaptureGraph final : public NxDependencyGraph {
   /// once, when all definitions are there.
   void Link(const std::map<std::string, std::vector<std::string>>& parents);
 
-  /// Begins the work on an image. The region must have a source image object, which names the job.
+  /// Begins the work on an image. The region must have a source image object, whose image id names
+  /// the job. The semaphore is produced once the job is done.
   int Run(const NxRef<NxRegionObject>& wholeImage, ThreadPoolBase* pool,
           NxSemaphore* semaphore) override;
 
-  /// Moves all images on, as far as the work that has ended allows.
-  /// @return the jobs that are done
-  std::vector<std::unique_ptr<ImageJob>> Advance();
-  std::size_t GetJobCount() const { return jobs_.size(); }
-  ImageJob& GetJob(const NxSourceImageObject* source) { return *jobs_.at(source); }
+  /// Moves an image on after some work for the task has ended. Does nothing if the image is done.
+  void Advance(std::uint64_t imageId, NxTaskOutput* task);
+  /// The jobs that are done, each once.
+  std::vector<std::unique_ptr<ImageJob>> TakeDone();
+  /// Jobs that were begun and not taken yet.
+  std::size_t GetJobCount() const;
+
+  /// For the definitions while they are called.
+  ImageJob& GetJob(std::uint64_t imageId) { return *jobs_.at(imageId); }
 
  private:
+  // With the lock held: moves a job that is done to the others of its kind.
+  bool MoveIfDone(std::uint64_t imageId);
+
   std::vector<CaptureDefinition*> definitions_;
-  std::map<const NxSourceImageObject*, std::unique_ptr<ImageJob>> jobs_;
+  // Taken before the lock of the pool, which gets new items while it is held.
+  mutable std::mutex mutex_;  // guards what follows, and all that belongs to a job
+  std::map<std::uint64_t, std::unique_ptr<ImageJob>> jobs_;
+  std::vector<std::unique_ptr<ImageJob>> done_;
 };
 
 }  // namespace velmora::capture

@@ -2,13 +2,19 @@
 
 #include <new>
 
+#include "examples/capture/capture_graph.h"
 #include "velmora/engine/output_base.h"
+#include "velmora/engine/task_output.h"
 #include "velmora/engine/work_object_base.h"
+#include "velmora/engine/work_output_table.h"
 #include "velmora/foundation/error_code.h"
 #include "velmora/region/region_object.h"
 #include "velmora/region/source_image_object.h"
 
 namespace velmora::capture {
+
+GuardedWorkItem::GuardedWorkItem(NxTaskOutput& task, std::uint64_t imageId, CaptureGraph& graph)
+    : ResolvableWorkItem(task.GetWorkTable(), nullptr, imageId), task_(&task), graph_(graph) {}
 
 void GuardedWorkItem::Process(ThreadPoolBase* pool) {
   ErrorCode code = EC_Ok;
@@ -27,6 +33,11 @@ void GuardedWorkItem::Process(ThreadPoolBase* pool) {
         code, work.GetTargetDefNamePtr(), work.GetTaskNamePtr(), nullptr, nullptr);
   }
   if (!item->IsWorkFinished()) item->SetWorkFinished();
+}
+
+void GuardedWorkItem::FinishWork() {
+  ResolvableWorkItem::FinishWork();
+  graph_.Advance(GetPriority(), task_);
 }
 
 }  // namespace velmora::capture

@@ -20,24 +20,24 @@ class CaptureDefinition;
 
 /// How far a definition has come on one image.
 struct DefinitionRun {
-  std::size_t parentsLeft = 0;                    ///< that have not finished yet
-  std::vector<NxRef<NxRegionObject>> regions;     ///< that the parents have found
-  std::vector<NxRef<NxROIDefOutput>> outputs;     ///< one for each region that is worked on
-  std::vector<NxRef<NxROIDefOutput>> unfinished;  ///< those whose tasks are not done
-  bool isStarted = false;
-  bool isFinished = false;
+  std::size_t parentsLeft = 0;                 ///< that have not finished yet
+  std::vector<NxRef<NxRegionObject>> regions;  ///< that the parents have found
+  std::vector<NxRef<NxROIDefOutput>> outputs;  ///< one for each region that is worked on
+  std::size_t unfinished = 0;                  ///< outputs whose tasks are not all done
 };
 
 /// How far a task has come on one region.
 struct TaskRun {
-  int queuedItems = 0;  ///< work items put on the pool until now
-  int waitsFor = 0;     ///< tasks that have to finish first
+  CaptureDefinition* definition = nullptr;
+  NxROIDefOutput* output = nullptr;  ///< that the task belongs to; one of the definition's
+  int queuedItems = 0;               ///< work items put on the pool until now
+  int waitsFor = 0;                  ///< tasks that have to finish first
 };
 
 /// All that is known about one image while its work goes on. The definitions themselves are shared
 /// by all images and keep nothing.
 ///
-/// @threadsafety the thread of the router alone
+/// @threadsafety guarded by the lock of the graph until it is done; then its taker's
 struct ImageJob {
   NxRef<NxSourceImageObject> source;
   NxRef<NxRegionObject> wholeImage;

@@ -71,12 +71,7 @@ void Router::Run(ImageSource& source, ThreadPoolBase& pool, NxSemaphore& events)
     if (graph_.GetJobCount() == 0 && (isCancelled || !source.HasMoreImages())) break;
     events.SleepIfEmpty(kLongestSleepMs);
     while (!events.IsEmpty()) events.Consume();
-    std::vector<std::unique_ptr<ImageJob>> done;
-    {
-      const TraceScope span(SpanKind::kSchedule, "schedule", -1);
-      done = graph_.Advance();
-    }
-    for (const std::unique_ptr<ImageJob>& job : done) Report(Describe(*job, source));
+    for (const std::unique_ptr<ImageJob>& job : graph_.TakeDone()) Finish(*job, source);
   }
   // A cancelled run leaves gaps, which nothing will fill.
   for (const auto& [id, report] : waiting_) settings_.report(report);
@@ -95,6 +90,8 @@ bool Router::StartNext(ImageSource& source, ThreadPoolBase& pool, NxSemaphore& e
     grey = MakeGrey(picture);
   }
   const TraceScope span(SpanKind::kSchedule, "start", id);
+  // Both are the same image to whoever compares ids, and hashing it once is enough.
+  if (grey != picture) grey->SetHashID(picture->GetHashID());
   NxRef<NxSourceImageObject> object =
       new NxSourceImageObject(picture.get(), static_cast<std::uint64_t>(id), settings_.timeoutMs);
   object->SetManagerPool(graph_.GetManagerPool());
@@ -151,8 +148,12 @@ void Router::DescribeTask(const CaptureDefinition& definition, const NxTargetTas
   statistics_.AddFound(*task.GetTaskObject(), found);
 }
 
+void Router::Finish(const ImageJob& job, const ImageSource& source) {
+  const TraceScope span(SpanKind::kReport, "report", static_cast<int>(job.source->GetImageId()));
+  Report(Describe(job, source));
+}
+
 void Router::Report(ImageReport report) {
-  const TraceScope span(SpanKind::kReport, "report", report.id);
   if (!settings_.inOrder) return settings_.report(report);
   const int id = report.id;
   waiting_.emplace(id, std::move(report));

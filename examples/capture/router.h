@@ -18,9 +18,9 @@ namespace velmora::capture {
 
 class CapturedResult;
 
-/// Keeps as many images in flight as the pool needs to stay busy. Everything but the recognition
-/// itself happens on the thread that calls `Run`: it sleeps on the semaphore, which the source and
-/// the work items produce, and then looks what there is to do.
+/// Keeps as many images in flight as the pool needs to stay busy. The thread that calls `Run` begins
+/// images and reports those that are done; in between it sleeps on the semaphore, which the source
+/// and finished images produce. What comes next for an image the pool's threads find out.
 class Router {
  public:
   struct Settings {
@@ -38,6 +38,7 @@ class Router {
 
  private:
   bool StartNext(ImageSource& source, ThreadPoolBase& pool, NxSemaphore& events);
+  void Finish(const ImageJob& job, const ImageSource& source);
   ImageReport Describe(const ImageJob& job, const ImageSource& source);
   void DescribeTask(const CaptureDefinition& definition, const NxTargetTaskSetting& task,
                     const ImageJob& job, CapturedResult& result, ImageReport& report);

@@ -16,10 +16,10 @@ namespace velmora::capture {
 enum class SpanKind : std::uint8_t {
   kRead,      ///< an image file was read and decoded
   kConvert,   ///< a picture was made grey
-  kSchedule,  ///< the engine decided what comes next
-  kItem,      ///< a pool thread processed a work item, the module's work included
+  kSchedule,  ///< the engine began with an image
+  kItem,      ///< a pool thread processed a work item, the module's work included, and moved on
   kWork,      ///< a module did its work
-  kReport,    ///< results were written
+  kReport,    ///< results were collected and written
 };
 
 /// A moment of a thread: by the clock, and by the processor time that the thread has used.

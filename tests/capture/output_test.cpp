@@ -69,6 +69,7 @@ TEST(Output, OverlaysShowPictureRegionsAndTexts) {
   EXPECT_EQ(FaultInXml(svg), "");
   EXPECT_EQ(CountOf(svg, "<polygon class=\"code\""), 3u);
   EXPECT_EQ(CountOf(svg, "<polygon class=\"region\""), 4u);
+  EXPECT_EQ(CountOf(svg, ">{candidates}[locate]</text>"), 4u);
   EXPECT_EQ(CountOf(svg, ">QR: label: pallet 7</text>"), 1u);
   EXPECT_NE(svg.find("viewBox=\"0 0 820 540\""), std::string::npos);
   EXPECT_NE(svg.find("data:image/png;base64,iVBORw0KGgo"), std::string::npos);
