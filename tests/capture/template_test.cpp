@@ -116,5 +116,19 @@ TEST(Template, RunsWhatItSays) {
   EXPECT_EQ(report["codes"][0]["text"], "255") << "black beside white";
 }
 
+// The code that docs/writing-a-module.md shows is that of the module.
+TEST(Module, IsWhatItsDocumentationShows) {
+  const std::string page = testing::ReadFile("../../docs/writing-a-module.md");
+  const std::string code = testing::ReadFile("../modules/sharpness/sharpness.cpp");
+  int blocks = 0;
+  for (std::size_t at = 0; (at = page.find("```cpp\n", at)) != std::string::npos; ++blocks) {
+    at += 7;
+    const std::string block = page.substr(at, page.find("```", at) - at);
+    EXPECT_NE(code.find(block), std::string::npos) << block;
+    at += block.size() + 3;
+  }
+  EXPECT_EQ(blocks, 4);
+}
+
 }  // namespace
 }  // namespace velmora::capture
