@@ -5,9 +5,11 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cerrno>
 #include <cstdio>
 #include <filesystem>
 #include <new>
+#include <system_error>
 
 namespace velmora::capture {
 
@@ -48,7 +50,11 @@ struct CloseFile {
 
 LoadedImage LoadImageFile(const std::string& path, int imageId) {
   const std::unique_ptr<std::FILE, CloseFile> file(std::fopen(path.c_str(), "rb"));
-  if (file == nullptr) return {nullptr, EC_FileNotFound, {}};
+  if (file == nullptr) {
+    const std::error_code error(errno, std::generic_category());
+    if (error == std::errc::no_such_file_or_directory) return {nullptr, EC_FileNotFound, {}};
+    return {nullptr, EC_ImageReadFailed, error.message()};
+  }
   int width = 0;
   int height = 0;
   int channels = 0;

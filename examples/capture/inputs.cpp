@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <iostream>
+#include <system_error>
 
 #include "examples/capture/image_file.h"
 #include "velmora/util/path_helper.h"
@@ -17,10 +18,17 @@ void AppendStandardInput(std::vector<std::string>& files) {
 }
 
 void AppendDirectory(const std::string& directory, std::vector<std::string>& files) {
+  std::error_code error;
+  if (const std::filesystem::directory_iterator readable(directory, error); error) {
+    files.push_back(directory);  // to be reported like a file that cannot be read
+    return;
+  }
+  const std::size_t before = files.size();
   const auto listed = GetAllFiles(directory, true, nullptr);
   for (const std::string& file : listed->GetVector())
     if (HasPictureExtension(file))  // names look the same on every system
       files.push_back(std::filesystem::path(file).generic_string());
+  if (files.size() == before) std::cerr << "note: there is no picture in " << directory << "\n";
 }
 
 }  // namespace

@@ -96,6 +96,16 @@ TEST(Failures, NameTheFileAndDoNotEndTheRun) {
   EXPECT_NE(run.out.find("4 images, 1 read, 3 failed, 1 code;"), std::string::npos) << run.out;
 }
 
+TEST(Failures, DoNotHideThatADirectoryHoldsNoPicture) {
+  const testing::TemporaryDirectory folder;
+  const CaptureRun run = RunCapture({folder.GetPath().string()});
+  EXPECT_EQ(run.status, 0);
+  EXPECT_NE(run.err.find("note: there is no picture in " + folder.GetPath().string()),
+            std::string::npos)
+      << run.err;
+  EXPECT_NE(run.out.find("0 images,"), std::string::npos) << run.out;
+}
+
 TEST(Usage, IsRefusedWithASentence) {
   struct Row {
     std::vector<std::string> arguments;
