@@ -158,7 +158,7 @@ void Session::Show(const ImageReport& report) {
   }
   std::cout.flush();
   WriteErrors(std::cerr, report);
-  if (!options_.overlayFolder.empty()) {
+  if (!options_.overlayFolder.empty() && report.picture) {
     const auto file = std::filesystem::path(options_.overlayFolder) / FileNameFor(report, ".svg");
     std::ofstream out(file, std::ios::binary);
     WriteOverlay(out, report);

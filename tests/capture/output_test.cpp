@@ -61,10 +61,11 @@ TEST(Output, OverlaysShowPictureRegionsAndTexts) {
   const TemporaryDirectory folder;
   const CaptureRun run =
       RunCapture({"--template=templates/linear.json", "--overlay", folder / "made/here",
-                  "samples/label.jpg", "samples/broken.png"});
+                  "samples/label.jpg", "samples/broken.png", "samples/qr.png"});
   EXPECT_EQ(run.status, 1);
   ASSERT_EQ(FilesIn(folder / "made/here"),
-            (std::vector<std::string>{"0000-label.jpg.svg", "0001-broken.png.svg"}));
+            (std::vector<std::string>{"0000-label.jpg.svg", "0002-qr.png.svg"}))
+      << "there is nothing to draw over a broken file";
   const std::string svg = ReadFile(folder / "made/here/0000-label.jpg.svg");
   EXPECT_EQ(FaultInXml(svg), "");
   EXPECT_EQ(CountOf(svg, "<polygon class=\"code\""), 3u);
@@ -73,6 +74,9 @@ TEST(Output, OverlaysShowPictureRegionsAndTexts) {
   EXPECT_EQ(CountOf(svg, ">QR: label: pallet 7</text>"), 1u);
   EXPECT_NE(svg.find("viewBox=\"0 0 820 540\""), std::string::npos);
   EXPECT_NE(svg.find("data:image/png;base64,iVBORw0KGgo"), std::string::npos);
+  const std::string narrow = ReadFile(folder / "made/here/0002-qr.png.svg");
+  const std::size_t label = narrow.find("<text class=\"code\"");
+  EXPECT_NE(narrow.find("x=\"0\"", label), std::string::npos) << "a long text moves to the edge";
 }
 
 TEST(Output, IntermediateFilesAreWhatAnObserverSees) {
