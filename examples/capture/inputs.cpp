@@ -1,5 +1,6 @@
 #include "examples/capture/inputs.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <iostream>
 #include <system_error>
@@ -17,6 +18,14 @@ void AppendStandardInput(std::vector<std::string>& files) {
   }
 }
 
+// Names look the same on every system. A path of the standard library would be another name on
+// Windows: it turns letters beyond ASCII, which the C functions take in the system's code, to UTF-8.
+std::string WithSlashes(std::string file) {
+  if (std::filesystem::path::preferred_separator != '/')
+    std::replace(file.begin(), file.end(), '\\', '/');
+  return file;
+}
+
 void AppendDirectory(const std::string& directory, std::vector<std::string>& files) {
   std::error_code error;
   if (const std::filesystem::directory_iterator readable(directory, error); error) {
@@ -26,8 +35,7 @@ void AppendDirectory(const std::string& directory, std::vector<std::string>& fil
   const std::size_t before = files.size();
   const auto listed = GetAllFiles(directory, true, nullptr);
   for (const std::string& file : listed->GetVector())
-    if (HasPictureExtension(file))  // names look the same on every system
-      files.push_back(std::filesystem::path(file).generic_string());
+    if (HasPictureExtension(file)) files.push_back(WithSlashes(file));
   if (files.size() == before) std::cerr << "note: there is no picture in " << directory << "\n";
 }
 

@@ -16,6 +16,7 @@
 #include "examples/capture/router.h"
 #include "examples/capture/thread_pool.h"
 #include "velmora/log/log.h"
+#include "velmora/util/path_helper.h"
 
 namespace velmora::capture {
 namespace {
@@ -56,7 +57,7 @@ void MakeFolder(const std::string& folder) {
 std::string FileNameFor(const ImageReport& report, const char* extension) {
   char number[16];
   std::snprintf(number, sizeof number, "%04d-", report.id);
-  std::string name = std::filesystem::path(report.name).filename().string();
+  std::string name = PathHelper::GetFileNameFromFilePath(report.name);
   std::replace(name.begin(), name.end(), '#', '-');
   return number + name + extension;
 }
