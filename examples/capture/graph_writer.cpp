@@ -20,15 +20,16 @@ std::string Quoted(const std::string& text) {
 
 const char* StateOf(const TaskSummary& task) {
   if (task.isLeftOut) return "left out";
-  if (task.calls == 0) return "not run";
   if (task.timeouts > 0) return "timed out";
-  return task.failures > 0 ? "failed" : "done";
+  if (task.failures > 0) return "failed";
+  return task.calls > 0 ? "done" : "not run";
 }
 
 const char* ColourOf(const TaskSummary& task) {
-  if (task.isLeftOut || task.calls == 0) return "#eeeeee";
+  if (task.isLeftOut) return "#eeeeee";
   if (task.timeouts > 0) return "#ffe2a8";
-  return task.failures > 0 ? "#ffc9c0" : "#d6f0d0";
+  if (task.failures > 0) return "#ffc9c0";
+  return task.calls > 0 ? "#d6f0d0" : "#eeeeee";
 }
 
 void WriteTask(std::ostream& out, const std::string& definition, const TaskSummary& task) {

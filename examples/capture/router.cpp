@@ -146,6 +146,9 @@ void Router::DescribeTask(const CaptureDefinition& definition, const NxTargetTas
     }
   }
   statistics_.AddFound(*task.GetTaskObject(), found);
+  for (const SourceImageErrorInfo& record : job.source->GetErrorRecords())
+    if (record.texts[0] == definition.GetName() && record.texts[1] == task.GetTaskName())
+      statistics_.AddError(*task.GetTaskObject(), record.code);
 }
 
 void Router::Finish(const ImageJob& job, const ImageSource& source) {

@@ -26,17 +26,20 @@ void TaskStatistics::WorkBegins() {
 }
 
 void TaskStatistics::WorkEnded(const Nx_WorkObjectBase& task, const NxOutputBase& output,
-                               int code) {
+                               int /*code: the image has it*/) {
   const TraceStamp end = TraceStamp::Now();
   Counters& counters = *tasks_.at(&task);
   counters.nanoseconds.fetch_add(end.processorNanoseconds - workBegin.processorNanoseconds,
                                  kRelaxed);
   counters.calls.fetch_add(1, kRelaxed);
-  if (code != EC_Ok) counters.failures.fetch_add(1, kRelaxed);
-  if (code == EC_Timeout) counters.timeouts.fetch_add(1, kRelaxed);
   const std::uint64_t image = output.GetRegion()->GetSourceImageObject()->GetImageId();
   Trace::CurrentLane().Add(SpanKind::kWork, counters.fullName.c_str(), static_cast<int>(image),
                            workBegin, end);
+}
+
+void TaskStatistics::AddError(const Nx_WorkObjectBase& task, int code) {
+  Counters& counters = *tasks_.at(&task);
+  (code == EC_Timeout ? counters.timeouts : counters.failures).fetch_add(1, kRelaxed);
 }
 
 void TaskStatistics::AddFound(const Nx_WorkObjectBase& task, int count) {

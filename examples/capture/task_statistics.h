@@ -23,6 +23,8 @@ class TaskStatistics final : public modules::WorkObserver {
 
   void WorkBegins() override;
   void WorkEnded(const Nx_WorkObjectBase& task, const NxOutputBase& output, int code) override;
+  /// Counts an error that an image recorded, also of work that did not begin.
+  void AddError(const Nx_WorkObjectBase& task, int code);
   void AddFound(const Nx_WorkObjectBase& task, int count);
 
   /// Fills in the numbers of @p summary.

@@ -41,9 +41,9 @@ TEST(Timeout, KeepsWhatWasFoundAndEndsInTime) {
   const TemporaryDirectory folder;
   WriteFile(folder / "squares.pgm", StripedSquares(20));
   WriteFile(folder / "t.json", EndlessTemplate(20));
-  const CaptureRun run =
-      RunCapture({"--json", "--threads", "2", "--timeout", "300", "--template", folder / "t.json",
-                  "--trace", folder / "trace.json", folder / "squares.pgm"});
+  const CaptureRun run = RunCapture({"--json", "--threads", "2", "--timeout", "300", "--template",
+                                     folder / "t.json", "--trace", folder / "trace.json", "--graph",
+                                     folder / "g.svg", folder / "squares.pgm"});
   EXPECT_EQ(run.status, 1);
   const std::vector<Json::Value> reports = run.Reports();
   ASSERT_EQ(reports.size(), 1u);
@@ -56,6 +56,13 @@ TEST(Timeout, KeepsWhatWasFoundAndEndsInTime) {
     EXPECT_TRUE(tasks.insert(error["task"].asString()).second) << run.out;
   }
   EXPECT_NE(run.err.find("Operation timeout. (-10026)\n"), std::string::npos) << run.err;
+
+  // The graph marks the very tasks that the errors name, begun or not.
+  const std::string graph =
+      testing::ReadFile(folder / "g.svg") + testing::ReadFile(folder / "g.svg.dot");
+  std::size_t marks = 0;
+  for (std::size_t at = 0; (at = graph.find("timed out", at)) != std::string::npos; ++at) ++marks;
+  EXPECT_EQ(marks, tasks.size()) << graph;
 
   // The readers alone would take seconds. Work that begins late ends at its first look at the time.
   const Json::Value trace = ParseJson(testing::ReadFile(folder / "trace.json"));
