@@ -91,7 +91,7 @@ std::string DotFileFor(const std::string& file) {
 }
 
 std::string WriteGraphFile(const std::string& file, const GraphSummary& graph) {
-  const std::string dotFile = DotFileFor(file);
+  std::string dotFile = DotFileFor(file);
   std::ofstream dot(dotFile, std::ios::binary);
   WriteDot(dot, graph);
   dot.close();
