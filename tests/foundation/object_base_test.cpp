@@ -38,7 +38,7 @@ template <typename Base>
 class ReferenceCount : public ::testing::Test {};
 
 using Bases = ::testing::Types<NxObjectBase, NxSingleThreadObjectBase>;
-TYPED_TEST_SUITE(ReferenceCount, Bases);
+TYPED_TEST_SUITE(ReferenceCount, Bases, );  // clang wants the third argument, empty or not
 
 TYPED_TEST(ReferenceCount, IsNeverCopied) {
   TypeParam source, target;
