@@ -27,8 +27,9 @@ std::uint32_t Hash(const std::string& bytes) {
 TEST(HashAlgorithm, SamplesLongInputs) {
   std::string bytes;
   for (int i = 0; i < 70'000; ++i) bytes.push_back(static_cast<char>(i * 7 + i / 256));
-  for (const auto& [length, step] : {std::pair{32'767U, 1U}, std::pair{32'768U, 2U},
-                                     std::pair{65'535U, 2U}, std::pair{65'536U, 3U}}) {
+  for (const auto& [length, step] :
+       {std::pair{5U, 1U}, std::pair{32'767U, 1U}, std::pair{32'768U, 2U}, std::pair{65'535U, 2U},
+        std::pair{65'536U, 3U}}) {
     SCOPED_TRACE(length);
     const std::string input = bytes.substr(0, length);
     EXPECT_EQ(Hash(input), SlowHash(input, step));
