@@ -1,7 +1,8 @@
 #include <spawn.h>
 #include <sys/wait.h>
-#include <time.h>
 #include <unistd.h>
+
+#include <ctime>
 
 #include "examples/capture/system.h"
 
@@ -23,6 +24,7 @@ std::int64_t ThreadNanoseconds() {
 
 int RunProgram(const std::vector<std::string>& arguments) {
   std::vector<char*> argv;
+  argv.reserve(arguments.size() + 1);
   for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
   argv.push_back(nullptr);
   pid_t child = 0;

@@ -18,6 +18,8 @@ std::uint8_t Sample(const GreyView& source, double x, double y) {
   const double fy = y - top;
   const double upper = above[left] + (above[right] - above[left]) * fx;
   const double lower = below[left] + (below[right] - below[left]) * fx;
+  // Never negative, and `lround` for each pixel would be slow.
+  // NOLINTNEXTLINE(bugprone-incorrect-roundings)
   return static_cast<std::uint8_t>(upper + (lower - upper) * fy + 0.5);
 }
 
