@@ -20,14 +20,24 @@ NxRef<NxWorkOutput> Work(const std::string& mode) {
   return testing::MakeWorkOutput(region, mode);
 }
 
-TEST(WorkOutputTable, ReleasesWhatItRefusesOutsideItsLock) {
-  NxWorkOutputTable table;
-  const auto ask = [&table] { EXPECT_FALSE(table.HasNextWorkOutput()); };
-  const NxRef<NxRegionObject> region = testing::MakeRegion("page");
-  table.AppendNextWorkOutput(
-      0, 0,
-      new testing::Asking<NxWorkOutput>(ask, nullptr, nullptr, region, region, "task", TT_ATOMIC_0,
-                                        nullptr, ""));
+TEST(WorkOutputTable, AnswersTheWorkThatItRefusesOrDiesWith) {
+  std::string answers;
+  {
+    NxWorkOutputTable table;
+    const NxRef<NxRegionObject> region = testing::MakeRegion("page");
+    const auto append = [&](int level) {
+      table.AppendNextWorkOutput(
+          level, 0,
+          new testing::Asking<NxWorkOutput>(
+              [&] { answers += table.HasNextWorkOutput() ? "more " : "none "; }, nullptr, nullptr,
+              region, region, "task", TT_ATOMIC_0, nullptr, ""));
+    };
+    append(0);  // has no lists yet
+    EXPECT_EQ(answers, "none ");
+    table.SetAllWorkModesCount(1);
+    for (int i = 0; i < 2; ++i) append(1);
+  }
+  EXPECT_EQ(answers, "none more none ");
 }
 
 // The rule itself, with every slot of every list looked at in order.

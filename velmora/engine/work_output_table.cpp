@@ -5,7 +5,12 @@
 namespace velmora {
 
 NxWorkOutputTable::NxWorkOutputTable() : slots_(std::make_unique<internal::WorkSlots>()) {}
-NxWorkOutputTable::~NxWorkOutputTable() = default;
+
+NxWorkOutputTable::~NxWorkOutputTable() {
+  // Work that asks this table while it dies finds it whole.
+  while (GetNextTopPriorityWorkOutput({})) {
+  }
+}
 
 void NxWorkOutputTable::SetAllWorkModesCount(int count) {
   const std::lock_guard<std::mutex> lock(mutex_);
