@@ -1,5 +1,6 @@
 #include "velmora/engine/internal/work_slots.h"
 
+#include <algorithm>
 #include <stdexcept>
 #include <utility>
 
@@ -92,7 +93,9 @@ void WorkSlots::AddLevelsUpTo(int level) {
   const auto end = static_cast<std::uint32_t>(listCount);
   any_.Grow(end);
   for (LowestIndex& lists : byMode_) lists.Grow(end);
-  levelEnds_.reserve(static_cast<std::size_t>(level) + 1);
+  const std::size_t levels = static_cast<std::size_t>(level) + 1;
+  // reserve() alone takes what it is asked for, and would copy the ends again for every new level.
+  if (levelEnds_.capacity() < levels) levelEnds_.reserve(std::max(levels, 2 * levelEnds_.size()));
   std::uint64_t levelEnd = lists_.size();
   lists_.resize(end);
   for (std::uint64_t i = 0; i < newLevels; ++i) {
