@@ -165,6 +165,9 @@ TEST(TaskUnitQueue, IsFirstInFirstOutAndSharesItsItems) {
     EXPECT_EQ(moved.front()->GetPriority(), priority);
   }
   EXPECT_EQ(copy.size(), 3);
+  moved.push(new testing::Asking<ExecutableWorkItem>([&] { EXPECT_TRUE(moved.empty()); }, nullptr,
+                                                     nullptr, nullptr, 0U));
+  moved.pop();
 }
 
 TEST(WorkItem, TracesItsWayAtLevelNine) {

@@ -31,7 +31,10 @@ class VELMORA_EXPORT TaskUnitQueue {
 
   /// @name Only while the queue is not empty, which is not checked
   /// @{
-  void pop() { items_.pop_front(); }
+  void pop() {
+    const NxRef<RtrThreadWorkItemBase> first = std::move(items_.front());  // goes when it is out
+    items_.pop_front();
+  }
   NxRef<RtrThreadWorkItemBase> front() const { return items_.front(); }
   NxRef<RtrThreadWorkItemBase> back() const { return items_.back(); }
   /// @}
