@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <deque>
+#include <locale>
 #include <map>
 #include <optional>
 #include <random>
@@ -119,9 +120,15 @@ TEST(BufferedItemManager, IsEmptyWhenItsLastItemsDie) {
 }
 
 TEST(BufferedItemManager, HasAnIdOfItsOwn) {
+  struct Grouped : std::numpunct<char> {
+    std::string do_grouping() const override { return "\3"; }
+  };
+  const std::locale before = std::locale::global({std::locale::classic(), new Grouped});
   std::set<std::string> ids;
   for (int i = 0; i < 50; ++i) ids.insert(BufferedItemManager().GetManagerID());
+  std::locale::global(before);
   EXPECT_EQ(ids.size(), 50U);
+  EXPECT_EQ(ids.begin()->find(','), std::string::npos) << "the locale has no part in it";
 }
 
 }  // namespace

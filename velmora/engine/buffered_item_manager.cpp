@@ -3,6 +3,7 @@
 #include <atomic>
 #include <ctime>
 #include <iterator>
+#include <locale>
 #include <sstream>
 #include <utility>
 
@@ -19,6 +20,7 @@ std::string MakeManagerId(const void* manager) {
   // Relaxed: all that matters is that no two managers get the same number.
   static std::atomic<std::uint32_t> counter{0};
   std::ostringstream id;
+  id.imbue(std::locale::classic());  // others may put separators into the numbers
   id << std::time(nullptr) << '-' << manager << '-'
      << counter.fetch_add(1, std::memory_order_relaxed);
   return id.str();
