@@ -58,7 +58,8 @@ class VELMORA_EXPORT NxOutputBase : public NxObjectBase {
  public:
   /// @param region    the region worked on; may be empty
   /// @param reference the region in which it was found; must not be empty. Its target ROI
-  ///                  definition names the output.
+  ///                  definition names the output. Its hash id is computed here if it is still
+  ///                  empty, so compute it before several threads make outputs for the region.
   /// @param name      the task's name
   NxOutputBase(NxRef<NxRegionObject> region, NxRef<NxRegionObject> reference,
                const std::string& name, TaskType type);
@@ -70,7 +71,7 @@ class VELMORA_EXPORT NxOutputBase : public NxObjectBase {
   virtual void MarkAsFinish();
 
   /// Appends @p result (empty is allowed) and makes this output's region the reference region of
-  /// the result's; a region does not become its own.
+  /// the result's, which nobody else reads or adds meanwhile; a region does not become its own.
   void AddResult(NxRef<NxTaskOutputAtomResult> result);
   int GetResultCount() const;
   /// @return result @p index, which must be below the count

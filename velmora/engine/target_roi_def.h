@@ -50,7 +50,7 @@ class VELMORA_EXPORT NxTargetROIDef : public NxObjectBase, public TargetROIDefEv
   ~NxTargetROIDef() override;
 
   /// Makes the outputs of the activated tasks for @p region, found in @p reference.
-  /// @param semaphore produced once for each task; not owned
+  /// @param semaphore for the work items of the tasks, each of which produces it once; not owned
   virtual NxRef<NxROIDefOutput> CreateROIDefOutput(const NxRef<NxRegionObject>& region,
                                                    const NxRef<NxRegionObject>& reference,
                                                    NxSemaphore* semaphore) = 0;

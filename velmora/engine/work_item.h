@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <mutex>
 #include <string>
+#include <utility>
 
 #include "velmora/foundation/object_base.h"
 #include "velmora/foundation/ref.h"
