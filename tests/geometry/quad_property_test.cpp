@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <set>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -256,6 +257,10 @@ TEST(QuadProperties, PixelsOfAHugeQuadStayInTheImage) {
   const Point left[] = {{-9, 0}, {-1, 0}, {-1, 5}, {-9, 5}};
   EXPECT_EQ(Nx_Quad(left).GetAllPixelsReserveSize(0, 30, 20), 0);
   EXPECT_EQ(Nx_Quad(left).GetAllPixelsReserveSize(0, 30, -1), 54);
+  constexpr int kLast = 0x7FFFFFFF;
+  const Point tallest[] = {{0, -kLast - 1}, {1, -kLast - 1}, {1, kLast}, {0, kLast}};
+  EXPECT_THROW(Nx_Quad(tallest).GetAllPixels(pixels, PXM_CHAIN, 0, -1, -1), std::length_error)
+      << "2^32 rows, which wrap to none where a size has 32 bits";
 }
 
 // from + numerator / denominator * delta in whole numbers, halves away from zero.

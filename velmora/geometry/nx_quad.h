@@ -188,7 +188,7 @@ class VELMORA_EXPORT Nx_Quad : public NxObjectBase {
   ///               image are listed: x up to (width - 1) >> shift, and none if the box lies wholly
   ///               beyond the image.
   /// @return their number
-  /// @throws std::bad_alloc, std::length_error
+  /// @throws std::bad_alloc, std::length_error (always for more than 2^31 - 1 rows)
   int GetAllPixels(std::vector<NxPoint_<int>>& out, Nx_Pixelate_Mode mode, int shift, int width,
                    int height) const;
 

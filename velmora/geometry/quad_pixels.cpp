@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <limits>
+#include <stdexcept>
 
 #include "velmora/geometry/internal/line_math.h"
 #include "velmora/geometry/internal/pixel_walk.h"
@@ -146,6 +147,10 @@ void CollectQuadPixels(const NxPoint_<int>* vertices, Nx_Pixelate_Mode mode, con
   out.clear();
   if (mode != PXM_CHAIN && mode != PXM_SAMPLED) return;
   if (window.left > window.right || window.top > window.bottom) return;
+  // Only a window that no image bounds is so tall: each of its rows has pixels, more than can be
+  // returned, and 2^32 rows would be none in a 32-bit size.
+  if (Difference(window.bottom, window.top) >= std::numeric_limits<std::int32_t>::max())
+    throw std::length_error("Nx_Quad::GetAllPixels");
   const EdgeRuns edges[] = {EdgeRuns(vertices[0], vertices[1], mode, window),
                             EdgeRuns(vertices[1], vertices[2], mode, window),
                             EdgeRuns(vertices[2], vertices[3], mode, window),
