@@ -19,8 +19,9 @@ using internal::WrapMul;
 using internal::WrapSub;
 
 void Nx_LineSegmentEnhanced::SetVertices(const NxPoint_<int>& start, const NxPoint_<int>& end) {
+  const NxPoint_<int> newEnd = end;  // which may be the old start
   startPoint_ = start;
-  endPoint_ = end;
+  endPoint_ = newEnd;
   Init();
 }
 

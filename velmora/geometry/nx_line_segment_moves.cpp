@@ -60,7 +60,7 @@ Nx_LineSegmentEnhanced::Nx_LineSegmentEnhanced(const NxPoint_<int>& start, int a
 }
 
 void Nx_LineSegmentEnhanced::SwapVertices() {
-  SetVertices(NxPoint_<int>(endPoint_), NxPoint_<int>(startPoint_));
+  SetVertices(endPoint_, startPoint_);
 }
 
 void Nx_LineSegmentEnhanced::Translate(const NxPoint_<int>& offset) {
