@@ -28,8 +28,7 @@ constexpr bool IsQuadIndex(int i) {
 
 // Positive if b follows a clockwise, seen from v[0].
 std::int32_t TurnFromFirst(const NxPoint_<int>* v, int a, int b) {
-  return WrapSub(WrapMul(WrapSub(v[a][0], v[0][0]), WrapSub(v[b][1], v[0][1])),
-                 WrapMul(WrapSub(v[b][0], v[0][0]), WrapSub(v[a][1], v[0][1])));
+  return internal::Turn(v[0], v[a], v[b]);
 }
 
 int AngleBetween(const NxPoint_<int>& from, const NxPoint_<int>& to) {
