@@ -44,7 +44,9 @@ TEST(LineSegmentEnhanced, LineEquationInBothForms) {
   EXPECT_EQ(segment.CalcPointStatusOnLineEquation({2, 9}), -1);
   EXPECT_EQ(segment.CalcPointStatusOnLineEquation({9, 2}), 1);
 
-  const Segment upright({4, 0}, {4, 8});
+  Segment upright({4, 0}, {9, 8});
+  upright.CalcEquation();
+  upright.SetVertices(Point(4, 0), Point(4, 8));
   bool isValid = true;
   EXPECT_FALSE(upright.GetLineEquation(CA_Y, line[0], line[1]));
   EXPECT_EQ(upright.CalcY(7, isValid), std::numeric_limits<float>::max());

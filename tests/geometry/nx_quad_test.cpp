@@ -73,6 +73,18 @@ TEST(Quad, MeasuresOfEitherOrientation) {
   EXPECT_EQ(Angles(Nx_Quad(kReversed)), (std::vector<int>{270, 270, 270, 270}));
 }
 
+TEST(Quad, CopiesAllFourOrNothing) {
+  const Nx_Quad quad(kSlanted);
+  for (const int capacity : {3, 4}) {
+    Points vertices(4);
+    Nx_LineSegmentEnhanced edges[4];
+    quad.GetVertices(vertices.data(), capacity);
+    quad.GetEdges(edges, capacity);
+    EXPECT_EQ(vertices, capacity < 4 ? Points(4) : Vertices(quad));
+    EXPECT_EQ(edges[2].GetStartPoint(), vertices[2]);
+  }
+}
+
 TEST(Quad, AreaOfAFlatShapeIsANumber) {
   const Point flat[] = {{0, 0}, {100, 1}, {200, 2}, {300, 3}};
   EXPECT_EQ(Nx_Quad(flat).GetArea(-1, -1), 0) << "Heron's product may be negative";
@@ -87,19 +99,23 @@ TEST(Quad, AreaBeyondTheImageIsNotRemembered) {
 }
 
 TEST(Quad, ClonesLeaveTheIdBehind) {
-  Nx_Quad source(kSquare);
+  Nx_Quad source(kSlanted);
   source.CalcHashID();
   source.GetArea(-1, -1);
-  Nx_Quad clone;
+  Nx_Quad clone(kReversed);
+  clone.GetArea(-1, -1);
+  clone.GetCentralPoint();
+  clone.GetInteriorAngles();
   clone.CloneQuad(source);
   EXPECT_EQ(Vertices(clone), Vertices(source));
+  EXPECT_EQ(Angles(clone), Angles(source)) << "none of its own left";
   EXPECT_FALSE(clone.HasObjectId());
   ExpectConsistent(clone);
   EXPECT_EQ(Nx_Quad(source).GetObjectId(), source.GetObjectId()) << "copies take it along";
   basic_structures::CQuadrilateral value;
   value.id = 9;
   source.ConvertToQuadrilateral(value);
-  EXPECT_EQ(value.points[2], Point(10, 10));
+  EXPECT_EQ(value.points[2], kSlanted[2]);
   EXPECT_EQ(value.id, 9);
 }
 
@@ -176,8 +192,9 @@ TEST(Quad, EdgesMoveInwardAndOutwardForEitherOrientation) {
       EXPECT_EQ(moved.GetStartPoint(), quad.GetVertices()[i]);
       EXPECT_EQ(moved.GetEndPoint(), quad.GetVertices()[(i + 1) % 4]);
       ExpectConsistent(quad);
-      quad.TranslateEdge(edge, QETD_OUTWARD, 4);
-      EXPECT_EQ(quad.GetArea(-1, -1), 120);
+      const auto anyOther = static_cast<Nx_Quad_Edge_Translating_Direction>(7);
+      quad.TranslateEdge(edge, anyOther, 4);
+      EXPECT_EQ(quad.GetArea(-1, -1), 120) << "outward";
     }
   }
   Nx_LineSegment turned;
@@ -194,8 +211,11 @@ TEST(Quad, BoundsAndShortEdges) {
   const Point vertices[] = {{-5, 3}, {12, -1}, {14, 9}, {4, 20}};
   Nx_Quad quad(vertices);
   quad.GetArea(-1, -1);
+  quad.GetCentralPoint();
+  quad.GetInteriorAngles();
   EXPECT_TRUE(quad.IsOutOfBounds(10, 10));
   quad.MakeQuadInBounds(10, 10);
+  EXPECT_EQ(Angles(quad), Angles(Nx_Quad(quad.GetVertices()))) << "computed anew";
   EXPECT_EQ(Vertices(quad), (Points{{0, 3}, {9, 0}, {9, 9}, {4, 9}}));
   EXPECT_FALSE(quad.IsOutOfBounds(10, 10));
   ExpectConsistent(quad);
@@ -205,6 +225,19 @@ TEST(Quad, BoundsAndShortEdges) {
     const Point thin[] = {{0, 0}, {10, 0}, {10, height}, {0, 9}};
     EXPECT_EQ(Nx_Quad(thin).QuadHasExtremelyShortEdge(), height < 3);
   }
+}
+
+TEST(Quad, ForgetsItsMeasuresBeforeItTellsTheDerivedClass) {
+  struct Counting : Nx_Quad {
+    using Nx_Quad::Nx_Quad;
+    void Init() override { areas.push_back(GetArea(-1, -1)); }
+    std::vector<int> areas;
+  } quad(kSquare);
+  quad.GetArea(-1, -1);
+  quad.GetEdges()[1].SetVertices({10, 0}, {10, 6});
+  quad.InitQuad();
+  EXPECT_EQ(quad.areas.size(), 1U);
+  EXPECT_NE(quad.areas.at(0), 100) << "computed anew, from the moved edge";
 }
 
 TEST(Quad, QuickOverlapTest) {
@@ -223,7 +256,8 @@ TEST(Quad, QuickOverlapTest) {
       {"plus sign at the centres", bar(0, 4, 10, 6), bar(4, 0, 6, 10), 0, true},
       {"one inside the other", bar(0, 0, 30, 30), bar(3, 3, 6, 6), 0, true},
       {"apart, expanded", bar(0, 0, 10, 10), bar(14, 0, 24, 10), 0.2F, true},
-      {"too small to expand", bar(0, 0, 10, 10), bar(14, 0, 24, 10), 0.001F, false},
+      {"expanded by one", bar(0, 0, 1000, 9), bar(1002, 0, 2002, 9), 0.0011F, true},
+      {"too small to expand", bar(0, 0, 1000, 9), bar(1002, 0, 2002, 9), 0.001F, false},
       {"touching, shrunk", bar(0, 0, 10, 10), bar(10, 0, 20, 10), -0.1F, false},
       {"shares of the shorter sides", bar(0, 0, 100, 10), bar(108, 0, 118, 10), 0.4F, true},
       {"and not of the longer", bar(0, 0, 100, 10), bar(112, 0, 122, 10), 0.4F, false},

@@ -71,7 +71,9 @@ TEST(Contour, ReleasesPointsOnceAndCopiesDeeply) {
     CContour copy(owner);
     const NxPoint_<int>* const copied = copy.GetPoints();
     EXPECT_NE(copied, owner.GetPoints());
-    copy = *&copy;
+    CContour& same = copy;
+    copy = same;
+    copy = std::move(same);
     EXPECT_EQ(copy.GetPoints(), copied);
     ASSERT_EQ(copy.GetPointsCount(), 3);
     EXPECT_EQ(copy.GetPoints()[2], points[2]);
