@@ -20,6 +20,8 @@ namespace velmora {
 VELMORA_EXPORT void ConvertQuadrilateralToClockWisePoints(const basic_structures::CQuadrilateral& q,
                                                           NxPoint_<int>* const out);
 
+/// Whether every element is less than 1e-05 away from that of the identity, 1 on the diagonal and 0
+/// elsewhere. False if one is not a number.
 VELMORA_EXPORT bool IsIdentityTransformMatrix(const double* const m);
 
 /// Whether the product a x b is the identity.

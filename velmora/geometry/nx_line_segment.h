@@ -126,7 +126,7 @@ class VELMORA_EXPORT Nx_LineSegmentEnhanced : public Nx_LineSegment {
   Nx_LS_Line_Direction_Status GetLineDirectionStatus() const;
 
   /// Fills the cached equation a*x + b*y + c = 0, scaled so that b is 1, 0 or -1 (and a is 1 or -1
-  /// if b is 0). All three are 0 for a zero-length segment at the origin; elsewhere a and b are.
+  /// if b is 0). All three are 0 for a zero-length segment.
   void CalcEquation() const;
   /// @param coefficients receives a, b and c
   void GetLineEquation(float* coefficients) const;

@@ -78,7 +78,7 @@ class VELMORA_EXPORT Nx_Quad : public NxObjectBase {
   /// remembered, and then answers for every size.
   virtual int GetArea(int width, int height) const;
 
-  /// Whether @p p is inside by more than a pixel from every edge; null is not.
+  /// Whether @p p is inside by a pixel or more from every edge; null is not.
   virtual bool IsPointInQuadrilateral(const NxPoint_<int>* p) const;
 
   /// Called by `InitQuad`; does nothing here.
@@ -117,8 +117,8 @@ class VELMORA_EXPORT Nx_Quad : public NxObjectBase {
   const NxPoint_<int>* GetVertices() const { return vertices_; }
   /// Copies the vertices if @p capacity is at least 4; writes nothing otherwise.
   void GetVertices(NxPoint_<int>* out, int capacity) const;
-  /// Four edges. Moving one by this pointer leaves the vertices where they were: lengths and angles
-  /// come from the edges, positions from the vertices.
+  /// Four edges. Moving one by this pointer leaves the vertices where they were: lengths, angles,
+  /// orientation, vertical and bounds come from the edges, everything else from the vertices.
   Nx_LineSegmentEnhanced* GetEdges() { return edges_; }
   const Nx_LineSegmentEnhanced* GetEdges() const { return edges_; }
   /// Copies the edges if @p capacity is at least 4; writes nothing otherwise.
@@ -160,7 +160,7 @@ class VELMORA_EXPORT Nx_Quad : public NxObjectBase {
   /// A quick test: a vertex or the centre of one is not outside the other. Two bars that cross
   /// like a plus sign away from their centres do not count as overlapping.
   /// @param expandRatio by which both are expanded first, as a share of the shorter orientation and
-  ///                    the shorter vertical; below 0.001 in magnitude it is none
+  ///                    the shorter vertical; one of magnitude 0.001 or less is none
   bool IsOverlapWithOtherQuad(const Nx_Quad& other, float expandRatio) const;
   /// Clips @p other by the edges of this quadrilateral, one after the other; points less than a
   /// pixel outside an edge stay. Exact to that for a clockwise convex clipper.

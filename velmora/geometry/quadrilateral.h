@@ -26,9 +26,9 @@ class VELMORA_EXPORT CQuadrilateral {
   NxPoint_<int> points[4];
   std::int32_t id = -1;  ///< -1 is "none"
 
-  /// Whether @p point lies inside by more than a pixel from every edge.
+  /// Whether @p point lies inside by a pixel or more from every edge.
   ///
-  /// A point within a pixel of an edge's line counts as on that edge and is not contained. A
+  /// A point less than a pixel from an edge's line counts as on that edge and is not contained. A
   /// quadrilateral that is not stored clockwise contains no point: bring it into order first, with
   /// `ConvertQuadrilateralToClockWisePoints`.
   /// @param point may be null, which is contained nowhere
