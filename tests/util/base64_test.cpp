@@ -241,6 +241,16 @@ TEST_F(Base64, TooMuchForItsLengthsIsNothing) {
   encoder_.Decode(nullptr);
 }
 
+TEST_F(Base64, NothingMayBeNull) {
+  for (CBase64* codec : {&encoder_, static_cast<CBase64*>(&slowEncoder_)}) {
+    EXPECT_EQ(codec->Encode(nullptr, 0), 0U);
+    codec->Decode(nullptr, 0);
+    unsigned long length = 1;
+    codec->DecodedMessage(&length);
+    EXPECT_EQ(length, 0U);
+  }
+}
+
 // The URL-safe alphabet without line breaks being skipped, as a client might make it.
 class UrlSafe : public CBase64 {
  protected:

@@ -145,6 +145,7 @@ class Decoder {
     }
     decoded_ = decoded;
     const std::ptrdiff_t length = in - in_;
+    if (length == 0) return false;  // empty text may be null
     // Moved: the text may be the buffer itself.
     std::memmove(kept_, in_, static_cast<std::size_t>(length));
     in_ = in;
