@@ -34,9 +34,9 @@ const char* ColourOf(const TaskSummary& task) {
 
 void WriteTask(std::ostream& out, const std::string& definition, const TaskSummary& task) {
   char numbers[128];
-  std::snprintf(numbers, sizeof numbers, "%.1f ms in %lld calls, %lld found",
+  std::snprintf(numbers, sizeof numbers, "%.1f ms in %lld call%s, %lld found",
                 static_cast<double>(task.nanoseconds) / 1e6, static_cast<long long>(task.calls),
-                static_cast<long long>(task.found));
+                task.calls == 1 ? "" : "s", static_cast<long long>(task.found));
   // \n inside a DOT string is a line break, so it is put together from quoted pieces.
   const std::string name = Quoted(task.name + " (" + task.module + ")");
   const std::string state = StateOf(task);

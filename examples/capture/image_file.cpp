@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
-#include <cstdio>
 #include <filesystem>
 #include <new>
 #include <system_error>
@@ -42,19 +41,25 @@ std::vector<unsigned char> PackRows(const CImageData& image, int channels) {
   return packed;
 }
 
-struct CloseFile {
-  void operator()(std::FILE* file) const { std::fclose(file); }
-};
-
 }  // namespace
 
-LoadedImage LoadImageFile(const std::string& path, int imageId) {
-  const std::unique_ptr<std::FILE, CloseFile> file(std::fopen(path.c_str(), "rb"));
-  if (file == nullptr) {
-    const std::error_code error(errno, std::generic_category());
-    if (error == std::errc::no_such_file_or_directory) return {nullptr, EC_FileNotFound, {}};
-    return {nullptr, EC_ImageReadFailed, error.message()};
+File OpenToRead(const std::string& path, LoadedImage& failure) {
+  File file(std::fopen(path.c_str(), "rb"));
+  if (file != nullptr) return file;
+  const std::error_code error(errno, std::generic_category());
+  if (error == std::errc::no_such_file_or_directory) {
+    failure.code = EC_FileNotFound;
+  } else {
+    failure.code = EC_ImageReadFailed;
+    failure.reason = error.message();
   }
+  return file;
+}
+
+LoadedImage LoadImageFile(const std::string& path, int imageId) {
+  LoadedImage failure;
+  const File file = OpenToRead(path, failure);
+  if (file == nullptr) return failure;
   int width = 0;
   int height = 0;
   int channels = 0;

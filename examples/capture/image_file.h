@@ -2,6 +2,7 @@
 /// Pictures from files.
 #pragma once
 
+#include <cstdio>
 #include <memory>
 #include <string>
 #include <vector>
@@ -17,6 +18,15 @@ struct LoadedImage {
   ErrorCode code = EC_Ok;
   std::string reason;  ///< more than the code's message; may be empty
 };
+
+struct CloseFile {
+  void operator()(std::FILE* file) const { std::fclose(file); }
+};
+using File = std::unique_ptr<std::FILE, CloseFile>;
+
+/// Opens a file to read its bytes.
+/// @param failure  filled in if the result is empty
+File OpenToRead(const std::string& path, LoadedImage& failure);
 
 /// Decodes a PNG, JPEG, BMP, PGM or PPM file. Grey pictures stay grey, others become RGB.
 /// @param imageId  for the tag

@@ -1,7 +1,7 @@
 #include "examples/capture/image_source.h"
 
 #include <chrono>
-#include <fstream>
+#include <cstdio>
 #include <utility>
 
 #include "examples/capture/image_file.h"
@@ -93,26 +93,26 @@ void ImageSource::ReadPicture(const std::string& file) {
 
 void ImageSource::ReadFrames(const std::string& file) {
   const RawFormat& raw = settings_.raw;
-  std::ifstream in(file, std::ios::binary);
-  if (!in) {
+  LoadedImage failure;
+  const File in = OpenToRead(file, failure);
+  if (in == nullptr) {
     AddName(file);
-    return Fail(file, EC_FileNotFound, {});
+    return Fail(file, failure.code, failure.reason);
   }
-  std::vector<char> bytes(raw.FrameBytes());
+  std::vector<unsigned char> bytes(raw.FrameBytes());
   auto due = TraceLane::Clock::now();
   for (int number = 0; !IsStopped(); ++number) {
     const TraceStamp begin = TraceStamp::Now();
-    in.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    if (in.gcount() == 0 && number > 0) return;
+    const std::size_t count = std::fread(bytes.data(), 1, bytes.size(), in.get());
+    if (count == 0 && number > 0) return;
     const std::string name = file + "#" + std::to_string(number);
     const int id = AddName(name);
-    if (static_cast<std::size_t>(in.gcount()) < bytes.size())
+    if (count < bytes.size())
       return Fail(name, EC_ImageReadFailed, "the file ends within the frame");
     CVideoFrameTag tag(VideoFrameQuality{}, false, nullptr, raw.width, raw.height, 0);
     tag.SetImageId(id);
-    auto frame = std::make_unique<CImageData>(
-        bytes.size(), reinterpret_cast<const unsigned char*>(bytes.data()), raw.width, raw.height,
-        raw.Stride(), raw.pixels, 0, &tag);
+    auto frame = std::make_unique<CImageData>(bytes.size(), bytes.data(), raw.width, raw.height,
+                                              raw.Stride(), raw.pixels, 0, &tag);
     Trace::CurrentLane().Add(SpanKind::kRead, "read", id, begin, TraceStamp::Now());
     Push(std::move(frame));
     if (raw.framesPerSecond <= 0) continue;

@@ -2,7 +2,11 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstdint>
+#include <filesystem>
+#include <limits>
 #include <stdexcept>
+#include <system_error>
 
 namespace velmora::capture {
 
@@ -43,6 +47,17 @@ int RawFormat::Stride() const {
 std::size_t RawFormat::FrameBytes() const {
   const auto plane = static_cast<std::size_t>(Stride()) * static_cast<std::size_t>(height);
   return pixels == PXF_Colour888Reversed ? plane : plane / 2 * 3;
+}
+
+int RawFormat::CountFrames(const std::vector<std::string>& files) const {
+  std::uintmax_t frames = 0;
+  for (const std::string& file : files) {
+    std::error_code error;
+    const std::uintmax_t bytes = std::filesystem::file_size(file, error);
+    if (error) return 0;
+    frames += bytes / FrameBytes();
+  }
+  return static_cast<int>(std::min<std::uintmax_t>(frames, std::numeric_limits<int>::max()));
 }
 
 RawFormat ParseRawFormat(const std::string& text) {

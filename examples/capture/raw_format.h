@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <string>
+#include <vector>
 
 #include "velmora/image/image_data.h"
 
@@ -19,6 +20,8 @@ struct RawFormat {
   bool IsGiven() const { return width > 0; }
   int Stride() const;              ///< bytes of a row, of its luminance for nv12 and nv21
   std::size_t FrameBytes() const;  ///< of one frame
+  /// Whole frames in the files together; 0 if that cannot be told.
+  int CountFrames(const std::vector<std::string>& files) const;
 };
 
 /// Reads "WIDTHxHEIGHT:FORMAT" or "WIDTHxHEIGHT:FORMAT@RATE"; the formats are nv12, nv21 and rgb.

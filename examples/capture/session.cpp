@@ -130,16 +130,21 @@ void Session::Capture() {
   threads_ = options_.threads > 0
                  ? options_.threads
                  : std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
-  progress_ = std::make_unique<ProgressBar>(
-      options_.raw.IsGiven() ? 0 : static_cast<int>(settings.files.size()));
+  progress_ = std::make_unique<ProgressBar>(options_.raw.IsGiven()
+                                                ? options_.raw.CountFrames(settings.files)
+                                                : static_cast<int>(settings.files.size()));
 
-  const Router::Settings routing{
-      options_.timeoutMs > 0 ? options_.timeoutMs : template_.timeoutMs, !settings.drops,
-      [this](const ImageReport& report) { Show(report); }, IsInterrupted};
   NxSemaphore events(0);
   CaptureThreadPool pool(threads_, trace_);
   const ClockThread clock(managers_, IsInterrupted);
   ImageSource source(settings, events, trace_);
+  const auto show = [&](const ImageReport& report) {
+    Show(report);
+    // What was dropped needs no more time either.
+    progress_->Show(images_ + static_cast<int>(source.GetStatistics().dropped));
+  };
+  const Router::Settings routing{options_.timeoutMs > 0 ? options_.timeoutMs : template_.timeoutMs,
+                                 !settings.drops, show, IsInterrupted};
   source.StartFetching();
   Router(routing, *graph_, statistics_).Run(source, pool, events);
   sourceStatistics_ = source.GetStatistics();
@@ -166,7 +171,6 @@ void Session::Show(const ImageReport& report) {
     out.close();
     if (!out) std::cerr << file.string() << " could not be written\n";
   }
-  progress_->Show(images_);
 }
 
 void Session::WriteSummary(std::ostream& out, double seconds) const {

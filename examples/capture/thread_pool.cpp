@@ -6,6 +6,13 @@
 
 namespace velmora::capture {
 
+namespace {
+
+// The pool whose thread this is, while that thread is about to come back for an item.
+thread_local const CaptureThreadPool* comesBackTo = nullptr;
+
+}  // namespace
+
 CaptureThreadPool::CaptureThreadPool(int threads, Trace& trace) : trace_(trace) {
   for (int i = 1; i <= threads; ++i) threads_.emplace_back([this, i] { RunThread(i); });
 }
@@ -16,7 +23,13 @@ void CaptureThreadPool::AppendWorkItem(RtrThreadWorkItemBase* item) {
     const std::lock_guard<std::mutex> lock(mutex_);
     queue_.push(item);
   }
-  wakeUp_.notify_one();
+  // A thread that ends an item takes the next one itself: waking another for it costs more than most
+  // of what the engine does for an item. From the second one on there is work for others.
+  if (comesBackTo == this) {
+    comesBackTo = nullptr;
+  } else {
+    wakeUp_.notify_one();
+  }
 }
 
 void CaptureThreadPool::Stop() {
@@ -44,7 +57,9 @@ void CaptureThreadPool::RunThread(int number) {
     const TraceScope span(SpanKind::kItem, "work item", -1);
     item->LogPop();
     item->Process(this);
+    comesBackTo = this;
     item->FinishWork();
+    comesBackTo = nullptr;
   }
 }
 

@@ -139,7 +139,7 @@ TEST(Output, GraphShowsTheStateOfEveryTask) {
     EXPECT_EQ(std::count(text.begin(), text.end(), '{'), std::count(text.begin(), text.end(), '}'));
   }
   for (const char* part : {"locate (Locator)", "linear (CodeReader)", "matrix (MatrixReader)",
-                           "in 1 calls, 1 found", "done", "unless found"})
+                           "in 1 call, 1 found", "done", "unless found"})
     EXPECT_NE(text.find(part), std::string::npos) << part;
 #if defined(VELMORA_HAS_MATRIX_READER)
   EXPECT_NE(text.find("not run"), std::string::npos) << "the other reader was faster";
