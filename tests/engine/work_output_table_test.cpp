@@ -25,19 +25,20 @@ TEST(WorkOutputTable, AnswersTheWorkThatItRefusesOrDiesWith) {
   {
     NxWorkOutputTable table;
     const NxRef<NxRegionObject> region = testing::MakeRegion("page");
-    const auto append = [&](int level) {
+    const auto append = [&](int level, const char* name) {
       table.AppendNextWorkOutput(
           level, 0,
           new testing::Asking<NxWorkOutput>(
-              [&] { answers += table.HasNextWorkOutput() ? "more " : "none "; }, nullptr, nullptr,
-              region, region, "task", TT_ATOMIC_0, nullptr, ""));
+              [&answers, &table, name] {
+                answers.append(name).append(table.HasNextWorkOutput() ? " of more, " : " alone, ");
+              },
+              nullptr, nullptr, region, region, "task", TT_ATOMIC_0, nullptr, ""));
     };
-    append(0);  // has no lists yet
-    EXPECT_EQ(answers, "none ");
+    append(0, "refused");  // there are no lists yet
     table.SetAllWorkModesCount(1);
-    for (int i = 0; i < 2; ++i) append(1);
+    for (const char* name : {"a", "b", "c"}) append(1, name);
   }
-  EXPECT_EQ(answers, "none more none ");
+  EXPECT_EQ(answers, "refused alone, a of more, b of more, c alone, ");
 }
 
 // The rule itself, with every slot of every list looked at in order.
