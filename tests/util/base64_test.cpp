@@ -226,6 +226,14 @@ TEST_F(Base64, DecodesItsOwnText) {
     unsigned long length = 0;
     EXPECT_EQ(std::memcmp(codec->DecodedMessage(&length), bytes.data(), bytes.size()), 0);
     EXPECT_EQ(length, bytes.size());
+
+    // Text inside text: the bytes become the text of the next round, which keeps it whole.
+    Decode(*codec, SlowEncode(text));
+    unsigned char* const inner = const_cast<unsigned char*>(codec->DecodedMessage(&length));
+    codec->Decode(inner, length);
+    EXPECT_EQ(std::memcmp(codec->DecodedMessage(&length), bytes.data(), bytes.size()), 0);
+    EXPECT_EQ(length, bytes.size());
+    EXPECT_EQ(std::string(codec->EncodedMessage()).substr(0, 2'668), SlowEncode(bytes));
   }
 }
 

@@ -4,6 +4,7 @@
 #include <climits>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <typeinfo>
 
 #include "velmora/util/internal/base64_tables.h"
@@ -27,6 +28,11 @@ void Reserve(unsigned char*& buffer, std::uint32_t& capacity, unsigned long size
   const std::uint32_t wanted = static_cast<std::uint32_t>(size - size % kPage + kPage);
   buffer = static_cast<unsigned char*>(std::calloc(wanted, 1));
   if (buffer != nullptr) capacity = wanted;
+}
+
+bool IsInside(const unsigned char* p, const unsigned char* buffer, std::uint32_t capacity) {
+  const std::less<const unsigned char*> isBefore;  // p may point anywhere
+  return buffer != nullptr && !isBefore(p, buffer) && isBefore(p, buffer + capacity);
 }
 
 unsigned char* AsBytes(const char* text) {
@@ -79,7 +85,10 @@ void CBase64::Decode(const char* text) {
 
 void CBase64::Decode(unsigned char* const text, unsigned long length) {
   if (text == nullptr) length = 0;
-  if (typeid(*this) == typeid(CBase64)) return DecodeExactly(text, length);
+  // The short way would decode over text that stands in the buffer of decoded bytes before it has
+  // kept the characters.
+  const bool isInPlace = IsInside(text, decodeBuffer_, decodeCapacity_);
+  if (typeid(*this) == typeid(CBase64) && !isInPlace) return DecodeExactly(text, length);
   // Counted first, because the text may lie in this object's own buffers.
   const auto paddings = std::count(text, text + length, '=');
   SetEncodeBuffer(text, length);

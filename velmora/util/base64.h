@@ -52,8 +52,8 @@ class VELMORA_EXPORT CBase64 {
   /// Decodes a C string. Null does nothing.
   virtual void Decode(const char* text);
 
-  /// Decodes @p length characters. The text buffer is used on the way: it holds the characters that
-  /// were not skipped afterwards.
+  /// Decodes @p length characters, which may stand in this object's own buffers. The text buffer is
+  /// used on the way: it holds the characters that were not skipped afterwards.
   ///
   /// Every complete group of four characters makes three bytes, one to three characters behind
   /// them make as many bytes, and every "=" anywhere in the input takes one away.
