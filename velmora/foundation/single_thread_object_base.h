@@ -4,6 +4,7 @@
 
 #include <cstdint>
 
+#include "velmora/foundation/object_base.h"
 #include "velmora/platform/export.h"
 
 namespace velmora {
@@ -22,10 +23,18 @@ class VELMORA_EXPORT NxSingleThreadObjectBase {
   virtual ~NxSingleThreadObjectBase();
 
   /// @return this object
-  NxSingleThreadObjectBase* retain() noexcept;
+  NxSingleThreadObjectBase* retain() noexcept {
+    ++referenceCount_;
+    return this;
+  }
 
   /// @throws int 4711 (`kOverReleaseError`) if the count is 0 already; nothing changes then
-  void release();
+  void release() {
+    if (referenceCount_ == 0) throw int{kOverReleaseError};
+    if (--referenceCount_ != 0) return;
+    referenceCount_ = kPoisonedReferenceCount;
+    delete this;
+  }
 
   std::int32_t GetReferenceCount() const noexcept { return referenceCount_; }
 
