@@ -11,7 +11,7 @@ namespace {
 void BitsToGrey(const Byte* source, Byte* target, int width, const Byte* palette) {
   const Byte values[2] = {palette[0], palette[1]};
   int x = 0;
-  for (; x + 8 <= width; x += 8) {
+  for (; x <= width - 8; x += 8) {  // not x + 8 <= width: the sum may exceed an int
     const unsigned bits = *source++;
     for (int bit = 0; bit < 8; ++bit) target[x + bit] = values[(bits >> (7 - bit)) & 1U];
   }
@@ -34,7 +34,7 @@ void BitsToColour(const Byte* source, Byte* target, int width, const Byte* palet
 
 void NibblesToGrey(const Byte* source, Byte* target, int width, const Byte* palette) {
   int x = 0;
-  for (; x + 2 <= width; x += 2) {
+  for (; x <= width - 2; x += 2) {
     const unsigned pair = *source++;
     target[x] = palette[pair >> 4];
     target[x + 1] = palette[pair & 15U];
