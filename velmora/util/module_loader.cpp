@@ -9,7 +9,7 @@
 namespace velmora {
 namespace {
 
-using Lock = std::lock_guard<platform::CriticalSection>;
+using Lock = std::lock_guard<const SyncObject>;
 
 // The handle variable is the caller's and plain, but threads share it: one fills it under the lock
 // while others look at it outside. C++17 has no atomic_ref; these are its two operations.
@@ -49,7 +49,7 @@ int NxModuleLoaderBase::LoadModule(const std::string& moduleName, HINSTANCE& mod
                                    unsigned long flags, bool nameIsFileName,
                                    const char* anchorName) {
   const std::string fileName = nameIsFileName ? moduleName : FileName(moduleName);
-  const Lock lock(lock_);
+  const Lock lock(*this);
   HINSTANCE loaded = nullptr;
   if (dllDirectory_.empty() && anchorName != nullptr)
     PathHelper::GetDLLDirectory(std::string(anchorName) + "x86", dllDirectory_);
@@ -67,7 +67,7 @@ void* NxModuleLoaderBase::DynamicLoadDllFunc(HINSTANCE& module, const char* modu
                                              const char* functionName, unsigned long flags,
                                              bool nameIsFileName, const char* anchorName) {
   if (LoadHandle(module) == nullptr && moduleName != nullptr) {
-    const Lock lock(lock_);
+    const Lock lock(*this);
     if (LoadHandle(module) == nullptr)
       LoadModule(moduleName, module, flags, nameIsFileName, anchorName);
   }
@@ -75,7 +75,7 @@ void* NxModuleLoaderBase::DynamicLoadDllFunc(HINSTANCE& module, const char* modu
 }
 
 void* NxModuleLoaderBase::loadModuleFunc(const char* fileName, const char* functionName) {
-  const Lock lock(lock_);
+  const Lock lock(*this);
   HINSTANCE module = nullptr;
   return loadModuleFunc(fileName, functionName, module);
 }
@@ -96,7 +96,7 @@ void* NxModuleLoaderBaseAuto::DynamicLoadDllFunc(const char* moduleName, const c
   if (moduleName == nullptr) return nullptr;
   HINSTANCE module = nullptr;
   {
-    const Lock lock(lock_);
+    const Lock lock(*this);
     const auto found = modules_.find(moduleName);
     if (found != modules_.end()) module = found->second;
     if (module == nullptr &&

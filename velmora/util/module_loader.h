@@ -5,7 +5,7 @@
 #include <map>
 #include <string>
 
-#include "velmora/platform/critical_section.h"
+#include "velmora/foundation/sync_object.h"
 #include "velmora/platform/export.h"
 
 /// The Windows SDK's module handle, declared as <windows.h> declares it (with its strict types, the
@@ -35,9 +35,11 @@ namespace velmora {
 /// No error is shown or reported: a module or function that is not found is null, and the caller
 /// knows what the absence means.
 ///
+/// The loader is its own lock (`SyncObject`): a caller that holds it keeps other threads from loading.
+///
 /// @threadsafety any thread; loads go through the loader's lock. The static operations know no
 ///               loader: threads that share their variable agree among themselves
-class VELMORA_EXPORT NxModuleLoaderBase {
+class VELMORA_EXPORT NxModuleLoaderBase : public SyncObject {
  public:
   NxModuleLoaderBase();
 
@@ -79,7 +81,7 @@ class VELMORA_EXPORT NxModuleLoaderBase {
   static void releaseModule(HINSTANCE& module);
 
  protected:
-  mutable platform::CriticalSection lock_;    // guards everything below, and every load
+  // All guarded by this object's lock.
   std::string dllDirectory_;                  // of the anchor, with separator; empty until found
   std::string exeDirectory_;                  // of the program, with separator; empty until found
   std::map<std::string, HINSTANCE> modules_;  // owned, by module name
