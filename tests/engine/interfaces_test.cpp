@@ -49,6 +49,22 @@ TEST(Interfaces, EngineKeepsItsTables) {
                         NxReferenceFilterBase>();
 }
 
+TEST(Interfaces, LowerRoomsKeepTheirTables) {
+  using namespace basic_structures;
+  using Source = CImageSourceAdapter;
+  ExpectTable<Source>("image source", &Source::HasMoreImages, &Source::StartFetching,
+                      &Source::StopFetching, &Source::GetImage);
+  ExpectTable<CImageTag>("image tag", &CImageTag::GetType, &CImageTag::Clone);
+  ExpectOnlyDestructors<NxObjectBase, NxSingleThreadObjectBase, NxModuleLoaderBaseAuto, CImageData,
+                        NxImageData, NxImageDataInner, CImageDataWrapper, TextBlock>();
+  // Without a destructor in front of them.
+  EXPECT_EQ(TableIndex(&CImageSourceErrorListener::OnImageSourceError), 0);
+  using Pool = ThreadPoolBase;
+  EXPECT_EQ(TableIndex(&Pool::AppendWorkItem), 0);
+  EXPECT_EQ(TableIndex(&Pool::GetThreadCount), 1);
+  EXPECT_EQ(TableIndex(&Pool::Stop), 2);
+}
+
 TEST(Interfaces, EngineListenersHaveTwoHandlersAndValuesNone) {
   struct Probe : TargetROIDefEventListener {
     virtual void OneMore() {}
