@@ -11,7 +11,6 @@
 #include <string>
 
 #include "tests/engine/engine_objects.h"
-#include "tests/support/barrier.h"
 
 namespace velmora {
 namespace {
@@ -94,21 +93,6 @@ TEST(BufferedItemManager, DoesAsQueuesThatDropTheirFront) {
       ASSERT_EQ(Buffered(manager, each), numbers) << i;
     }
   }
-}
-
-TEST(BufferedItemManager, TakesItemsFromAllThreads) {
-  BufferedItemManager manager;
-  for (const BufferedItemType type : kTypes) manager.RegisterBufferedItemType(type);
-  manager.SetMaxBufferedItems(kTypes[0], 1);
-  testing::RunTogether(3, [&](int thread) {
-    for (int i = 0; i < 3000; ++i) {
-      if (thread == 0) manager.SetMaxBufferedItems(kTypes[0], 1 + i % 4);
-      if (thread == 1) Append(manager, kTypes[0], i % 1000);
-      if (thread == 2) Buffered(manager, kTypes[0]);
-    }
-  });
-  EXPECT_TRUE(Buffered(manager, kTypes[1])->empty());
-  EXPECT_EQ(Buffered(manager, kTypes[0])->back(), 999);
 }
 
 TEST(BufferedItemManager, IsEmptyWhenItsLastItemsDie) {

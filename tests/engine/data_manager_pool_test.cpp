@@ -8,7 +8,6 @@
 #include <utility>
 
 #include "tests/engine/engine_objects.h"
-#include "tests/support/barrier.h"
 
 namespace velmora {
 namespace {
@@ -102,24 +101,6 @@ TEST(SourceImageCache, CopiesShareAndMovesHandOverTheSourceImage) {
   EXPECT_EQ(copy.GetSourceImageObject(), nullptr);  // NOLINT(bugprone-use-after-move)
   assigned = std::move(original);
   EXPECT_EQ(source->GetReferenceCount(), 3);
-}
-
-TEST(DataManagerPool, TakesCallsFromAllThreads) {
-  NxDataManagerPool managers;
-  DataCacheManager& caches = *managers.GetCacheManager();
-  TaskEffectTimeManager& timePoint = *managers.GetTaskEffectTimeManager();
-  const std::string hashId = Add(caches, 0)->GetSourceImageObject()->GetHashID();
-  testing::RunTogether(3, [&](int thread) {
-    for (int i = 0; i < 3000; ++i) {
-      Add(caches, static_cast<unsigned char>(i % 5))->SetDropFlag(i % 4 == 0);
-      caches.GetFromCacheMap(hashId);
-      caches.GetSourceImage(hashId.c_str());
-      if (i % 8 == thread) caches.UpdateCacheMap();
-      if (i % 16 == thread) caches.CleanAllCacheMap();
-      if (!timePoint.IsTimePointOpen()) timePoint.SetTimePointToTaskEffect(i);
-    }
-  });
-  EXPECT_TRUE(timePoint.IsTimePointOpen());
 }
 
 TEST(TaskEffectTimeManager, IsOpenAboveZeroOnly) {
