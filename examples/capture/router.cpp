@@ -79,17 +79,13 @@ void Router::Run(ImageSource& source, ThreadPoolBase& pool, NxSemaphore& events)
 }
 
 bool Router::StartNext(ImageSource& source, ThreadPoolBase& pool, NxSemaphore& events) {
+  const TraceStamp begin = TraceStamp::Now();
   const std::unique_ptr<CImageData> image(source.GetImage());
   if (image == nullptr) return false;
   const int id = image->GetImageTag()->GetImageId();
-  NxRef<NxImageData> picture;
-  NxRef<NxImageData> grey;
-  {
-    const TraceScope span(SpanKind::kConvert, "convert", id);
-    picture = Share(*image);
-    grey = MakeGrey(picture);
-  }
-  const TraceScope span(SpanKind::kSchedule, "start", id);
+  const NxRef<NxImageData> picture = Share(*image);
+  const NxRef<NxImageData> grey = MakeGrey(picture);
+  const TraceStamp converted = TraceStamp::Now();
   // Both are the same image to whoever compares ids, and hashing it once is enough.
   if (grey != picture) grey->SetHashID(picture->GetHashID());
   NxRef<NxSourceImageObject> object =
@@ -100,6 +96,9 @@ bool Router::StartNext(ImageSource& source, ThreadPoolBase& pool, NxSemaphore& e
   const NxRef<NxRegionObject> whole =
       new NxRegionObject(object.get(), intermediate_results::ROET_Default, info, nullptr);
   graph_.Run(whole, &pool, &events);
+  TraceLane& lane = Trace::CurrentLane();
+  lane.Add(SpanKind::kConvert, "convert", id, begin, converted);
+  lane.Add(SpanKind::kSchedule, "start", id, converted, TraceStamp::Now());
   return true;
 }
 

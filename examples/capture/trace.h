@@ -15,7 +15,7 @@ namespace velmora::capture {
 /// What a span of time was spent on.
 enum class SpanKind : std::uint8_t {
   kRead,      ///< an image file was read and decoded
-  kConvert,   ///< a picture was made grey
+  kConvert,   ///< a picture was taken from the source and made grey
   kSchedule,  ///< the engine began with an image
   kItem,      ///< a pool thread processed a work item, the module's work included, and moved on
   kWork,      ///< a module did its work

@@ -78,7 +78,7 @@ TEST(Samples, ReadAsLinesFromAList) {
   EXPECT_EQ(run.out.substr(0, run.out.find("2 images")),
             "samples/qr.png: 209x209, 1 code\n"
             "    QR          https://example.org/velmora\n"
-            "samples/none.jpg: 320x240, no code\n");
+            "samples/none.jpg: 640x480, no code\n");
   EXPECT_NE(run.out.find("\n2 images, 2 read, 0 failed, 1 code;"), std::string::npos) << run.out;
   EXPECT_EQ(run.err, "");
 }
