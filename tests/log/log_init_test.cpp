@@ -50,6 +50,7 @@ TEST(LogInit, TakesTheFirstFileThatCanBeRead) {
   EXPECT_FALSE(AllowLogging(5, LM_Image));
   EXPECT_EQ(log.GetSavePath(), pathWithoutBlanks);
   EXPECT_EQ(log.GetOutputMode(), OM_Cache);
+  EXPECT_EQ(log.GetRouterLogFile(), pathWithoutBlanks + "VelmoraRtr.log");
 
   // A second file changes nothing.
   WriteFile(directory / "second.ini", Settings("elsewhere", "Level=9\nMode=3\n"));
@@ -61,6 +62,11 @@ TEST(LogInit, TakesTheFirstFileThatCanBeRead) {
   EXPECT_NE(ReadFile(pathWithoutBlanks + "VelmoraScanlyx.log").find("]cached\n"),
             std::string::npos);
   std::filesystem::remove_all(pathWithoutBlanks);
+
+  // The host's settings replace everything but the router's file.
+  log.InitLogFromSetting(LM_None, 0, "elsewhere/");
+  EXPECT_EQ(log.GetSavePath(), "elsewhere/");
+  EXPECT_EQ(log.GetRouterLogFile(), pathWithoutBlanks + "VelmoraRtr.log");
 }
 
 }  // namespace

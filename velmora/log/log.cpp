@@ -81,6 +81,12 @@ void NxLog::SetSavePath(const std::string& path) {
   state.savePath = path;
 }
 
+std::string NxLog::GetRouterLogFile() const {
+  LogState& state = GetLogState();
+  const Lock lock(state.lock);
+  return state.routerLogFile;
+}
+
 void NxLog::WriteTextLog(int level, const char* format, ...) {
   if (!AllowLogging(level, LM_Text)) return;
   std::va_list arguments;

@@ -109,6 +109,10 @@ class VELMORA_EXPORT NxLog {
   std::string GetSavePath() const;
   void SetSavePath(const std::string& path);
 
+  /// The file into which the router module writes its own lines; nothing here does. Named by
+  /// `InitLog` alone, empty before.
+  std::string GetRouterLogFile() const;
+
   /// Writes "[TID:thread][yyyy/mm/dd hh:mm:ss]message" and a newline, to the main log file or into
   /// the cache. Does nothing unless `AllowLogging(level, LM_Text)`. A line that the file refuses is
   /// counted by `GetLostLineCount`.
