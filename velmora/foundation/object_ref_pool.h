@@ -15,6 +15,7 @@ namespace velmora::basic_structures {
 /// @threadsafety any thread
 class VELMORA_EXPORT NxObjectRefPool {
  public:
+  /// @return the address of `m_instance`
   static NxObjectRefPool* GetInstance() noexcept;
 
   /// Adds a reference; null does nothing.
@@ -24,7 +25,7 @@ class VELMORA_EXPORT NxObjectRefPool {
   /// @throws int 4711 (`kOverReleaseError`) if @p obj has no reference left
   void ReleaseCache(NxObjectBase* obj);
 
-  static NxObjectRefPool m_instance;
+  static NxObjectRefPool m_instance;  ///< the only one
 
  private:
   NxObjectRefPool() = default;

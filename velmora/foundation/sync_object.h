@@ -12,6 +12,8 @@ namespace velmora {
 /// `std::lock_guard<const SyncObject>` takes it. Assignment copies the lock object byte for byte;
 /// never assign while anyone uses either side.
 ///
+/// Locking and errors are those of `platform::CriticalSection`.
+///
 /// @threadsafety lock() and unlock() from any thread
 class VELMORA_EXPORT SyncObject {
  public:

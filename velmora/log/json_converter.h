@@ -12,6 +12,8 @@ class Value;
 
 namespace velmora {
 
+/// JSON values as text, for log files and for people.
+///
 /// @threadsafety any thread
 class VELMORA_EXPORT JsonConverter {
  public:

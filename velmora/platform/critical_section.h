@@ -27,7 +27,10 @@ class VELMORA_EXPORT CriticalSection {
   /// side may be held or waited for.
   CriticalSection& operator=(const CriticalSection& other) noexcept;
 
+  /// @throws std::system_error if its owner locks it more often than the system counts (never on
+  ///         Windows)
   void lock() const;
+  /// For the thread that holds it.
   void unlock() const;
 
  private:

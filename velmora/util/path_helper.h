@@ -20,6 +20,7 @@ namespace velmora {
 /// @threadsafety any thread; nothing is kept between calls
 class VELMORA_EXPORT PathHelper {
  public:
+  /// What a path leads to.
   enum PathType : int {
     PT_File = 0,       ///< a regular file
     PT_Directory = 1,  ///< a directory
