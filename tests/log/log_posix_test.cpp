@@ -78,5 +78,22 @@ TEST_F(PosixLog, GoesOnWhereTheDiskBecameFull) {
   EXPECT_EQ(Messages(), want);
 }
 
+TEST_F(PosixLog, WritesACachedLineAgainIfAnotherCameBetween) {
+  Configure(LM_Text, 1);
+  log.SetOutputMode(OM_Cache);
+  log.WriteTextLog(1, "cached");
+  WithFileSizeLimit(4, [&] { EXPECT_FALSE(log.OutputCacheLog()); });
+  log.SetOutputMode(OM_File);
+  log.WriteTextLog(1, "between");
+  EXPECT_TRUE(log.OutputCacheLog());
+  EXPECT_EQ(Messages(), (Lines{"odd line [TID", "between", "cached"}));
+  log.SetOutputMode(OM_Cache);
+  log.WriteTextLog(1, "moved");
+  WithFileSizeLimit(ReadFile(LogFile()).size() + 4, [&] { EXPECT_FALSE(log.OutputCacheLog()); });
+  log.InitLogFromSetting(LM_Text, 1, (directory / "other").c_str());
+  EXPECT_TRUE(log.OutputCacheLog());
+  EXPECT_EQ(ReadFile(directory / "otherVelmoraScanlyx.log").substr(0, 5), "[TID:");
+}
+
 }  // namespace
 }  // namespace velmora

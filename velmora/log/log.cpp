@@ -64,6 +64,7 @@ void NxLog::InitLogFromSetting(LogMode mode, int level, const char* path) {
   state.savePath = path == nullptr ? "" : path;
   state.mainLogFile = state.savePath + kMainLogName;
   state.isTorn = false;
+  state.firstLineTaken = 0;
   SetMode(mode);
   SetLevel(level);
   state.initialised = true;
@@ -128,11 +129,12 @@ bool NxLog::OutputCacheLog() {
   for (const std::string& line : state.cache) text += line;
   if (text.empty()) return true;
 
-  std::size_t taken = internal::AppendToMainLog(state, text);
+  text.erase(0, state.firstLineTaken);
+  std::size_t taken = state.firstLineTaken + internal::AppendToMainLog(state, text);
   auto line = state.cache.begin();
   for (; line != state.cache.end() && taken >= line->size(); ++line) taken -= line->size();
   // The next call goes on in the middle of a line, should the file have refused there.
-  if (line != state.cache.end()) line->erase(0, taken);
+  state.firstLineTaken = taken;
   state.cache.erase(state.cache.begin(), line);
   return state.cache.empty();
 }

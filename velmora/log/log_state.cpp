@@ -1,4 +1,5 @@
 #include <cstdio>
+#include <utility>
 
 #include "velmora/log/internal/log_state.h"
 
@@ -32,6 +33,7 @@ std::size_t AppendToMainLog(LogState& state, const std::string& text) {
 }
 
 bool AppendWhole(LogState& state, const std::string& text) {
+  if (std::exchange(state.firstLineTaken, 0) != 0) state.isTorn = true;
   const std::size_t taken = AppendToMainLog(state, text);
   if (taken == text.size()) return true;
   if (taken != 0) state.isTorn = true;

@@ -3,6 +3,7 @@
 
 #include <json/value.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <map>
@@ -21,7 +22,8 @@ struct LogState {
   bool initialised = false;
   std::string imageName;
   std::deque<std::string> directoryLayers;
-  std::vector<std::string> cache;                    // whole lines with their newline
+  std::vector<std::string> cache;  // whole lines with their newline
+  std::size_t firstLineTaken = 0;  // with so much of the first one the main log file ends already
   std::map<std::uint64_t, Json::Value> jsonRecords;  // by number, so oldest first
   std::uint64_t lastRecordNumber = 0;
   bool isTorn = false;  // the main log file ends inside a text whose rest will not follow
@@ -38,7 +40,8 @@ LogState& GetLogState();
 // caller will go on with that rest.
 std::size_t AppendToMainLog(LogState& state, const std::string& text);
 
-// Returns whether the file took the whole text. What it took of a part is torn.
+// Returns whether the file took the whole text. What it took of a part is torn, and so is a cached
+// line whose rest this text comes before: all of it is to be written again.
 bool AppendWhole(LogState& state, const std::string& text);
 
 }  // namespace velmora::internal
