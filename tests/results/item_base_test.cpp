@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <vector>
+
 namespace velmora {
 namespace {
 
@@ -66,6 +68,30 @@ TEST(ItemBase, MayBeAssignedItsOwnReferenceItem) {
   item = dynamic_cast<BareItem&>(*item.GetReferenceItem());
   ExpectCopiedFields(item);
   EXPECT_FALSE(item.GetReferenceItem()->IsUpload()) << "now that of its reference item";
+}
+
+// Notes whether it still holds an item when it dies.
+class RingItem final : public NxvItemBase {
+ public:
+  explicit RingItem(std::vector<bool>& held) : held_(held) {}
+  ~RingItem() override { held_.push_back(GetReferenceItem() != nullptr); }
+  CapturedResultItemType GetType() const override { return basic_structures::CRIT_OriginalImage; }
+
+ private:
+  std::vector<bool>& held_;
+};
+
+TEST(ItemBase, MayCutTheRingItIsIn) {
+  std::vector<bool> held;
+  NxvItemBase* inRing = nullptr;
+  {
+    const NxRef<NxvItemBase> a = new RingItem(held), b = new RingItem(held);
+    a->SetReferenceItem(b);
+    b->SetReferenceItem(a);
+    inRing = a.get();
+  }
+  inRing->SetReferenceItem(nullptr);
+  EXPECT_EQ(held, (std::vector<bool>{true, false})) << "the one that lets go dies last";
 }
 
 TEST(ItemBase, HandsOutItsFaceWithAReference) {

@@ -155,6 +155,9 @@ TEST_F(ResultItems, DieBehindTheLocksOfAllResults) {
   EXPECT_TRUE(parent->GetResultItems().empty());
   child->AddResultItem(new NosyItem(child.get(), items_[2].get()));
   child->ClearAllItems();
+  for (const Result& each : {child, parent})  // two items of one face, as assigning makes them
+    each->AddResultItem(new NosyItem(child.get(), items_[0].get()));
+  child->RemoveResultItem(items_[0].get());
 }
 
 // Half of the threads work on the child, the other half on its parent, each with items of its own

@@ -30,6 +30,12 @@ NxvItemBase& NxvItemBase::operator=(const NxvItemBase& other) {
 
 NxvItemBase::~NxvItemBase() = default;
 
+void NxvItemBase::SetReferenceItem(const NxRef<NxvItemBase>& item) {
+  // The old one goes last, from outside of this object: cutting a ring may destroy this item.
+  NxRef<NxvItemBase> other = item;
+  referenceItem_.swap(other);
+}
+
 void NxvItemBase::SetTargetAndTaskName(const std::string& target, const std::string& task) {
   targetName_ = target;
   taskName_ = task;

@@ -39,8 +39,9 @@ class VELMORA_EXPORT NxvItemBase : public NxObjectBase {
   /// What the item is. Declared as in `CCapturedResultItem`: one override serves both.
   virtual CapturedResultItemType GetType() const = 0;
 
-  /// Shares @p item as the one that this item was derived from.
-  void SetReferenceItem(const NxRef<NxvItemBase>& item) { referenceItem_ = item; }
+  /// Shares @p item as the one that this item was derived from. Do not close a ring of reference
+  /// items: it keeps itself alive until it is cut.
+  void SetReferenceItem(const NxRef<NxvItemBase>& item);
   /// Empty if there is none.
   const NxRef<NxvItemBase>& GetReferenceItem() const noexcept { return referenceItem_; }
 

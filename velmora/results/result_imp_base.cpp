@@ -64,23 +64,19 @@ int ResultImpBase::AddResultItemExternal(NxvItemBase* item) {
 }
 
 int ResultImpBase::RemoveResultItem(const CCapturedResultItem* item) {
-  if (item != nullptr) TakeOut(item);  // dies here, behind the locks, as in ClearAllItems
+  Items taken;  // dies behind the locks, as in ClearAllItems
+  if (item != nullptr) TakeOut(item, taken);
   return EC_Ok;
 }
 
-NxRef<NxvItemBase> ResultImpBase::TakeOut(const CCapturedResultItem* face) {
-  NxRef<NxvItemBase> taken;
+void ResultImpBase::TakeOut(const CCapturedResultItem* face, Items& taken) {
   const std::lock_guard lock(itemsLock_);
   const auto found = Find(items_, face);
   if (found != items_.end()) {
-    taken = *found;
+    taken.push_back(*found);
     items_.erase(found);
   }
-  if (captureResult_ != nullptr) {
-    NxRef<NxvItemBase> above = captureResult_->TakeOut(face);
-    if (!taken) taken.swap(above);
-  }
-  return taken;
+  if (captureResult_ != nullptr) captureResult_->TakeOut(face, taken);
 }
 
 bool ResultImpBase::HasResultItem(const CCapturedResultItem* item) const {

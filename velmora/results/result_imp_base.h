@@ -115,9 +115,9 @@ class VELMORA_EXPORT ResultImpBase : public NxObjectBase {
   void ReleaseCache() { release(); }
 
  private:
-  // Removes as RemoveResultItem does. The item that was removed, or else the enclosing results' one,
-  // goes back to the caller: its destructor may come back to any of these results.
-  NxRef<NxvItemBase> TakeOut(const CCapturedResultItem* face);
+  // Removes as RemoveResultItem does. What was removed goes to the caller's list: the destructor of
+  // an item may come back to any of these results.
+  void TakeOut(const CCapturedResultItem* face, std::vector<NxRef<NxvItemBase>>& taken);
 
   std::unique_ptr<CImageTag> sourceImageTag_;
   std::int32_t errorCode_ = 0;
