@@ -25,6 +25,7 @@ class VELMORA_EXPORT NxIntermediateResult : public intermediate_results::CInterm
   NxIntermediateResult& operator=(const NxIntermediateResult& other);
   ~NxIntermediateResult() override;
 
+  /// Shares @p unit behind those that are there.
   void AddUnit(NxRef<SectionResultUnitBase> unit);
 
   /// In the order in which they were added.

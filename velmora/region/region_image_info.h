@@ -41,13 +41,16 @@ class VELMORA_EXPORT NxRegionImageInfo : public NxObjectBase {
   /// Nine doubles, 3x3 row major, borrowed.
   const double* GetOriginalToLocalTransMat() const { return originalToLocal_.data(); }
 
-  /// Adds @p items (shared) behind the tips that @p key has already.
+  /// Adds @p items (shared) behind the tips that @p key has already. A tip that holds this object,
+  /// as a region measured in it does, keeps it alive until it is cleared.
   void AddTipsData(const std::string& key, const std::vector<NxRef<NxObjectBase>>& items);
 
   /// A copy of the tips of @p key, in the order in which they were added; empty if it has none.
   std::vector<NxRef<NxObjectBase>> GetTipsData(const std::string& key) const;
 
+  /// Releases the tips of @p key, if it has any.
   void ClearTipsData(const std::string& key);
+  /// Releases the tips of every key.
   void ClearAllTipsData();
 
  private:

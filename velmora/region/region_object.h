@@ -79,6 +79,7 @@ class VELMORA_EXPORT NxRegionObject : public Nx_Quad {
   ///         changes
   int SetLocationWithQuadrilateral(const basic_structures::CQuadrilateral& quadrilateral);
 
+  /// Where the region is, in pixels of `GetRegionImage`.
   const Nx_Quad& GetRegionQuad() const { return *this; }
 
   /// True if the vertices equal the four at @p points in that very order. False for null.
@@ -103,10 +104,12 @@ class VELMORA_EXPORT NxRegionObject : public Nx_Quad {
 
   /// The hash id, computed on the first call if it is still empty; empty without an image.
   const std::string& GetRegionHashId();
+  /// Replaces the hash id, until the region moves; an empty one is computed again when asked for.
   void SetRegionHashId(const std::string& hashId) { hashId_ = hashId; }
 
   intermediate_results::RegionObjectElementType GetRegionType() const { return type_; }
   void SetRegionType(intermediate_results::RegionObjectElementType type) { type_ = type; }
+  /// How good the find is, on a scale of the module that made it; 0 at first.
   int GetRegionScore() const { return score_; }
   void SetRegionScore(int score) { score_ = score; }
 
@@ -114,7 +117,8 @@ class VELMORA_EXPORT NxRegionObject : public Nx_Quad {
   const NxRef<NxSourceImageObject>& GetSourceImageObject() const { return source_; }
   void SetSourceImageObject(const NxRef<NxSourceImageObject>& source) { source_ = source; }
 
-  /// What the region is measured in.
+  /// What the region is measured in: a new reference, or the region's own one. Whoever assigns to
+  /// that moves nothing and computes nothing anew: `InitNxRegionObject` does.
   NxRef<NxRegionImageInfo> GetRegionImageInfo() const { return imageInfo_; }
   NxRef<NxRegionImageInfo>& GetRegionImageInfo() { return imageInfo_; }
 
@@ -169,6 +173,7 @@ class VELMORA_EXPORT NxRegionObject : public Nx_Quad {
   bool IsImageDataValid() const { return isImageDataValid_; }
   void SetImageDataValidFlag(bool isValid) { isImageDataValid_ = isValid; }
 
+  /// Names of the target-ROI definition and of the task that produced the region; empty at first.
   const std::string& GetTargetROIDefName() const { return targetRoiDefName_; }
   void SetTargetROIDefName(const std::string& name) { targetRoiDefName_ = name; }
   const std::string& GetProductTaskName() const { return productTaskName_; }

@@ -84,6 +84,7 @@ class VELMORA_EXPORT SectionResultUnitBase : public NxUnitBase {
   /// Borrowed.
   NxRegionImageInfo* GetSectionImageInfo() const { return info_.get(); }
 
+  /// Shares @p element behind those that are there.
   void AddElement(NxRef<NxRegionObject> element);
   /// Replaces an element. The index is not checked.
   void SetElement(int index, NxRef<NxRegionObject> element);

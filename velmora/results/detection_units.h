@@ -17,9 +17,8 @@ class CPredetectedRegionElement;
 class CTextZone;
 
 // The lists below share one shape. Positions are in the coordinates of the image that the unit
-// works on. An index counts from 0; getters give null and setters -10008 (`EC_IndexInvalid`) for
-// one that is out of range, and -10002 (`EC_NullPointer`) for a null argument. What a getter
-// returns is borrowed and valid until the list changes.
+// works on. An index counts from 0; what changes a list gives -10008 (`EC_IndexInvalid`) for one
+// that is out of range and -10002 (`EC_NullPointer`) for a null argument.
 
 /// The outlines of the shapes in a binary image.
 class VELMORA_EXPORT CContoursUnit : public CIntermediateResultUnit {
@@ -55,7 +54,9 @@ class VELMORA_EXPORT CPredetectedRegionsUnit : public CIntermediateResultUnit {
  public:
   ~CPredetectedRegionsUnit() override;
 
+  /// Number of regions.
   virtual int GetCount() const = 0;
+  /// @return borrowed, valid until the list changes; null if there is no such region
   virtual const CPredetectedRegionElement* GetPredetectedRegion(int index) const = 0;
   /// Appends a clone. @return 0, or an `ErrorCode` with nothing changed
   virtual int AddPredetectedRegion(const CPredetectedRegionElement* region) = 0;
@@ -71,7 +72,9 @@ class VELMORA_EXPORT CTextZonesUnit : public CIntermediateResultUnit {
  public:
   ~CTextZonesUnit() override;
 
+  /// Number of zones.
   virtual int GetCount() const = 0;
+  /// @return borrowed, valid until the list changes; null if there is no such zone
   virtual const CTextZone* GetTextZone(int index) const = 0;
   /// Appends a copy. @return 0, or an `ErrorCode` with nothing changed
   virtual int AddTextZone(const CTextZone* textZone) = 0;
@@ -87,7 +90,9 @@ class VELMORA_EXPORT CLineSegmentsUnit : public CIntermediateResultUnit {
  public:
   ~CLineSegmentsUnit() override;
 
+  /// Number of lines.
   virtual int GetCount() const = 0;
+  /// @return borrowed, valid until the list changes; null if there is no such line
   virtual const basic_structures::CLineSegment* GetLineSegment(int index) const = 0;
   /// Appends a copy. @return 0, or an `ErrorCode` with nothing changed
   virtual int AddLineSegment(const basic_structures::CLineSegment* line) = 0;
@@ -103,7 +108,9 @@ class VELMORA_EXPORT CShortLinesUnit : public CIntermediateResultUnit {
  public:
   ~CShortLinesUnit() override;
 
+  /// Number of lines.
   virtual int GetCount() const = 0;
+  /// @return borrowed, valid until the list changes; null if there is no such line
   virtual const basic_structures::CLineSegment* GetShortLine(int index) const = 0;
   /// Appends a copy. @return 0, or an `ErrorCode` with nothing changed
   virtual int AddShortLine(const basic_structures::CLineSegment* line) = 0;

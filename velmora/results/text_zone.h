@@ -24,6 +24,7 @@ class VELMORA_EXPORT CTextZone {
   /// @throws std::bad_alloc
   CTextZone(const basic_structures::CQuadrilateral& location, const int* indices, int count);
 
+  /// Copies location and indices. @throws std::bad_alloc
   CTextZone(const CTextZone& other);
 
   /// Copies location and indices of @p other.
