@@ -22,6 +22,7 @@ using Points = std::array<NxPoint_<int>, 4>;
 const Points kWhole = {{{0, 0}, {7, 0}, {7, 8}, {0, 8}}};  // of an image of 8 by 9
 const Points kWholeTurned = {{{7, 0}, {7, 8}, {0, 8}, {0, 0}}};
 const Points kPart = {{{1, 2}, {5, 2}, {5, 6}, {1, 6}}};
+const Points kElsewhere = {{{0, 0}, {3, 0}, {3, 3}, {0, 3}}};
 
 // Worked out apart from this library. The image is "ab". The text of a quad hashes to BKDR_900904312
 // for kPart; "BKDR_3105BKDR_900904312" hashes to the id.
@@ -92,6 +93,7 @@ TEST_F(RegionObject, TakesItsFlagsFromTheImageItIsGiven) {
   EXPECT_EQ(region.GetTransMatFromOriginalToLocal()[8], 1);
   EXPECT_EQ(region.GetRegionHashId(), "");
   region.InitNxRegionObject(info_, nullptr);
+  EXPECT_TRUE(region.IsImageDataValid()) << "nothing extracted: as it was";
   region.InitNxRegionObject(new NxRegionImageInfo(nullptr, nullptr), nullptr);
   EXPECT_FALSE(region.RegionIsWholeImage() || region.IsImageDataValid());
   EXPECT_TRUE(region.IsTotSamePoints(kWhole.data())) << "the old place stays";
@@ -118,17 +120,29 @@ TEST_F(RegionObject, MovesToConvexQuadrilateralsOnly) {
                        Row{"crossed, untied", {{{1, 2}, {5, 6}, {5, 2}, {1, 6}}}, &kPart},
                        Row{"one inside the others", {{{0, 0}, {8, 0}, {2, 2}, {0, 8}}}, nullptr},
                        Row{"three in a line", {{{0, 0}, {4, 0}, {8, 0}, {0, 8}}}, nullptr},
-                       Row{"the whole image again", kWhole, &kWhole}}) {
+                       Row{"clockwise from another corner", kWholeTurned, &kWholeTurned},
+                       Row{"the whole image", kWhole, &kWhole}}) {
     SCOPED_TRACE(r.name);
-    const NxRef<NxRegionObject> region = MakeRegion(nullptr);
-    EXPECT_EQ(region->GetArea(-1, -1), 56);  // and fills the cache
+    const NxRef<NxRegionObject> region = MakeRegion(&kElsewhere);
+    EXPECT_EQ(region->GetArea(-1, -1), 9);  // and fills the cache
     EXPECT_EQ(region->SetLocationWithQuadrilateral(Location(r.points)), r.stored ? 0 : -50057);
-    const bool isPart = r.stored == &kPart;
-    EXPECT_TRUE(region->IsTotSamePoints((isPart ? kPart : kWhole).data()));
-    EXPECT_EQ(region->RegionIsWholeImage(), !isPart);
-    EXPECT_EQ(region->GetRegionHashId(), isPart ? kPartHashId : kImageHashId);
-    EXPECT_EQ(region->GetArea(-1, -1), isPart ? 16 : 56);
+    const NxRef<NxRegionObject> twin = MakeRegion(r.stored ? r.stored : &kElsewhere);
+    EXPECT_TRUE(region->IsTotSamePoints(twin->GetVertices()));
+    EXPECT_EQ(region->RegionIsWholeImage(), twin->RegionIsWholeImage());
+    EXPECT_EQ(region->GetRegionHashId(), twin->GetRegionHashId());
+    EXPECT_EQ(region->GetArea(-1, -1), twin->GetArea(-1, -1));
   }
+}
+
+TEST_F(RegionObject, TellsItsConcreteClassThatItMoved) {
+  struct Watched : NxRegionObject {
+    void Init() override { ++moves; }
+    int moves = 0;
+  } region;
+  EXPECT_EQ(region.SetLocationWithQuadrilateral({}), -50057);
+  EXPECT_EQ(region.moves, 0);
+  EXPECT_EQ(region.SetLocationWithQuadrilateral(Location(kPart)), 0);
+  EXPECT_EQ(region.moves, 1);
 }
 
 // A region without a capture has no hash id until it is asked, and then keeps it when it moves.
@@ -153,10 +167,15 @@ TEST_F(RegionObject, ComputesTheHashIdOnDemandWithoutACapture) {
 }
 
 TEST_F(RegionObject, SharesItsStatusWithCopiesAndKeepsTheElementWhenAssigned) {
-  SpotRegion spot(source_.get(), info_, Nx_Quad(kPart.data()));
+  SpotRegion spot(source_.get(), info_, Nx_Quad(kWhole.data()));
+  spot.SetObjectId("object");
+  spot.SetRegionHashId("region");
   spot.SetTargetROIDefName("definition");
   spot.SetProductTaskName("task");
   spot.SetRegionScore(9);
+  spot.SetPDFVectorValidFlag(true);
+  spot.SetImageDataValidFlag(false);
+  spot.InitWorkModesState(0, {"A"});
   spot.SetReferenceRegion(MakeRegion(nullptr));
   NxRegionObject copy(spot), assigned;
   assigned.SetChecked();
@@ -170,8 +189,11 @@ TEST_F(RegionObject, SharesItsStatusWithCopiesAndKeepsTheElementWhenAssigned) {
   EXPECT_FALSE(spot.IsValid() || spot.IsChecked());
   for (NxRegionObject* same : {&copy, &assigned}) {
     EXPECT_TRUE(same->IsUpload() && !same->IsValid() && !same->IsChecked());
-    EXPECT_TRUE(same->IsTotSamePoints(kPart.data()));
+    EXPECT_TRUE(same->IsTotSamePoints(kWhole.data()) && same->RegionIsWholeImage());
+    EXPECT_TRUE(same->IsPDFVectorValid() && !same->IsImageDataValid());
+    EXPECT_EQ(same->GetObjectId() + same->GetRegionHashId(), "objectregion");
     EXPECT_EQ(same->GetTargetROIDefName() + same->GetProductTaskName(), "definitiontask");
+    EXPECT_EQ(&same->GetStates(), &spot.GetStates());
     EXPECT_EQ(same->GetRegionScore(), 9);
     EXPECT_EQ(same->GetRegionType(), spots::kSpotRegion);
     EXPECT_EQ(same->GetSourceImageObject(), source_);

@@ -115,16 +115,22 @@ TEST_F(ResultItems, OnlyExternalChangesReachTheEnclosingResults) {
   EXPECT_EQ(Held(*middle) + Held(*top), "") << "removed though the child did not hold it";
 }
 
+// Its public face was never told.
+class FacelessItem final : public NxvItemBase {
+ public:
+  basic_structures::CapturedResultItemType GetType() const override { return spots::kSpotItem; }
+};
+
 TEST_F(ResultItems, RemovesTheFirstWithThatFaceAndKeepsTheOrder) {
   const Result result = NewResult();
-  result->AddResultItems({nullptr, items_[0], items_[1], items_[2], items_[1]});
-  EXPECT_EQ(result->RemoveResultItem(nullptr), 0) << "an empty reference has no face to match";
+  result->AddResultItems({nullptr, items_[0], items_[1], items_[2], items_[1], new FacelessItem});
+  EXPECT_EQ(result->RemoveResultItem(nullptr), 0) << "no face is none to match";
   EXPECT_FALSE(result->HasResultItem(nullptr));
   const SpotItem stranger({});
   EXPECT_EQ(result->RemoveResultItem(&stranger), 0);
-  for (const char* left : {"-0121", "-021", "-02"}) {
+  for (const char* left : {"-0121-", "-021-", "-02-"}) {
     EXPECT_EQ(Held(*result), left);
-    EXPECT_EQ(result->HasResultItem(items_[1].get()), left != std::string("-02"));
+    EXPECT_EQ(result->HasResultItem(items_[1].get()), left != std::string("-02-"));
     result->RemoveResultItem(items_[1].get());
   }
 }
