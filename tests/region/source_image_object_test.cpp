@@ -101,20 +101,25 @@ TEST(SourceImageObject, FilesARecordOfItsImageWithTheLog) {
 
 TEST(SourceImageObject, CountsEveryChargeAndErrorOfManyThreads) {
   NxSourceImageObject source(MakeImage("ab", 2, 1).get(), 1, 3999);
+  testing::Lockstep lockstep(8);
   testing::RunTogether(8, [&](int) {
     for (int i = 0; i < 500; ++i) {
+      lockstep.Enter(i);
+      source.AddTimeDuration(1);
       EXPECT_EQ(source.GetHashID(), "BKDR_3105");
       source.AddErrorCodeInfo(EC_Timeout, "definition", "task", nullptr, nullptr);
       EXPECT_EQ(source.GetErrorCode(), EC_Timeout);
       source.IsCheckPointNeedExit(nullptr, kLevel);
-      source.AddTimeDuration(1);
     }
   });
   EXPECT_EQ(source.GetElapsedTime(), 4000);
   EXPECT_EQ(source.GetErrorRecords().size(), 4000U);
-  const testing::ScopedLog log(LM_Text, 9);
-  EXPECT_TRUE(source.IsCheckPointNeedExit(nullptr, kLevel));
-  EXPECT_NE(log.Text().find("]timeout: 4000\n"), std::string::npos) << log.Text();
+  for (const int level : {8, 9}) {
+    const testing::ScopedLog log(LM_Text, level);
+    EXPECT_TRUE(source.IsCheckPointNeedExit(nullptr, kLevel));
+    const bool isLogged = log.Text().find("]timeout: 4000\n") != std::string::npos;
+    EXPECT_EQ(isLogged, level == 9) << log.Text();
+  }
 }
 
 }  // namespace

@@ -38,7 +38,9 @@ TEST(UnitBase, FindsItsPublicFaceAcrossTheObjectAndLogsIt) {
   unit.SetHashId("unit");
   auto* const face = static_cast<CIntermediateResultUnit*>(&unit);
   SectionResultUnitBase faceless(nullptr, nullptr);
-  const testing::ScopedLog log(LM_Text, 9);
+  const testing::ScopedLog log(LM_Text, 8);
+  EXPECT_TRUE(SpotsUnit(nullptr, nullptr).TransToCIntermediateResultUnitPtr());  // in silence
+  NxLog::GetInstance().SetLevel(9);
   EXPECT_EQ(unit.GetCIntermediateResultUnitPtr(), nullptr);
   EXPECT_TRUE(unit.TransToCIntermediateResultUnitPtr());
   EXPECT_EQ(unit.GetCIntermediateResultUnitPtr(), face);

@@ -45,17 +45,21 @@ TEST(ObservationParameters, TheFirstTaskEndsTheObservationOfOthers) {
 // Thread t sets the bits t, t + 8, t + 16... in this order, the function mark before the time mark:
 // nobody may see a later one without an earlier one, or see one go again.
 TEST(ObservationParameters, EightThreadsLoseNoMark) {
+  constexpr int kThreads = 8;
   constexpr unsigned long long kOfOddThreads = 0xAAAA'AAAA'AAAA'AAAA;
-  std::vector<CObservationParametersImp> all(8000);  // enough for the threads to collide on some
-  testing::RunTogether(8, [&all](int thread) {
+  std::vector<CObservationParametersImp> all(500);
+  testing::Lockstep lockstep(kThreads);
+  testing::RunTogether(kThreads, [&](int thread) {
+    int round = 0;
     for (CObservationParametersImp& parameters : all) {
+      lockstep.Enter(round++);
       unsigned long long seen = 0;
-      for (int bit = thread; bit < 64; bit += 8) {
+      for (int bit = thread; bit < 64; bit += kThreads) {
         parameters.SetFunctionMark(1ULL << bit);
         parameters.SetTimeMark(1ULL << bit & kOfOddThreads);
         const unsigned long long times = parameters.GetTimeMark(~0ULL);
         const unsigned long long functions = parameters.GetFunctionMark(~0ULL);
-        EXPECT_EQ((seen | times | functions >> 8) & ~functions, 0U);
+        EXPECT_EQ((seen | times | functions >> kThreads) & ~functions, 0U);
         seen = functions;
       }
     }
