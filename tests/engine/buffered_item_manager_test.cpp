@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <deque>
 #include <locale>
 #include <map>
@@ -112,7 +113,9 @@ TEST(BufferedItemManager, HasAnIdOfItsOwn) {
   for (int i = 0; i < 50; ++i) ids.insert(BufferedItemManager().GetManagerID());
   std::locale::global(before);
   EXPECT_EQ(ids.size(), 50U);
-  EXPECT_EQ(ids.begin()->find(','), std::string::npos) << "the locale has no part in it";
+  const std::string& id = *ids.begin();
+  EXPECT_EQ(std::count(id.begin(), id.end(), '-'), 2);
+  EXPECT_EQ(id.find(','), std::string::npos) << "the locale has no part in it";
 }
 
 }  // namespace

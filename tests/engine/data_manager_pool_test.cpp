@@ -18,8 +18,8 @@ using testing::MakeSource;
 
 // An item at work on an image.
 struct Active {
-  explicit Active(const NxRef<NxSourceImageObject>& source)
-      : output(MakeRegion("page", source), MakeRegion("page"), "read", TT_ATOMIC_0),
+  explicit Active(const NxRef<NxRegionObject>& region)
+      : output(region, MakeRegion("page"), "read", TT_ATOMIC_0),
         item(&output, nullptr, nullptr, 0) {}
 
   NxOutputBase output;
@@ -29,10 +29,11 @@ struct Active {
 TEST(ActiveWorkUnitManager, ChargesEachImageInFlightOnce) {
   const NxRef<NxSourceImageObject> image = MakeSource();
   const NxRef<NxSourceImageObject> other = MakeSource();
-  Active items[] = {Active(image), Active(image), Active(other), Active(nullptr)};
+  Active items[] = {Active(MakeRegion("page", image)), Active(MakeRegion("page", image)),
+                    Active(MakeRegion("page", other)), Active(MakeRegion("page")), Active(nullptr)};
   ActiveWorkUnitManager manager;
   manager.AddTimeCheckCountForActiveWorkUnit(1);
-  for (const int i : {0, 1, 2, 3, 0, 2}) manager.LoadActiveWorkUnit(&items[i].item);
+  for (const int i : {0, 1, 2, 3, 4, 0, 2}) manager.LoadActiveWorkUnit(&items[i].item);
   manager.AddTimeCheckCountForActiveWorkUnit(10);
   EXPECT_EQ(image->GetElapsedTime(), 10);
   EXPECT_FALSE(image->IsTimeOut());

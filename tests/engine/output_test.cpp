@@ -17,9 +17,10 @@ using testing::MakeWorkOutput;
 
 TEST(Output, TakesItsNamesFromTheReferenceRegion) {
   const NxRef<NxRegionObject> reference = MakeRegion("page");
-  const NxOutputBase output(MakeRegion("line"), reference, "read", TT_ATOMIC_2);
+  const NxTaskOutput output(MakeRegion("line"), reference, "read", TT_ATOMIC_2, false, 1);
   EXPECT_EQ(output.GetTargetROIName(), "page");
   EXPECT_EQ(output.GetTaskFullName(), "{page}[read]");
+  EXPECT_EQ(output.GetFinishFlag()->GetTaskFullName(), "{page}[read]");
   const std::string hashed = "{page}[read]" + reference->GetRegionHashId();
   EXPECT_EQ(output.GetHashId(), NxHashAlgorithm::Generate_BKDRHash(
                                     hashed.data(), static_cast<unsigned>(hashed.size())));

@@ -65,9 +65,11 @@ TEST(TargetROIDefSetting, KeepsTheSecondOfTwoSettingsUnderOneName) {
   setting.AddTaskSetting("read", new NxTargetTaskSetting("page", "read", TT_ATOMIC_0, 0));
   // The name is a member of the setting that is replaced.
   setting.AddTaskSetting(setting.GetTaskMap().at("read")->GetTaskName(), second);
-  setting.AddOutputTaskSetting("show", new NxTargetTaskSetting("", "show", TT_ATOMIC_0, 0));
+  for (const char* def : {"page", ""}) {
+    setting.AddOutputTaskSetting("show", new NxTargetTaskSetting(def, "show", TT_ATOMIC_0, 0));
+  }
   EXPECT_EQ(setting.GetTaskMap(), (TargetROIDefSetting::TaskMap{{"read", second}}));
-  EXPECT_EQ(setting.GetOutputTaskMap().count("show"), 1U);
+  EXPECT_EQ(setting.GetOutputTaskMap().at("show")->GetTaskFullName(), "{}[show]");
   const std::map<std::string, std::string> names = {{"read", "{R}[read]"}, {"show", "{}[show]"}};
   EXPECT_EQ(setting.GetAllTaskNameMap(), names);
 }

@@ -51,6 +51,7 @@ int End(ExecutableWorkItem* item, NxSemaphore* /*semaphore*/) {
 }
 
 TEST(ExecutableWorkItem, RunsWorkWhileItIsRegisteredAndRecordsItsError) {
+  constexpr auto kCode = static_cast<ErrorCode>(7);  // whatever is not 0 is an error
   for (const bool throws : {false, true}) {
     ExecutableWorkItem* worked = nullptr;
     Fixture f([&](ExecutableWorkItem* item, NxSemaphore* semaphore) {
@@ -58,7 +59,7 @@ TEST(ExecutableWorkItem, RunsWorkWhileItIsRegisteredAndRecordsItsError) {
       EXPECT_EQ(semaphore, &f.semaphore);
       f.Charge(5);
       if (throws) throw std::runtime_error("");
-      return EC_Timeout;
+      return kCode;
     });
     ExecutableWorkItem item(f.task.get(), &f.work, &f.semaphore, 3);
     bool hasThrown = false;
@@ -75,7 +76,7 @@ TEST(ExecutableWorkItem, RunsWorkWhileItIsRegisteredAndRecordsItsError) {
     if (throws) continue;
     const std::array<std::string, 4> texts = {"page", "read", "", ""};
     EXPECT_EQ(f.source->GetErrorRecords()[0].texts, texts);
-    EXPECT_EQ(f.source->GetErrorCode(), EC_Timeout);
+    EXPECT_EQ(f.source->GetErrorCode(), kCode);
   }
 }
 
@@ -124,6 +125,7 @@ TEST(ResolvableWorkItem, TakesOneWorkOutputAProcess) {
     item.FinishWork();
   }
   EXPECT_EQ(order, "abdc");
+  EXPECT_NE(item.GetCurrentItem(), nullptr);
   EXPECT_EQ(f.semaphore.GetValue(), 4) << "the fifth found nothing; its current item had signalled";
   // Whoever holds an item holds its output, the item of an earlier Process too.
   EXPECT_EQ(first->GetOutput()->GetReferenceCount(), 1);
