@@ -119,6 +119,8 @@ use_compiler_cache() {
   command -v ccache >/dev/null || return 0
   export CMAKE_CXX_COMPILER_LAUNCHER=${CMAKE_CXX_COMPILER_LAUNCHER:-ccache}
   export CCACHE_BASEDIR=${CCACHE_BASEDIR:-$root} CCACHE_NOHASHDIR=${CCACHE_NOHASHDIR:-1}
+  # Without it nothing that uses a precompiled header is kept; __TIME__ occurs nowhere here.
+  export CCACHE_SLOPPINESS=${CCACHE_SLOPPINESS:-pch_defines,time_macros}
 }
 
 configure_preset() {
