@@ -7,6 +7,7 @@
 #include <iomanip>
 #include <string>
 
+#include "examples/capture/system.h"
 #include "velmora/foundation/error_code.h"
 
 namespace velmora::capture {
@@ -87,7 +88,7 @@ void WriteText(std::ostream& out, const ImageReport& report) {
 
 void WriteJsonLine(std::ostream& out, const ImageReport& report) {
   Json::Value value;
-  value["image"] = report.name;
+  value["image"] = ToUtf8(report.name);
   value["id"] = report.id;
   value["width"] = report.width;
   value["height"] = report.height;

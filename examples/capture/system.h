@@ -16,6 +16,9 @@ bool IsTerminal(StandardStream stream);
 /// Stops the system from turning line ends on standard output into its own.
 void KeepLineEnds();
 
+/// A file's name, which the C functions take in the system's own encoding, in UTF-8.
+std::string ToUtf8(const std::string& name);
+
 /// Processor time that the calling thread has used, in nanoseconds since some moment; the time of the
 /// clock where the system counts processor time in ticks only.
 std::int64_t ThreadNanoseconds();

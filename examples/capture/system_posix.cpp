@@ -16,6 +16,10 @@ bool IsTerminal(StandardStream stream) {
 
 void KeepLineEnds() {}
 
+std::string ToUtf8(const std::string& name) {
+  return name;  // bytes to the system, and UTF-8 to people
+}
+
 std::int64_t ThreadNanoseconds() {
   timespec time{};
   clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);

@@ -1,6 +1,7 @@
 #include <fcntl.h>
 #include <io.h>
 #include <process.h>
+#include <windows.h>
 
 #include <chrono>
 #include <cstdio>
@@ -15,6 +16,18 @@ bool IsTerminal(StandardStream stream) {
 
 void KeepLineEnds() {
   _setmode(_fileno(stdout), _O_BINARY);
+}
+
+std::string ToUtf8(const std::string& name) {
+  std::wstring wide(name.size(), L'\0');
+  wide.resize(static_cast<std::size_t>(MultiByteToWideChar(CP_ACP, 0, name.data(),
+                                                           static_cast<int>(name.size()), &wide[0],
+                                                           static_cast<int>(wide.size()))));
+  std::string text(wide.size() * 3, '\0');  // a UTF-16 unit is three bytes at most
+  text.resize(static_cast<std::size_t>(
+      WideCharToMultiByte(CP_UTF8, 0, wide.data(), static_cast<int>(wide.size()), &text[0],
+                          static_cast<int>(text.size()), nullptr, nullptr)));
+  return text;
 }
 
 std::int64_t ThreadNanoseconds() {

@@ -96,6 +96,19 @@ TEST(Failures, NameTheFileAndDoNotEndTheRun) {
   EXPECT_NE(run.out.find("4 images, 1 read, 3 failed, 1 code;"), std::string::npos) << run.out;
 }
 
+// In the system's own encoding on the command line, in UTF-8 in JSON.
+TEST(Failures, NameFilesInUtf8) {
+#if defined(_WIN32)
+  const char* const name = "gr\xFC\xDF.png";
+#else
+  const char* const name = "gr\xC3\xBC\xC3\x9F.png";
+#endif
+  const std::vector<Json::Value> reports = RunCapture({"--json", name}).Reports();
+  ASSERT_EQ(reports.size(), 1u);
+  EXPECT_EQ(reports[0]["image"], "gr\xC3\xBC\xC3\x9F.png");
+  EXPECT_EQ(reports[0]["errors"][0]["code"], -10005);
+}
+
 TEST(Failures, DoNotHideThatADirectoryHoldsNoPicture) {
   const testing::TemporaryDirectory folder;
   const CaptureRun run = RunCapture({folder.GetPath().string()});
