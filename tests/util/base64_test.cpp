@@ -2,10 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <random>
 #include <string>
+#include <vector>
 
 #include "tests/support/virtual_slots.h"
 
@@ -39,11 +41,9 @@ unsigned SlowValue(char c) {
 
 Bytes SlowDecode(const std::string& text) {
   std::string kept;
-  for (const char c : text) {
-    if (std::string("\a\b\t\n\v\f\r ").find(c) == std::string::npos || c == '\0') kept += c;
-  }
+  for (const char c : text)
+    if (std::string("\a\b\t\n\v\f\r ").find(c) == std::string::npos) kept += c;
   Bytes bytes;
-  std::size_t length = 0;
   for (std::size_t i = 0; i < kept.size(); i += 4) {
     const std::size_t count = std::min<std::size_t>(kept.size() - i, 4);
     unsigned v[4] = {};
@@ -51,34 +51,40 @@ Bytes SlowDecode(const std::string& text) {
       v[k] = SlowValue(kept[i + k]);
       if (v[k] == 0xFF && (count < 4 || k >= 2)) v[k] = 0;
     }
-    bytes += static_cast<char>(v[0] << 2 | (v[1] >> 4 & 3));
-    bytes += static_cast<char>(v[1] << 4 | (v[2] >> 2 & 15));
-    bytes += static_cast<char>(v[2] << 6 | (v[3] & 63));
-    length += count == 4 ? 3 : count;
+    const char group[] = {static_cast<char>(v[0] << 2 | (v[1] >> 4 & 3)),
+                          static_cast<char>(v[1] << 4 | (v[2] >> 2 & 15)),
+                          static_cast<char>(v[2] << 6 | (v[3] & 63))};
+    bytes.append(group, std::min<std::size_t>(count, 3));
   }
-  for (const char c : text) {
-    if (c == '=' && length > 0) --length;
-  }
-  return bytes.substr(0, length);
+  const auto paddings = static_cast<std::size_t>(std::count(text.begin(), text.end(), '='));
+  return bytes.substr(0, bytes.size() - std::min(paddings, bytes.size()));
 }
 
 // Anything but exactly a CBase64 goes by the virtual steps.
 class ByVirtualSteps : public CBase64 {};
 
-template <typename Codec>
-std::string Encode(Codec& codec, Bytes bytes) {
-  unsigned char* const begin = reinterpret_cast<unsigned char*>(&bytes[0]);
-  const unsigned long length = codec.Encode(begin, static_cast<unsigned long>(bytes.size()));
+unsigned char* Begin(Bytes& bytes) {
+  return reinterpret_cast<unsigned char*>(&bytes[0]);
+}
+
+unsigned long Size(const Bytes& bytes) {
+  return static_cast<unsigned long>(bytes.size());
+}
+
+std::string Encode(CBase64& codec, Bytes bytes) {
+  const unsigned long length = codec.Encode(Begin(bytes), Size(bytes));
   return {codec.EncodedMessage(), length};
 }
 
-template <typename Codec>
-Bytes Decode(Codec& codec, std::string text) {
-  unsigned char* const begin = reinterpret_cast<unsigned char*>(&text[0]);
-  codec.Decode(begin, static_cast<unsigned long>(text.size()));
-  unsigned long length = 0;
-  const unsigned char* bytes = codec.DecodedMessage(&length);
+Bytes Decoded(const CBase64& codec) {
+  unsigned long length = 1;
+  const unsigned char* const bytes = codec.DecodedMessage(&length);
   return {reinterpret_cast<const char*>(bytes), length};
+}
+
+Bytes Decode(CBase64& codec, std::string text) {
+  codec.Decode(Begin(text), Size(text));
+  return Decoded(codec);
 }
 
 // Both ways of both directions against the twins. Codecs that decode never encode: that would let
@@ -86,71 +92,45 @@ Bytes Decode(Codec& codec, std::string text) {
 class Base64 : public ::testing::Test {
  protected:
   void ExpectEncoded(const Bytes& bytes) {
-    const std::string want = SlowEncode(bytes);
-    ASSERT_EQ(Encode(encoder_, bytes), want) << ::testing::PrintToString(bytes);
-    ASSERT_EQ(Encode(slowEncoder_, bytes), want) << ::testing::PrintToString(bytes);
+    for (CBase64* codec : encoders_)
+      ASSERT_EQ(Encode(*codec, bytes), SlowEncode(bytes)) << ::testing::PrintToString(bytes);
   }
 
   void ExpectDecoded(const std::string& text) {
-    const Bytes want = SlowDecode(text);
-    ASSERT_EQ(Decode(decoder_, text), want) << ::testing::PrintToString(text);
-    ASSERT_EQ(Decode(slowDecoder_, text), want) << ::testing::PrintToString(text);
+    for (CBase64* codec : decoders_)
+      ASSERT_EQ(Decode(*codec, text), SlowDecode(text)) << ::testing::PrintToString(text);
     ASSERT_EQ(std::strcmp(decoder_.EncodedMessage(), slowDecoder_.EncodedMessage()), 0);
   }
 
   CBase64 encoder_, decoder_;
   ByVirtualSteps slowEncoder_, slowDecoder_;
+  const std::vector<CBase64*> encoders_ = {&encoder_, &slowEncoder_};
+  const std::vector<CBase64*> decoders_ = {&decoder_, &slowDecoder_};
 };
 
-TEST_F(Base64, KnowsTheStandardsVectors) {
-  struct Row {
-    const char *bytes, *text;
-  };
-  for (const Row& row : {Row{"", ""}, Row{"f", "Zg=="}, Row{"fo", "Zm8="}, Row{"foo", "Zm9v"},
-                         Row{"foob", "Zm9vYg=="}, Row{"fooba", "Zm9vYmE="},
-                         Row{"foobar", "Zm9vYmFy"}, Row{"Man", "TWFu"}, Row{"M", "TQ=="}}) {
-    SCOPED_TRACE(row.bytes);
-    EXPECT_EQ(encoder_.Encode(row.bytes), std::strlen(row.text));
-    EXPECT_EQ(Encode(encoder_, row.bytes), row.text);
-    EXPECT_EQ(Decode(decoder_, row.text), row.bytes);
-    EXPECT_EQ(SlowEncode(row.bytes), row.text);
-    EXPECT_EQ(SlowDecode(row.text), row.bytes);
-  }
-}
-
-TEST_F(Base64, DecodesLeniently) {
+TEST_F(Base64, EncodesByTheStandardAndDecodesLeniently) {
   struct Row {
     const char* name;
+    Bytes bytes;
     std::string text;
-    Bytes want;
+    bool isStandard;
   };
   for (const Row& row :
-       {Row{"line break", "TWFu\r\nTWE=", "ManMa"}, Row{"high bit", "\xD4WFu", "Man"},
-        Row{"no padding: one byte more than there is", "TQ", Bytes("M\0", 2)},
-        Row{"padding inside takes a byte too", "TQ==TWFu", Bytes("M\0\0M", 4)},
-        Row{"more padding than bytes", "=====", ""},
-        Row{"padding first keeps its bits", "=A==", ""}}) {
+       {Row{"nothing", "", "", true}, Row{"one byte", "f", "Zg==", true},
+        Row{"two bytes", "fo", "Zm8=", true}, Row{"three bytes", "foo", "Zm9v", true},
+        Row{"two groups", "fooba", "Zm9vYmE=", true},
+        Row{"line break", "ManMa", "TWFu\r\nTWE=", false}, Row{"high bit", "Man", "\xD4WFu", false},
+        Row{"no padding: one byte more than there is", Bytes("M\0", 2), "TQ", false},
+        Row{"padding inside takes a byte too", Bytes("M\0\0M", 4), "TQ==TWFu", false},
+        Row{"more padding than bytes", "", "=====", false},
+        Row{"padding first keeps its bits", "", "=A==", false}}) {
     SCOPED_TRACE(row.name);
-    EXPECT_EQ(Decode(decoder_, row.text), row.want);
+    EXPECT_EQ(SlowDecode(row.text), row.bytes);
     ExpectDecoded(row.text);
-  }
-}
-
-TEST_F(Base64, EncodesEveryShortInput) {
-  ExpectEncoded("");
-  for (int a = 0; a < 256; ++a) {
-    const char first = static_cast<char>(a);
-    ExpectEncoded({first});
-    for (int b = 0; b < 256; ++b) ExpectEncoded({first, static_cast<char>(b)});
-  }
-  // All three-byte groups: one input of 256 groups for each pair of first bytes.
-  for (int pair = 0; pair < 65536; ++pair) {
-    Bytes bytes;
-    for (int c = 0; c < 256; ++c)
-      bytes += {static_cast<char>(pair >> 8), static_cast<char>(pair), static_cast<char>(c)};
-    const std::string text = Encode(encoder_, bytes);
-    ASSERT_EQ(text, SlowEncode(bytes));
-    ASSERT_EQ(Decode(decoder_, text), bytes);
+    if (!row.isStandard) continue;
+    EXPECT_EQ(SlowEncode(row.bytes), row.text);
+    ExpectEncoded(row.bytes);
+    EXPECT_EQ(encoder_.Encode(row.bytes.c_str()), row.text.size());
   }
 }
 
@@ -184,7 +164,7 @@ TEST_F(Base64, AgreesOnLongTextsWithInterruptions) {
 }
 
 TEST_F(Base64, ReusesItsBuffers) {
-  for (CBase64* codec : {&encoder_, static_cast<CBase64*>(&slowEncoder_)}) {
+  for (CBase64* codec : encoders_) {
     const std::string old = Encode(*codec, Bytes(100, 'x'));
     const char* const buffer = codec->EncodedMessage();
     EXPECT_EQ(Encode(*codec, "0123456789"), SlowEncode("0123456789"));
@@ -192,8 +172,9 @@ TEST_F(Base64, ReusesItsBuffers) {
     EXPECT_EQ(std::string(buffer), SlowEncode("0123456789") + old.substr(16));
 
     char* const detached = codec->DetachMessage();
-    EXPECT_EQ(codec->EncodedMessage(), nullptr);
-    EXPECT_EQ(Encode(*codec, "Man"), "TWFu");  // in a new buffer
+    EXPECT_EQ(Encode(*codec, "Man"), "TWFu");
+    EXPECT_EQ(detached, buffer);
+    EXPECT_NE(codec->EncodedMessage(), buffer);
     std::free(detached);
     codec->ReleaseMem();
     EXPECT_EQ(codec->EncodedMessage(), nullptr);
@@ -202,13 +183,12 @@ TEST_F(Base64, ReusesItsBuffers) {
 }
 
 TEST_F(Base64, EncodingLetsDecodedBytesGo) {
-  for (CBase64* codec : {&decoder_, static_cast<CBase64*>(&slowDecoder_)}) {
+  for (CBase64* codec : decoders_) {
     Decode(*codec, "TWFu");
     unsigned char* const bytes = const_cast<unsigned char*>(codec->DecodedMessage());
     EXPECT_EQ(Encode(*codec, "Ma"), "TWE=");
-    unsigned long length = 1;
-    EXPECT_EQ(codec->DecodedMessage(&length), nullptr);
-    EXPECT_EQ(length, 0U);
+    EXPECT_EQ(codec->DecodedMessage(), nullptr);
+    EXPECT_EQ(Decoded(*codec), "");
     EXPECT_EQ(std::memcmp(bytes, "Man", 3), 0);
     std::free(bytes);
     EXPECT_EQ(Decode(*codec, "TWE="), "Ma");  // in a new buffer, however large the old one was
@@ -217,45 +197,33 @@ TEST_F(Base64, EncodingLetsDecodedBytesGo) {
 
 TEST_F(Base64, DecodesItsOwnText) {
   const Bytes bytes(2'000, 'q');
-  for (CBase64* codec : {&decoder_, static_cast<CBase64*>(&slowDecoder_)}) {
-    std::string text = SlowEncode(bytes);
-    text.insert(700, "\r\n");
-    codec->SetEncodeBuffer(reinterpret_cast<unsigned char*>(&text[0]),
-                           static_cast<unsigned long>(text.size()));
+  std::string text = SlowEncode(bytes);
+  text.insert(700, "\r\n");
+  for (CBase64* codec : decoders_) {
+    codec->SetEncodeBuffer(Begin(text), Size(text));
     codec->Decode(codec->EncodedMessage());
-    unsigned long length = 0;
-    EXPECT_EQ(std::memcmp(codec->DecodedMessage(&length), bytes.data(), bytes.size()), 0);
-    EXPECT_EQ(length, bytes.size());
+    EXPECT_EQ(Decoded(*codec), bytes);
 
     // Text inside text: the bytes become the text of the next round, which keeps it whole.
-    Decode(*codec, SlowEncode(text));
-    unsigned char* const inner = const_cast<unsigned char*>(codec->DecodedMessage(&length));
-    codec->Decode(inner, length);
-    EXPECT_EQ(std::memcmp(codec->DecodedMessage(&length), bytes.data(), bytes.size()), 0);
-    EXPECT_EQ(length, bytes.size());
+    EXPECT_EQ(Decode(*codec, SlowEncode(text)), text);
+    codec->Decode(const_cast<unsigned char*>(codec->DecodedMessage()), Size(text));
+    EXPECT_EQ(Decoded(*codec), bytes);
     EXPECT_EQ(std::string(codec->EncodedMessage()).substr(0, 2'668), SlowEncode(bytes));
   }
 }
 
-TEST_F(Base64, TooMuchForItsLengthsIsNothing) {
-  unsigned char bytes[1] = {};
-  for (CBase64* codec : {&encoder_, static_cast<CBase64*>(&slowEncoder_)}) {
-    EXPECT_EQ(codec->Encode(bytes, 0x80000000UL), 0U);
+TEST_F(Base64, TooMuchAndNullAreNothing) {
+  unsigned char byte = 0;
+  for (CBase64* codec : encoders_) {
+    EXPECT_EQ(codec->Encode(&byte, 0x80000000UL), 0U);
     EXPECT_EQ(codec->EncodedMessage(), nullptr);
-    codec->SetDecodeBuffer(bytes, 0xFFFFFFFFUL);
+    EXPECT_EQ(codec->Encode(nullptr), 0U);
+    EXPECT_EQ(codec->Encode(nullptr, 5), 0U);
+    codec->SetDecodeBuffer(&byte, 0xFFFFFFFFUL);
     EXPECT_EQ(codec->DecodedMessage(), nullptr);
-  }
-  EXPECT_EQ(encoder_.Encode(nullptr), 0U);
-  encoder_.Decode(nullptr);
-}
-
-TEST_F(Base64, NothingMayBeNull) {
-  for (CBase64* codec : {&encoder_, static_cast<CBase64*>(&slowEncoder_)}) {
-    EXPECT_EQ(codec->Encode(nullptr, 0), 0U);
-    codec->Decode(nullptr, 0);
-    unsigned long length = 1;
-    codec->DecodedMessage(&length);
-    EXPECT_EQ(length, 0U);
+    codec->Decode(nullptr);
+    codec->Decode(nullptr, 5);
+    EXPECT_EQ(Decoded(*codec), "");
   }
 }
 
@@ -279,19 +247,10 @@ TEST_F(Base64, DerivedClassesChangeTheSteps) {
 TEST(Base64Slots, FollowTheAgreedOrder) {
   using testing::SlotOf;
   struct Steps : CBase64 {
-    static int Slot(int step) {
-      switch (step) {
-        case 0:
-          return SlotOf(&Steps::_EncodeToBuffer);
-        case 1:
-          return SlotOf(&Steps::_DecodeToBuffer);
-        case 2:
-          return SlotOf(&Steps::_EncodeRaw);
-        case 3:
-          return SlotOf(&Steps::_DecodeRaw);
-        default:
-          return SlotOf(&Steps::_IsBadMimeChar);
-      }
+    static std::vector<int> Slots() {
+      return {SlotOf(&Steps::_EncodeToBuffer), SlotOf(&Steps::_DecodeToBuffer),
+              SlotOf(&Steps::_EncodeRaw), SlotOf(&Steps::_DecodeRaw),
+              SlotOf(&Steps::_IsBadMimeChar)};
     }
   };
   EXPECT_EQ(SlotOf<unsigned long (CBase64::*)(const char*)>(&CBase64::Encode), 1);
@@ -300,7 +259,7 @@ TEST(Base64Slots, FollowTheAgreedOrder) {
   EXPECT_EQ(SlotOf(&CBase64::EncodedMessage), 7);
   EXPECT_EQ(SlotOf(&CBase64::AllocEncode), 8);
   EXPECT_EQ(SlotOf(&CBase64::SetDecodeBuffer), 11);
-  for (int step = 0; step < 5; ++step) EXPECT_EQ(Steps::Slot(step), 12 + step);
+  EXPECT_EQ(Steps::Slots(), (std::vector<int>{12, 13, 14, 15, 16}));
   EXPECT_EQ(testing::CountVirtualOperations<CBase64>(), 17);
 }
 
