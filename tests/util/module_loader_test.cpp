@@ -18,7 +18,6 @@ namespace {
 //   modules/             Anchor, Foo, Needy (which needs Needed from its own directory)
 enum Place : int { kNowhere = 0, kBesideProgram = 1, kBesideAnchor = 2 };
 
-constexpr unsigned long kAlteredSearchPath = 8;  // LOAD_WITH_ALTERED_SEARCH_PATH
 constexpr char kPlaceFunction[] = "ModulePlace";
 
 int Call(void* function) {
@@ -39,14 +38,13 @@ class ModuleLoader : public ::testing::Test {
   }
 
   // Loads a module, asks where it stands, and frees it.
-  Place PlaceOf(const char* moduleName, bool nameIsFileName, const char* anchorName,
-                unsigned long flags = 0) {
+  int PlaceOf(const char* moduleName, bool nameIsFileName, const char* anchorName,
+              unsigned long flags = 0) {
     HINSTANCE module = nullptr;
-    void* const function = loader.DynamicLoadDllFunc(module, moduleName, kPlaceFunction, flags,
-                                                     nameIsFileName, anchorName);
-    const int place = Call(function);
+    const int place = Call(loader.DynamicLoadDllFunc(module, moduleName, kPlaceFunction, flags,
+                                                     nameIsFileName, anchorName));
     NxModuleLoaderBase::releaseModule(module);
-    return static_cast<Place>(place);
+    return place;
   }
 
   void* Load(HINSTANCE& module, const char* moduleName, const char* functionName) {
@@ -64,26 +62,27 @@ class ModuleLoader : public ::testing::Test {
   NxModuleLoaderBase loader;
 };
 
-TEST_F(ModuleLoader, MakesFileNames) {
+TEST_F(ModuleLoader, LooksBesideTheAnchorThenBesideTheProgram) {
   struct Row {
     const char* name;
     bool isFileName;
-    Place want;
+    unsigned long flags;
+    Place withoutAnchor, withAnchor;
   };
-  for (const Row& row : {Row{"Foo", false, kBesideProgram}, Row{FOO_FILE, true, kBesideProgram},
-                         Row{"Classification", false, kBesideProgram},
-                         Row{CLASSIFICATION_FILE, true, kBesideProgram},
-                         Row{FOO_FILE, false, kNowhere}}) {  // it would get a second end
-    EXPECT_EQ(PlaceOf(row.name, row.isFileName, nullptr), row.want) << row.name;
-  }
-}
-
-TEST_F(ModuleLoader, LooksBesideTheAnchorThenBesideTheProgram) {
-  EXPECT_EQ(PlaceOf("Foo", false, "Anchor"), kBesideProgram);  // no anchor in the process yet
+  const Row rows[] = {{"Foo", false, 0, kBesideProgram, kBesideAnchor},
+                      {FOO_FILE, true, 0, kBesideProgram, kBesideAnchor},
+                      {FOO_FILE, false, 0, kNowhere, kNowhere},  // it would get a second end
+                      {"Classification", false, 0, kBesideProgram, kBesideProgram},
+                      {CLASSIFICATION_FILE, true, 0, kBesideProgram, kBesideProgram},
+                      // What it needs is found: LOAD_WITH_ALTERED_SEARCH_PATH, or both directories.
+                      {"Needy", false, 8, kNowhere, kBesideAnchor},
+                      {"Needy", false, 0x1100, kNowhere, kBesideAnchor}};
+  for (const Row& row : rows)
+    EXPECT_EQ(PlaceOf(row.name, row.isFileName, "Anchor", row.flags), row.withoutAnchor)
+        << row.name;
   HINSTANCE anchor = Open(ModulesFile(ANCHOR_FILE));
-  EXPECT_EQ(PlaceOf("Foo", false, "Anchor"), kBesideAnchor);
-  EXPECT_EQ(PlaceOf(FOO_FILE, true, "Anchor"), kBesideAnchor);
-  EXPECT_EQ(PlaceOf("Classification", false, "Anchor"), kBesideProgram);
+  for (const Row& row : rows)
+    EXPECT_EQ(PlaceOf(row.name, row.isFileName, "Anchor", row.flags), row.withAnchor) << row.name;
   NxModuleLoaderBase::releaseModule(anchor);
   // The directory is kept without the anchor, and whatever the anchor's name.
   EXPECT_FALSE(IsLoaded("Anchorx86"));
@@ -117,32 +116,24 @@ TEST_F(ModuleLoader, FlagsKeepTheCurrentDirectoryOutOfTheSearch) {
 }
 
 TEST_F(ModuleLoader, MissingModulesAndFunctionsAreNull) {
-  int dummy = 0;
-  for (const char* name : {"NoSuchModule", "", "Pagemill"}) {
-    SCOPED_TRACE(name);
-    HINSTANCE module = reinterpret_cast<HINSTANCE>(&dummy);
-    EXPECT_EQ(loader.LoadModule(name, module, 0, false, "Anchor"), EC_ModuleNotFound);
-    EXPECT_EQ(module, nullptr);
-  }
+  NxModuleLoaderBaseAuto keeper;
   HINSTANCE module = nullptr;
   NxModuleLoaderBase::releaseModule(module);
-  EXPECT_EQ(Load(module, nullptr, kPlaceFunction), nullptr);
-  EXPECT_EQ(Load(module, "Foo", "NoSuchFunction"), nullptr);
-  ASSERT_NE(module, nullptr);  // the module itself was found
-  EXPECT_EQ(Load(module, "Foo", nullptr), nullptr);
+  for (const auto& [name, function] : {std::pair{"NoSuchModule", kPlaceFunction},
+                                       {"", kPlaceFunction},
+                                       {nullptr, kPlaceFunction},
+                                       {"Foo", "NoSuchFunction"},
+                                       {"Foo", nullptr}}) {
+    EXPECT_EQ(Load(module, name, function), nullptr);
+    EXPECT_EQ(keeper.DynamicLoadDllFunc(name, function, 0, false, nullptr), nullptr);
+    EXPECT_EQ(loader.loadModuleFunc(name, function), nullptr);
+  }
   const HINSTANCE before = module;
+  ASSERT_NE(before, nullptr);  // the module itself was found
   NxModuleLoaderBase::releaseModule(module);
   EXPECT_EQ(module, before);  // left as it was
-  EXPECT_FALSE(IsLoaded("Foox86"));
-  EXPECT_EQ(loader.loadModuleFunc("NoSuchFile", kPlaceFunction), nullptr);
-  EXPECT_EQ(loader.loadModuleFunc(nullptr, kPlaceFunction), nullptr);
-}
-
-TEST_F(ModuleLoader, LoadsWhatAModuleNeeds) {
-  HINSTANCE anchor = Open(ModulesFile(ANCHOR_FILE));
-  for (const unsigned long flags : {kAlteredSearchPath, 0x1100UL})
-    EXPECT_EQ(PlaceOf("Needy", false, "Anchor", flags), kBesideAnchor) << flags;
-  NxModuleLoaderBase::releaseModule(anchor);
+  EXPECT_EQ(loader.LoadModule("Pagemill", module, 0, false, "Anchor"), EC_ModuleNotFound);
+  EXPECT_EQ(module, nullptr);
 }
 
 TEST_F(ModuleLoader, LoadsFromDirectoriesWithOddNames) {
@@ -177,8 +168,6 @@ TEST_F(ModuleLoader, AutoLoadsOnceAndFreesWhenItGoes) {
                   kBesideProgram);
       });
       EXPECT_TRUE(IsLoaded("Foox86") && IsLoaded("Classification"));
-      for (const char* name : {"NoSuchModule", static_cast<const char*>(nullptr)})
-        EXPECT_EQ(keeper.DynamicLoadDllFunc(name, kPlaceFunction, 0, false, nullptr), nullptr);
     }
     ASSERT_FALSE(IsLoaded("Foox86") || IsLoaded("Classification"));
   }
