@@ -74,12 +74,11 @@ bool DiagonalsCross(const Quad4& q) {
          opposite(Cross(q[1], q[3], q[0]), Cross(q[1], q[3], q[2]));
 }
 
-std::int64_t TwiceShoelace(const Quad4& q) {
+template <typename Polygon>
+std::int64_t TwiceShoelace(const Polygon& polygon) {
   std::int64_t sum = 0;
-  for (unsigned i = 0; i < 4; ++i) {
-    const Point& next = q[(i + 1) % 4];
-    sum += std::int64_t{q[i][0]} * next[1] - std::int64_t{next[0]} * q[i][1];
-  }
+  for (std::size_t i = 0; i < polygon.size(); ++i)
+    sum += Cross({0, 0}, polygon[i], polygon[(i + 1) % polygon.size()]);
   return sum;
 }
 
@@ -105,7 +104,6 @@ TEST(QuadProperties, PointRelationOfAllSmallQuads) {
 // The squared comparison spares a root and a division; it must decide as they do.
 TEST(QuadProperties, SideOfPointsAtAboutTheTolerance) {
   Random random(11);
-  int onLine = 0;
   for (int i = 0; i < 200'000; ++i) {
     const Point a = random.PointIn(-100'000, 100'000);
     const Point b = random.PointIn(-100'000, 100'000);
@@ -118,11 +116,7 @@ TEST(QuadProperties, SideOfPointsAtAboutTheTolerance) {
     const auto squared = static_cast<double>(testing::SquaredDistance(a, b));
     const int want = tolerance > std::fabs(cross) / std::sqrt(squared) ? 0 : cross < 0 ? 3 : 1;
     ASSERT_EQ(segment.CalcPointPositionStatus(p, tolerance), want);
-    onLine += want == 0 ? 1 : 0;
   }
-  EXPECT_GT(onLine, 50'000) << "both sides of the tolerance are met";
-  EXPECT_LT(onLine, 150'000);
-
   const auto side = [](const Point& end, const Point& p, int tolerance) {
     return Nx_LineSegmentEnhanced({0, 0}, end).CalcPointPositionStatus(p, tolerance);
   };
@@ -130,15 +124,6 @@ TEST(QuadProperties, SideOfPointsAtAboutTheTolerance) {
   EXPECT_EQ(side({100'000, 1}, {0, 1}, 1), LSPPR_ON_LINE);
   EXPECT_EQ(side({99'999, 0}, {7, 1}, 1), LSPPR_RIGHT);
   EXPECT_EQ(side({40'000, 30'000}, {4'003, 2'996}, 5), LSPPR_LEFT);
-}
-
-TEST(QuadProperties, AreaIsTheShoelaceAreaOfAllSmallQuads) {
-  testing::ForEachSmallQuad(4, [](const Quad4& q) {
-    const bool hasPointEdge = q[0] == q[1] || q[1] == q[2] || q[2] == q[3] || q[3] == q[0];
-    const double want = hasPointEdge ? 0 : static_cast<double>(std::abs(TwiceShoelace(q))) / 2;
-    ASSERT_NEAR(Nx_Quad(q.data()).GetArea(-1, -1), want, 0.501) << Text(q);
-    ASSERT_NEAR(Value(q).GetArea(), want, 0.501) << Text(q);
-  });
 }
 
 TEST(QuadProperties, BothRoutesToTheAreaAgreeToTheBit) {
@@ -154,8 +139,13 @@ TEST(QuadProperties, BothRoutesToTheAreaAgreeToTheBit) {
   }
 }
 
-TEST(QuadProperties, OrderOfAllSmallQuads) {
+TEST(QuadProperties, AreaAndOrderOfAllSmallQuads) {
   testing::ForEachSmallQuad(4, [](const Quad4& q) {
+    const bool hasPointEdge = q[0] == q[1] || q[1] == q[2] || q[2] == q[3] || q[3] == q[0];
+    const double want = hasPointEdge ? 0 : static_cast<double>(std::abs(TwiceShoelace(q))) / 2;
+    ASSERT_NEAR(Nx_Quad(q.data()).GetArea(-1, -1), want, 0.501) << Text(q);
+    ASSERT_NEAR(Value(q).GetArea(), want, 0.501) << Text(q);
+
     const bool isConvex = DiagonalsCross(q);
     ASSERT_EQ(Nx_Quad(q.data()).IsConvex(), isConvex) << Text(q);
     ASSERT_EQ(IsPointsClockWise(q.data()), isConvex && TwiceShoelace(q) > 0) << Text(q);
@@ -253,7 +243,6 @@ TEST(QuadProperties, PixelsOfAHugeQuadStayInTheImage) {
   EXPECT_EQ(quad.GetAllPixels(pixels, PXM_CHAIN, 0, 30, 20), 600);
   EXPECT_EQ(quad.GetAllPixels(pixels, PXM_CHAIN, 0, 0, 20), 0);
   EXPECT_EQ(quad.GetAllPixels(pixels, static_cast<Nx_Pixelate_Mode>(2), 0, 30, 20), 0);
-  EXPECT_EQ(quad.GetAllPixelsReserveSize(28, -1, -1), 16 * 16);
   const Point left[] = {{-9, 0}, {-1, 0}, {-1, 5}, {-9, 5}};
   EXPECT_EQ(Nx_Quad(left).GetAllPixelsReserveSize(0, 30, 20), 0);
   EXPECT_EQ(Nx_Quad(left).GetAllPixelsReserveSize(0, 30, -1), 54);
@@ -263,15 +252,10 @@ TEST(QuadProperties, PixelsOfAHugeQuadStayInTheImage) {
       << "2^32 rows, which wrap to none where a size has 32 bits";
 }
 
-// from + numerator / denominator * delta in whole numbers, halves away from zero.
+// from + numerator / denominator * delta, halves away from zero: exact, within 53 bits.
 int ExactFraction(int from, std::int64_t numerator, std::int64_t denominator, std::int64_t delta) {
-  std::int64_t twice = 2 * (from * denominator + numerator * delta);
-  if (denominator < 0) {
-    twice = -twice;
-    denominator = -denominator;
-  }
-  const std::int64_t magnitude = (std::abs(twice) + denominator) / (2 * denominator);
-  return static_cast<int>(twice < 0 ? -magnitude : magnitude);
+  const auto product = static_cast<double>(from * denominator + numerator * delta);
+  return static_cast<int>(std::round(product / static_cast<double>(denominator)));
 }
 
 std::vector<Point> ClipByIntegers(const Quad4& clipper, const Quad4& subject) {
@@ -310,12 +294,9 @@ TEST(QuadProperties, OverlapPolygonsAreTheExactClips) {
     std::vector<Point> polygon;
     quad.GetOverlappingPolygonPointsWithOtherQuad(&other, polygon);
     ASSERT_EQ(polygon, want) << Text(a) << " clips " << Text(b);
-    std::int64_t twice = 0;
-    for (std::size_t j = 0; j < want.size(); ++j)
-      twice += Cross({0, 0}, want[j], want[(j + 1) % want.size()]);
-    ASSERT_EQ(
-        quad.CalcOverlappingAreaWithOtherQuad(&other),
-        want.size() < 3 ? 0.0F : static_cast<float>(static_cast<double>(std::abs(twice)) / 2));
+    const auto area = static_cast<double>(std::abs(TwiceShoelace(want))) / 2;
+    ASSERT_EQ(quad.CalcOverlappingAreaWithOtherQuad(&other),
+              want.size() < 3 ? 0.0F : static_cast<float>(area));
     mostPoints = std::max(mostPoints, want.size());
   }
   EXPECT_GT(mostPoints, 8U) << "folded quadrilaterals cross a line more than twice";

@@ -1,17 +1,26 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
+#include <cmath>
 #include <utility>
 #include <vector>
 
+#include "tests/geometry/quad_inputs.h"
 #include "velmora/geometry/contour.h"
-#include "velmora/geometry/corner.h"
+#include "velmora/geometry/coordinate_transform.h"
 #include "velmora/geometry/line_segment.h"
 #include "velmora/geometry/math_utils.h"
-#include "velmora/geometry/point.h"
-#include "velmora/geometry/vector4.h"
 
-namespace velmora::basic_structures {
+namespace velmora {
 namespace {
+
+using basic_structures::CContour;
+using basic_structures::CLineSegment;
+using basic_structures::CQuadrilateral;
+using testing::Point;
+using testing::Random;
+using Matrix = std::array<double, 9>;
 
 TEST(MathUtils, RoundsHalvesAwayFromZero) {
   struct Row {
@@ -25,51 +34,33 @@ TEST(MathUtils, RoundsHalvesAwayFromZero) {
   }
 }
 
-TEST(MathUtils, IntDistanceWrapsAndOthersDoNot) {
-  EXPECT_EQ(MathUtils::distance(0, 0, 46'340, 0), 46'340.0F);
-  EXPECT_EQ(MathUtils::distance(0, 0, 65'536, 3), 3.0F) << "2^32 + 9 wraps to 9";
-  EXPECT_EQ(MathUtils::distance(1.0F, 2.0F, 65'537.0F, 2.0F), 65'536.0F);
-  EXPECT_EQ(NxPoint_<int>(-30'000, 40'000).DistanceTo({30'000, -40'000}), 100'000.0);
-}
-
 TEST(LineSegment, ChangingAnEndCallsTheHookOnce) {
   struct Counting : CLineSegment {
     using CLineSegment::CLineSegment;
     void Init() override { seen.emplace_back(GetStartPoint()[0], GetEndPoint()[1]); }
-    std::vector<NxPoint_<int>> seen;
+    std::vector<Point> seen;
   } segment({9, 9}, {5, 6}, 7);
-  EXPECT_EQ(segment.GetId(), 7);
-  segment.SetId(8);
   segment.SetStartPoint({1, 2});
   segment.SetEndPoint({3, 4});
-  EXPECT_EQ(segment.seen, (std::vector<NxPoint_<int>>{{1, 6}, {1, 4}})) << "after the change";
-}
-
-TEST(ValueTypes, StartEmpty) {
-  const CEdge edge;
-  EXPECT_EQ(edge.startCorner.cornerType, 0);
-  EXPECT_EQ(edge.endCorner.lineB.GetId(), -1);
-  CVector4 vector;
-  vector.Set(1, 2, 3, 4);
-  EXPECT_EQ(std::as_const(vector)[3], 4);
+  EXPECT_EQ(segment.seen, (std::vector<Point>{{1, 6}, {1, 4}})) << "after the change";
 }
 
 int releasedCount = 0;
-const NxPoint_<int>* releasedPoints = nullptr;
+const Point* releasedPoints = nullptr;
 
-void CountRelease(const NxPoint_<int>* points) {
+void CountRelease(const Point* points) {
   ++releasedCount;
   releasedPoints = points;
 }
 
 TEST(Contour, ReleasesPointsOnceAndCopiesDeeply) {
-  const std::vector<NxPoint_<int>> points = {{1, 2}, {3, 4}, {5, 6}};
+  const std::vector<Point> points = {{1, 2}, {3, 4}, {5, 6}};
   releasedCount = 0;
   {
     CContour owner;
     owner.SetPoints(3, points.data(), CountRelease);
     CContour copy(owner);
-    const NxPoint_<int>* const copied = copy.GetPoints();
+    const Point* const copied = copy.GetPoints();
     EXPECT_NE(copied, owner.GetPoints());
     CContour& same = copy;
     copy = same;
@@ -95,5 +86,93 @@ TEST(Contour, ReleasesPointsOnceAndCopiesDeeply) {
   EXPECT_EQ(releasedCount, 2) << "borrowed points are left alone";
 }
 
+constexpr Matrix kIdentity = {1, 0, 0, 0, 1, 0, 0, 0, 1};
+
+Matrix Shift(double x, double y) {
+  return {1, 0, x, 0, 1, y, 0, 0, 1};
+}
+
+TEST(CoordinateTransform, ConvexClockwiseQuadsKeepTheirOrder) {
+  const CQuadrilateral clockwise{{{10, 0}, {10, 10}, {0, 10}, {0, 0}}};
+  const CQuadrilateral concave{{{10, 0}, {4, 4}, {0, 10}, {0, 0}}};
+  Point out[4];
+  ConvertQuadrilateralToClockWisePoints(clockwise, out);
+  EXPECT_TRUE(std::equal(out, out + 4, clockwise.points));
+  ConvertQuadrilateralToClockWisePoints(concave, out);
+  EXPECT_EQ(out[0], Point(0, 0)) << "reordered although it runs clockwise";
+}
+
+TEST(CoordinateTransform, IdentityWithinTheTolerance) {
+  const auto isIdentityBut = [](std::size_t i, double change) {
+    Matrix m = kIdentity;
+    m[i] += change;
+    return IsIdentityTransformMatrix(m.data());
+  };
+  for (std::size_t i = 0; i < 9; ++i) {
+    for (const double sign : {-1.0, 1.0}) {
+      EXPECT_TRUE(isIdentityBut(i, sign * 0.000009)) << i;
+      EXPECT_FALSE(isIdentityBut(i, sign * 0.0000100001)) << i;
+    }
+    EXPECT_FALSE(isIdentityBut(i, std::nan(""))) << i;
+  }
+  EXPECT_FALSE(isIdentityBut(1, 0.00001)) << "the tolerance itself is too much";
+}
+
+TEST(CoordinateTransform, InversesCancelInTheStatedOrder) {
+  const Matrix a = {2, 1, 5, -1, 3, 7, 0.001, 0, 1};
+  // The inverse, from the adjugate over the determinant.
+  Matrix b = {3, -1, -8, 1.007, 1.995, -19, -0.003, 0.001, 7};
+  for (double& element : b) element /= 2 * 3 + 1.007 * 1 - 0.015;
+  EXPECT_TRUE(IsInverseTransformMatrices(a.data(), b.data()));
+  const CQuadrilateral q{{{1, 1}, {101, 3}, {98, 77}, {-4, 60}}};
+  Point out[4];
+  EXPECT_TRUE(ConvertQuadrilateralWithDiffCoordinates(q, a.data(), b.data(), out));
+  EXPECT_TRUE(std::equal(out, out + 4, q.points)) << "not truncated twice";
+  // Only the product of the second and the first counts: within the tolerance one way round alone.
+  const Matrix far = Shift(1000, 0);
+  const Matrix nearlyBack = {0.999991, 0, -1000, 0, 1, 0, 0, 0, 1};
+  EXPECT_TRUE(ConvertQuadrilateralWithDiffCoordinates(q, nearlyBack.data(), far.data(), out));
+  EXPECT_EQ(out[0], q.points[0]) << "skipped";
+  EXPECT_TRUE(ConvertQuadrilateralWithDiffCoordinates(q, far.data(), nearlyBack.data(), out));
+  EXPECT_EQ(out[0], Point(0, 1)) << "applied, and truncated";
+}
+
+TEST(CoordinateTransform, TruncatesAfterEachMatrix) {
+  const CQuadrilateral q{{{3, 0}, {13, 0}, {13, 9}, {3, 9}}};
+  const Matrix halfRight = Shift(0.5, 0);
+  const Matrix twiceAsWide = {2, 0, 0, 0, 1, 0, 0, 0, 1};
+  const Matrix flat = {1, 0, 0, 0, 0, 4, 0, 0, 1};
+  Point out[4];
+  EXPECT_TRUE(
+      ConvertQuadrilateralWithDiffCoordinates(q, halfRight.data(), twiceAsWide.data(), out));
+  EXPECT_EQ(out[0], Point(6, 0)) << "truncated twice, the first matrix first";
+  EXPECT_FALSE(ConvertQuadrilateralWithTransformMat(q, flat.data(), out));
+}
+
+TEST(CoordinateTransform, IsTheTruncatedExactImage) {
+  Random random(21);
+  int compared = 0;
+  for (int i = 0; i < 100'000; ++i) {
+    Matrix m;
+    for (std::size_t j = 0; j < 9; ++j)
+      m[j] = random.Between(-1'000'000, 1'000'000) / (j < 6 ? 1e5 : 1e9);
+    m[8] += 1;
+    const Point p = random.PointIn(-100'000, 100'000);
+    const long double w =
+        static_cast<long double>(m[6]) * p[0] + static_cast<long double>(m[7]) * p[1] + m[8];
+    const Point got = Point::TransformCoordinates(p, m.data());
+    for (const std::size_t row : {0U, 1U}) {
+      const long double want = (static_cast<long double>(m[3 * row]) * p[0] +
+                                static_cast<long double>(m[3 * row + 1]) * p[1] + m[3 * row + 2]) /
+                               w;
+      // Right beside an int the last bit of a double decides.
+      if (std::fabs(want) > 2e9L || std::fabs(want - std::round(want)) < 1e-5L) continue;
+      ASSERT_EQ(got[static_cast<int>(row)], static_cast<int>(want));
+      ++compared;
+    }
+  }
+  EXPECT_GT(compared, 190'000);
+}
+
 }  // namespace
-}  // namespace velmora::basic_structures
+}  // namespace velmora
