@@ -1,30 +1,29 @@
 // A complete small engine over a thousand images: a template of three definitions with five tasks,
 // a pool of threads, a clock that charges time, errors and time-outs.
 //
-//   page [find]  --each region found-->  code [read] -> [check]
-//                                   \->  text [lines] -> [merge]
+//   page [find]  --each region found-->  code [read] -> [merge]
+//                                   \->  text [read] -> [merge]
 //
 // A task on the right of an arrow waits for the finish flag of the one on the left. Handwriting is
-// read by threads of another pool, which finish the work that the pool's threads began.
+// completed by a later item of the pool than the one that began it.
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <climits>
-#include <deque>
-#include <map>
 #include <mutex>
 #include <string>
 #include <thread>
 #include <utility>
 #include <vector>
 
+#include "tests/engine/engine_objects.h"
 #include "tests/support/fixed_thread_pool.h"
-#include "velmora/velmora.h"
 
 namespace velmora {
 namespace {
 
 using testing::FixedThreadPool;
+using testing::MakeRegion;
 
 std::atomic<int> aliveObjects{0};
 
@@ -40,54 +39,40 @@ class Counted : public Base {
 };
 
 constexpr int kFindItems = 2;
-constexpr int kRegionItems = 7;  // read in 3 modes, check, lines in 2 modes, merge
-constexpr int kImages = 1000;
+constexpr int kRegionItems = 8;  // in both definitions: read in 3 modes, merge
 
-// One image on its way.
-struct Job {
-  explicit Job(int imageNumber) : number(imageNumber) {}
+// One image on its way. Its regions hold it, so that a region that stays is counted with it.
+struct Job : Counted<NxSourceImageObject> {
+  explicit Job(int number)
+      : Counted(nullptr, static_cast<std::uint64_t>(number), number % 10 == 3 ? 5 : INT_MAX),
+        isSlow(number % 10 == 3),
+        isBad(number % 7 == 0) {}
 
-  bool IsSlow() const { return number % 10 == 3; }  // runs out of its time
-  bool IsBad() const { return number % 7 == 0; }    // one mode of reading fails
-  int ItemCount() const { return IsSlow() ? kFindItems : kFindItems + kFindItems * kRegionItems; }
-  int ErrorCount() const { return IsSlow() ? kFindItems : IsBad() ? kFindItems : 0; }
-
-  const int number;
+  const bool isSlow;  // runs out of its time
+  const bool isBad;   // one mode of reading fails
   NxSemaphore semaphore{0};
-  NxRef<NxSourceImageObject> source;
   std::mutex mutex;  // guards outputs
   std::vector<NxRef<NxROIDefOutput>> outputs;
 };
 
-std::deque<Job> jobs;
-
 Job& JobOf(const NxRegionObject& region) {
-  return jobs[static_cast<std::size_t>(region.GetSourceImageObject()->GetImageId())];
-}
-
-NxRef<NxRegionObject> MakeCountedRegion(const NxRef<NxSourceImageObject>& source,
-                                        const std::string& targetDefName) {
-  NxRef<NxRegionObject> region = new Counted<NxRegionObject>();
-  region->SetSourceImageObject(source);
-  region->SetTargetROIDefName(targetDefName);
-  return region;
+  return static_cast<Job&>(*region.GetSourceImageObject());
 }
 
 class TaskRun : public Counted<NxTaskOutput> {
  public:
-  TaskRun(NxTargetROIDef* def, NxROIDefOutput* defOutput, NxTargetTaskSetting* setting)
-      : Counted(defOutput->GetRegion(), defOutput->GetReferenceRegion(), setting->GetTaskName(),
-                setting->GetTaskType(), false,
-                static_cast<int>(setting->GetTaskObject()->GetWorkModes().size())),
+  TaskRun(NxTargetROIDef* def, NxROIDefOutput* defOutput, Nx_WorkObjectBase* work)
+      : Counted(defOutput->GetRegion(), defOutput->GetReferenceRegion(), work->GetTaskName(),
+                TT_ATOMIC_0, false, static_cast<int>(work->GetWorkModes().size())),
         def_(def),
         defOutput_(defOutput),
-        setting_(setting) {}
+        work_(work) {}
 
   NxROIDefOutput* GetDefOutput() const { return defOutput_; }
 
   // Splits the task and queues an item for each piece.
   void Start(ThreadPoolBase* pool) {
-    missing_ = setting_->GetTaskObject()->AppendWorkOutputs(this, 0);
+    missing_ = work_->AppendWorkOutputs(this, 0);
     for (int count = missing_; count > 0; --count) {
       pool->AppendWorkItem(new Counted<ResolvableWorkItem>(
           GetWorkTable(), defOutput_->GetSemaphore(), std::uint64_t(def_->GetPriorityLevel())));
@@ -106,22 +91,18 @@ class TaskRun : public Counted<NxTaskOutput> {
     const bool isLast = def_->IsROIDefOutputFinished(defOutput_);  // before another task can finish
     GetFinishFlag()->LoopAllRelatedOutputTasks(startWaiting, &event);
     GetFinishFlag()->RemoveAllRelatedOutputTasks(nullptr);
-    if (!isLast) return;
-    def_->FilterROIDefOutput(defOutput_);
-    def_->DispatchROIDefOutput(defOutput_);
+    if (isLast) def_->DispatchROIDefOutput(defOutput_);
   }
 
  private:
   NxTargetROIDef* const def_;
   NxROIDefOutput* const defOutput_;
-  NxTargetTaskSetting* const setting_;
+  Nx_WorkObjectBase* const work_;
   std::atomic<int> missing_{0};
 };
 
 class EngineWork : public Counted<Nx_WorkObjectBase> {
  public:
-  explicit EngineWork(ThreadPoolBase* handwriting) : handwriting_(handwriting) {}
-
   int AppendWorkOutputs(NxTaskOutput* task, int level) override {
     int mode = 0;
     for (const std::string& workMode : GetWorkModes()) {
@@ -138,12 +119,12 @@ class EngineWork : public Counted<Nx_WorkObjectBase> {
     if (static_cast<NxWorkOutput*>(item->GetOutput())->GetWorkMode() != "hand") {
       return Complete(*item);
     }
-    handwriting_->AppendWorkItem(new LateWork(this, item));
+    item->GetOutput()->GetThreadPool()->AppendWorkItem(new LateWork(this, item));
     return EC_Ok;
   }
 
  private:
-  // Completes the work of an item on another thread than the one that processes it.
+  // Completes the work of an item, on another thread maybe than the one that processes it.
   class LateWork : public Counted<RtrThreadWorkItemBase> {
    public:
     LateWork(EngineWork* work, ExecutableWorkItem* item)
@@ -166,27 +147,23 @@ class EngineWork : public Counted<Nx_WorkObjectBase> {
   }
 
   int Recognise(const NxWorkOutput& output, TaskRun& task) {
-    const Job& job = JobOf(*output.GetRegion());
-    int code = EC_Ok;
-    if (GetTaskName() == "find" && job.IsSlow()) {
-      while (!job.source->IsCheckPointNeedExit(&code, CheckPointLevel{})) std::this_thread::yield();
+    Job& job = JobOf(*output.GetRegion());
+    if (job.isSlow) {
+      int code = EC_Ok;
+      while (!job.IsCheckPointNeedExit(&code, CheckPointLevel{})) std::this_thread::yield();
       return code;
     }
-    if (output.GetWorkMode() == "deep" && job.IsBad()) return EC_ImageReadFailed;
-    if (GetTaskName() == "check" || GetTaskName() == "merge") {
+    if (output.GetWorkMode() == "deep" && job.isBad) return EC_ImageReadFailed;
+    if (GetTaskName() == "merge") {
       // What this task waited for is there.
-      const char* const before = GetTaskName() == "check" ? "read" : "lines";
-      const NxRef<NxTaskOutput> read = task.GetDefOutput()->GetTaskOutputByTaskName(before);
+      const NxRef<NxTaskOutput> read = task.GetDefOutput()->GetTaskOutputByTaskName("read");
       EXPECT_TRUE(read->GetFinishFlag()->IsFinished());
-      EXPECT_EQ(read->GetResultCount(), before[0] == 'l' ? 2 : job.IsBad() ? 2 : 3);
+      EXPECT_EQ(read->GetResultCount(), job.isBad ? 2 : 3);
       EXPECT_EQ(task.GetReferenceRegionByTargetName("image")->GetTargetROIDefName(), "image");
     }
-    const NxRef<NxRegionObject> found = MakeCountedRegion(job.source, GetTargetDefName());
-    task.AddResult(new Counted<NxTaskOutputAtomResult>(found));
-    return code;
+    task.AddResult(new Counted<NxTaskOutputAtomResult>(MakeRegion(GetTargetDefName(), &job)));
+    return EC_Ok;
   }
-
-  ThreadPoolBase* const handwriting_;
 };
 
 class EngineDef : public Counted<NxTargetROIDef> {
@@ -196,20 +173,18 @@ class EngineDef : public Counted<NxTargetROIDef> {
     SetParentDefNodes(parents);
   }
 
-  // A task with one work object; it waits for the task `after`, if that is given.
-  void AddTask(const std::string& name, const std::vector<std::string>& workModes,
-               const std::string& after, ThreadPoolBase* handwriting) {
-    TargetROIDefSetting& setting = *GetTargetDefSetting();
-    NxRef<Nx_WorkObjectBase> work = new EngineWork(handwriting);
+  NxRef<NxTargetTaskSetting> MakeTask(const std::string& name,
+                                      const std::vector<std::string>& workModes) {
+    const std::string& defName = GetTargetDefSetting()->GetTargetDefName();
+    NxRef<Nx_WorkObjectBase> work = new EngineWork;
     work->SetTaskName(name);
-    work->SetTargetDefName(setting.GetTargetDefName());
+    work->SetTargetDefName(defName);
     work->SetWorkModes(workModes);
     work->SetManagerPool(GetManagerPool());
     NxRef<NxTargetTaskSetting> task =
-        new Counted<NxTargetTaskSetting>(setting.GetTargetDefName(), name, TT_ATOMIC_0, 0);
+        new Counted<NxTargetTaskSetting>(defName, name, TT_ATOMIC_0, 0);
     task->SetTaskObject(work);
-    after.empty() ? setting.AddTaskSetting(name, task) : setting.AddOutputTaskSetting(name, task);
-    predecessors_[name] = after;
+    return task;
   }
 
   NxRef<NxROIDefOutput> CreateROIDefOutput(const NxRef<NxRegionObject>& region,
@@ -219,32 +194,24 @@ class EngineDef : public Counted<NxTargetROIDef> {
     const TargetROIDefSetting& setting = *GetTargetDefSetting();
     for (const auto* tasks : {&setting.GetTaskMap(), &setting.GetOutputTaskMap()}) {
       for (const auto& [name, task] : *tasks) {
-        if (task->IsActivatedTask())
-          output->AddTaskOutput(new TaskRun(this, output.get(), task.get()));
+        output->AddTaskOutput(new TaskRun(this, output.get(), task->GetTaskObject()));
       }
     }
     return output;
   }
 
+  // Starts the first task, for which the others wait.
   void AppendWorkItems(NxROIDefOutput* output, ThreadPoolBase* pool) override {
-    std::vector<NxTaskOutput*> ready;
-    for (int i = 0; i < output->GetOutputCount(); ++i) {
-      NxTaskOutput* const task = output->GetTaskOutput(i).get();
-      const std::string& after = predecessors_.at(task->GetTaskName());
-      if (after.empty()) {
-        ready.push_back(task);
-      } else {
-        output->GetTaskOutputByTaskName(after)->GetFinishFlag()->AddRelatedOutputTask(task);
-      }
+    NxTaskOutput& first = *output->GetTaskOutput(0);
+    for (int i = 1; i < output->GetOutputCount(); ++i) {
+      first.GetFinishFlag()->AddRelatedOutputTask(output->GetTaskOutput(i).get());
     }
-    for (NxTaskOutput* task : ready) static_cast<TaskRun*>(task)->Start(pool);
+    static_cast<TaskRun&>(first).Start(pool);
   }
 
   bool IsROIDefOutputFinished(NxROIDefOutput* output) override {
-    for (int i = 0; i < output->GetOutputCount(); ++i) {
-      if (!output->GetTaskOutput(i)->GetFinishFlag()->IsFinished()) return false;
-    }
-    return true;
+    const int last = output->GetOutputCount() - 1;
+    return output->GetTaskOutput(last)->GetFinishFlag()->IsFinished();
   }
 
   void DispatchROIDefOutput(NxROIDefOutput* output) override {
@@ -255,18 +222,17 @@ class EngineDef : public Counted<NxTargetROIDef> {
   }
 
   void HandleSingleRegionCompeleteEvent(TargetROIDefEvent* event) override {
-    const NxRef<NxTaskOutput>& found =
-        static_cast<NxROIDefOutput*>(event->GetData())->GetTaskOutput(0);
-    for (int i = 0; i < found->GetResultCount(); ++i) {
-      Run(found->GetResult(i)->GetRegion(), found->GetThreadPool());
+    NxTaskOutput& found = *static_cast<NxROIDefOutput*>(event->GetData())->GetTaskOutput(0);
+    for (int i = 0; i < found.GetResultCount(); ++i) {
+      Run(found.GetResult(i)->GetRegion(), found.GetThreadPool());
     }
   }
 
   // The reference region is the region as this definition sees it, under the definition's name.
   void Run(const NxRef<NxRegionObject>& region, ThreadPoolBase* pool) {
-    NxRef<NxRegionObject> reference = new Counted<NxRegionObject>(*region);
-    reference->SetTargetROIDefName(GetTargetDefSetting()->GetTargetDefName());
     Job& job = JobOf(*region);
+    const NxRef<NxRegionObject> reference =
+        MakeRegion(GetTargetDefSetting()->GetTargetDefName(), &job);
     const NxRef<NxROIDefOutput> output = CreateROIDefOutput(region, reference, &job.semaphore);
     {
       const std::lock_guard<std::mutex> lock(job.mutex);
@@ -274,24 +240,20 @@ class EngineDef : public Counted<NxTargetROIDef> {
     }
     AppendWorkItems(output.get(), pool);
   }
-
- private:
-  std::map<std::string, std::string> predecessors_;
 };
 
 class EngineGraph : public Counted<NxDependencyGraph> {
  public:
-  EngineGraph(NxDataManagerPool* managers, ThreadPoolBase* handwriting) {
+  explicit EngineGraph(NxDataManagerPool* managers) {
     SetManagerPool(managers);
     EngineDef* const page = AddDef("page", {});
-    page->AddTask("find", {"left", "right"}, "", handwriting);
-    EngineDef* const code = AddDef("code", {page});
-    code->AddTask("read", {"fast", "deep", "far"}, "", handwriting);
-    code->AddTask("check", {""}, "read", handwriting);
-    EngineDef* const text = AddDef("text", {page});
-    text->AddTask("lines", {"print", "hand"}, "", handwriting);
-    text->AddTask("merge", {""}, "lines", handwriting);
-    for (const auto& [name, def] : GetTargetDefNodesMap()) def->ActivateAllTask();
+    page->GetTargetDefSetting()->AddTaskSetting("find", page->MakeTask("find", {"left", "right"}));
+    for (const char* name : {"code", "text"}) {
+      EngineDef* const def = AddDef(name, {page});
+      TargetROIDefSetting& setting = *def->GetTargetDefSetting();
+      setting.AddTaskSetting("read", def->MakeTask("read", {"print", "hand", "deep"}));
+      setting.AddOutputTaskSetting("merge", def->MakeTask("merge", {""}));
+    }
     SetBeginNode(page);
   }
 
@@ -310,47 +272,33 @@ class EngineGraph : public Counted<NxDependencyGraph> {
   }
 };
 
-void StartImage(Job& job, NxDependencyGraph& graph, NxDataManagerPool& managers,
-                FixedThreadPool& pool) {
-  job.source = new Counted<NxSourceImageObject>(nullptr, static_cast<std::uint64_t>(job.number),
-                                                job.IsSlow() ? 5 : INT_MAX);
-  job.source->SetManagerPool(&managers);
-  const NxRef<NxRegionObject> whole = MakeCountedRegion(job.source, "image");
-  ASSERT_EQ(graph.Run(whole, &pool, &job.semaphore), EC_Ok);
-}
-
 // Waits for every work item of the image, looks at what is left and lets go of it.
 void EndImage(Job& job) {
-  for (int i = 0; i < job.ItemCount(); ++i) job.semaphore.Consume();
-  EXPECT_EQ(job.semaphore.GetValue(), 0);
-  EXPECT_EQ(job.source->GetErrorRecords().size(), static_cast<std::size_t>(job.ErrorCount()));
-  EXPECT_EQ(job.source->IsTimeOut(), job.IsSlow());
-  EXPECT_EQ(job.source->GetErrorCode(), job.IsSlow()  ? EC_Timeout
-                                        : job.IsBad() ? EC_ImageReadFailed
-                                                      : EC_Ok);
-  EXPECT_EQ(job.outputs.size(), job.IsSlow() ? 1U : 5U);
+  const int items = kFindItems * (job.isSlow ? 1 : 1 + kRegionItems);
+  for (int i = 0; i < items; ++i) job.semaphore.Consume();
+  const std::size_t errors = job.isSlow ? kFindItems : job.isBad ? 2 * kFindItems : 0;
+  EXPECT_EQ(job.GetErrorRecords().size(), errors);
+  EXPECT_EQ(job.IsTimeOut(), job.isSlow);
+  EXPECT_EQ(job.GetErrorCode(), job.isSlow ? EC_Timeout : job.isBad ? EC_ImageReadFailed : EC_Ok);
+  EXPECT_EQ(job.outputs.size(), job.isSlow ? 1U : 5U);
   for (const NxRef<NxROIDefOutput>& output : job.outputs) {
     for (int i = 0; i < output->GetOutputCount(); ++i) {
       const NxRef<NxTaskOutput>& task = output->GetTaskOutput(i);
       EXPECT_EQ(task->GetResultStatus(), TOS_FINISHED);
       EXPECT_FALSE(task->GetWorkTable()->HasNextWorkOutput());
       for (const auto& works : task->GetWorkOutputs()) {
-        for (const NxRef<NxWorkOutput>& work : works) {
-          EXPECT_EQ(work->GetResultStatus(), TOS_WORK_ENDED);
-        }
+        EXPECT_EQ(works.at(0)->GetResultStatus(), TOS_WORK_ENDED);
       }
     }
   }
   job.outputs.clear();
-  job.source.reset();
 }
 
 void RunThousandImages(int threadCount) {
   constexpr std::size_t kInFlight = 8;
-  for (int i = 0; i < kImages; ++i) jobs.emplace_back(i);
+  std::vector<NxRef<Job>> jobs;
   NxDataManagerPool managers;
-  FixedThreadPool handwriting(2);
-  const NxRef<EngineGraph> graph = new EngineGraph(&managers, &handwriting);
+  const NxRef<EngineGraph> graph = new EngineGraph(&managers);
   FixedThreadPool pool(threadCount);
   std::atomic<bool> running{true};
   std::thread clock([&] {
@@ -359,15 +307,18 @@ void RunThousandImages(int threadCount) {
       std::this_thread::yield();
     }
   });
-  for (std::size_t i = 0; i < jobs.size() + kInFlight; ++i) {
-    if (i < jobs.size()) StartImage(jobs[i], *graph, managers, pool);
-    if (i >= kInFlight) EndImage(jobs[i - kInFlight]);
+  for (std::size_t i = 0; i < 1000 + kInFlight; ++i) {
+    if (i < 1000) {
+      jobs.push_back(new Job(static_cast<int>(i)));
+      jobs[i]->SetManagerPool(&managers);
+      EXPECT_EQ(graph->Run(MakeRegion("image", jobs[i]), &pool, nullptr), EC_Ok);
+    }
+    if (i >= kInFlight) EndImage(*jobs[i - kInFlight]);
   }
   pool.Stop();
-  handwriting.Stop();
   running = false;
   clock.join();
-  for (const Job& job : jobs) EXPECT_EQ(job.semaphore.GetValue(), 0) << job.number;
+  for (const auto& job : jobs) EXPECT_EQ(job->semaphore.GetValue(), 0) << job->GetImageId();
 }
 
 TEST(Engine, RunsAThousandImagesAndLeavesNothing) {
@@ -375,7 +326,6 @@ TEST(Engine, RunsAThousandImagesAndLeavesNothing) {
     SCOPED_TRACE(threadCount);
     RunThousandImages(threadCount);
     EXPECT_EQ(aliveObjects, 0);
-    jobs.clear();
   }
 }
 

