@@ -5,28 +5,77 @@
 #include <numeric>
 #include <string>
 
+#include "velmora/foundation/char_array.h"
+#include "velmora/foundation/core_module.h"
+
 namespace velmora {
 namespace {
 
+using basic_structures::CCoreModule;
+
 TEST(Array, OfCharsIsACString) {
-  for (const char* text : {"", "hello"}) {
-    const auto length = static_cast<std::uint32_t>(std::string(text).size());
-    const NxArrayRef<char> array = new NxArray<char>(text, length);
-    EXPECT_EQ(array->GetCount(), length + 1);
-    EXPECT_STREQ(array->GetData(), text);
-  }
+  const NxArray<char> array("hello", 4);
+  EXPECT_EQ(array.GetCount(), 5U);
+  EXPECT_STREQ(array.GetData(), "hell");
   EXPECT_THROW(NxArray<char>("", 0xFFFFFFFFU), std::length_error);
 }
 
 TEST(Array, CopiesOrZeroesItsElements) {
   const int values[] = {3, 1, 2};
   NxArray<int> copied(values, 3);
-  EXPECT_EQ(copied.GetCount(), 3U);
   copied[1] = 7;
   EXPECT_EQ(std::accumulate(copied.begin(), copied.end(), 0), 12);
   const NxArray<int> zeroed(4);
   EXPECT_EQ(std::accumulate(zeroed.begin(), zeroed.end(), 0), 0);
-  EXPECT_EQ(NxArray<int>(nullptr, 0).GetCount(), 0U);
+}
+
+TEST(CharArray, CopyReplacesTheOldString) {
+  char* text = nullptr;
+  Nx_CopyCharArray("first", &text);
+  Nx_CopyCharArray("", &text);
+  ASSERT_NE(text, nullptr);
+  EXPECT_STREQ(text, "");
+  Nx_CopyCharArray(nullptr, &text);
+  EXPECT_STREQ(text, "") << "a null source changes nothing";
+  Nx_CopyCharArray("x", nullptr);
+  for (int twice = 0; twice < 2; ++twice) {
+    Nx_DeleteCharArray(&text);
+    EXPECT_EQ(text, nullptr);
+  }
+  Nx_DeleteCharArray(nullptr);
+}
+
+TEST(CoreModule, FreesWhatItGaveEvenZeroBytes) {
+  char* text = nullptr;
+  Nx_CopyCharArray("freed through FreeBytes", &text);
+  unsigned char* bytes = CCoreModule::AllocateBytes(0);
+  ASSERT_NE(bytes, nullptr);
+  CCoreModule::FreeBytes(reinterpret_cast<unsigned char*>(text));
+  text = reinterpret_cast<char*>(bytes);
+  Nx_DeleteCharArray(&text);
+  CCoreModule::FreeBytes(nullptr);
+}
+
+TEST(CoreModule, HasTheLibrarysVersion) {
+  EXPECT_STREQ(CCoreModule::GetVersion(), "4.6.50.9329");
+}
+
+TEST(CharArray, CopyStringToBufferFillsAndMayLeaveNoTerminator) {
+  struct Row {
+    const char* name;
+    int size;
+    std::string want;  // of a buffer of ten 'x'
+  };
+  for (const Row& row :
+       {Row{"shorter than the string", 4, "abcdxxxxxx"},
+        Row{"as long as the string", 6, "abcdefxxxx"},
+        Row{"longer", 10, std::string("abcdef\0\0\0\0", 10)}, Row{"negative", -3, "xxxxxxxxxx"}}) {
+    SCOPED_TRACE(row.name);
+    std::string buffer(10, 'x');
+    CopyStringToBuffer("abcdef", buffer.data(), row.size);
+    EXPECT_EQ(buffer, row.want);
+  }
+  CopyStringToBuffer("abc", nullptr, 3);
 }
 
 }  // namespace

@@ -30,41 +30,33 @@ TEST(HashAlgorithm, SamplesLongInputs) {
   for (const auto& [length, step] :
        {std::pair{5U, 1U}, std::pair{32'767U, 1U}, std::pair{32'768U, 2U}, std::pair{65'535U, 2U},
         std::pair{65'536U, 3U}}) {
-    SCOPED_TRACE(length);
     const std::string input = bytes.substr(0, length);
-    EXPECT_EQ(Hash(input), SlowHash(input, step));
+    EXPECT_EQ(Hash(input), SlowHash(input, step)) << length;
   }
 }
 
 TEST(HashAlgorithm, KnownValues) {
   EXPECT_EQ(Hash("\xFF"), 0x7FFFFFFFU) << "-1 with its top bit cleared";
   EXPECT_EQ(NxHashAlgorithm::BKDRHash(nullptr, 0), 0U);
-  EXPECT_EQ(NxHashAlgorithm::Generate_BKDRHash("ab", 2), "BKDR_3105");
-  const NxArrayRef<char> text = NxHashAlgorithm::GenerateHash("ab", 2);
-  EXPECT_EQ(text->GetCount(), 10U);
-  EXPECT_STREQ(text->GetData(), "BKDR_3105");
+  EXPECT_STREQ(NxHashAlgorithm::GenerateHash("ab", 2)->GetData(), "BKDR_3105");
 }
 
 TEST(Sqrt, ReportsADomainErrorOnlyBelowZero) {
   constexpr double kInfinity = std::numeric_limits<double>::infinity();
-  const double nan = std::numeric_limits<double>::quiet_NaN();
+  constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
   struct Row {
     const char* name;
     double x, want;
     int error;
   };
   for (const Row& row :
-       {Row{"square", 16.0, 4.0, 0}, Row{"negative", -4.0, nan, EDOM}, Row{"zero", 0.0, 0.0, 0},
-        Row{"minus zero", -0.0, -0.0, 0}, Row{"NaN", nan, nan, 0},
-        Row{"infinity", kInfinity, kInfinity, 0}, Row{"-infinity", -kInfinity, nan, EDOM}}) {
-    SCOPED_TRACE(row.name);
+       {Row{"square", 16.0, 4.0, 0}, Row{"negative", -4.0, kNaN, EDOM}, Row{"NaN", kNaN, kNaN, 0},
+        Row{"minus zero", -0.0, -0.0, 0}, Row{"-infinity", -kInfinity, kNaN, EDOM}}) {
     errno = 0;
     const double got = Nc_Sqrt(row.x);
-    EXPECT_EQ(errno, row.error);
-    EXPECT_EQ(std::isnan(got), std::isnan(row.want));
-    if (std::isnan(row.want)) continue;
-    EXPECT_EQ(got, row.want);
-    EXPECT_EQ(std::signbit(got), std::signbit(row.want));
+    EXPECT_EQ(errno, row.error) << row.name;
+    // The inverse tells -0 from 0.
+    EXPECT_TRUE(std::isnan(row.want) ? std::isnan(got) : 1 / got == 1 / row.want) << row.name;
   }
 }
 
