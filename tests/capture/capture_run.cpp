@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <memory>
 #include <sstream>
 
 #include "examples/capture/system.h"
@@ -16,6 +15,14 @@ namespace {
 std::string WithoutCarriageReturns(std::string text) {
   text.erase(std::remove(text.begin(), text.end(), '\r'), text.end());
   return text;
+}
+
+void ExpectText(const std::string& text, const std::string& part) {
+  if (part.empty()) {
+    EXPECT_EQ(text, "");
+  } else {
+    EXPECT_PRED_FORMAT2(::testing::IsSubstring, part, text);
+  }
 }
 
 }  // namespace
@@ -37,13 +44,25 @@ CaptureRun RunCapture(const std::vector<std::string>& arguments, const std::stri
   return run;
 }
 
+void ExpectRun(const CaptureRun& run, int status, const std::string& out, const std::string& err) {
+  EXPECT_EQ(run.status, status);
+  ExpectText(run.out, out);
+  ExpectText(run.err, err);
+}
+
+std::size_t CountOf(const std::string& text, const std::string& part) {
+  std::size_t count = 0;
+  for (std::size_t at = 0; (at = text.find(part, at)) != std::string::npos; ++at) ++count;
+  return count;
+}
+
 Json::Value ParseJson(const std::string& text) {
   Json::CharReaderBuilder builder;
   Json::CharReaderBuilder::strictMode(&builder.settings_);
-  const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
+  std::istringstream stream(text);
   Json::Value value;
   std::string faults;
-  EXPECT_TRUE(reader->parse(text.data(), text.data() + text.size(), &value, &faults))
+  EXPECT_TRUE(Json::parseFromStream(builder, stream, &value, &faults))
       << faults << text.substr(0, 200);
   return value;
 }

@@ -3,6 +3,7 @@
 
 #include <json/value.h>
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -21,6 +22,12 @@ struct CaptureRun {
 
 // Runs the program in examples/capture; `input` is its standard input.
 CaptureRun RunCapture(const std::vector<std::string>& arguments, const std::string& input = {});
+
+// Expects the exit status, and that each stream holds a text; nothing at all where that is empty.
+void ExpectRun(const CaptureRun& run, int status, const std::string& out, const std::string& err);
+
+// How often a part stands in a text.
+std::size_t CountOf(const std::string& text, const std::string& part);
 
 // Fails the test that calls it if the text is no JSON.
 Json::Value ParseJson(const std::string& text);

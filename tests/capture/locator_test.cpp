@@ -6,7 +6,6 @@
 #include <cmath>
 #include <cstdint>
 #include <random>
-#include <set>
 #include <utility>
 #include <vector>
 
@@ -25,7 +24,7 @@ GreyImage RandomImage(int width, int height, std::mt19937& random, int values) {
   return image;
 }
 
-bool IsDarkByDefinition(const GreyImage& grey, int x, int y, int radius, int offset) {
+bool IsDarkByDefinition(const GreyView& grey, int x, int y, int radius, int offset) {
   std::int64_t sum = 0;
   std::int64_t count = 0;
   for (int v = std::max(0, y - radius); v <= std::min(grey.height - 1, y + radius); ++v)
@@ -34,28 +33,20 @@ bool IsDarkByDefinition(const GreyImage& grey, int x, int y, int radius, int off
   return (grey.Row(y)[x] + offset) * count < sum;
 }
 
+// The image is a window of a wider one: its rows stand farther apart than they are long.
 TEST(AdaptiveThreshold, EqualsItsDefinition) {
   std::mt19937 random(7);
   for (const auto& [width, height] : {std::pair{1, 1}, {17, 5}, {5, 17}, {30, 31}}) {
     for (int radius : {0, 1, 4, 40}) {
       SCOPED_TRACE(testing::Message() << width << "x" << height << " radius " << radius);
-      const GreyImage grey = RandomImage(width, height, random, 256);
-      const GreyImage dark = AdaptiveThreshold(grey.View(), radius, 3);
+      const GreyImage wide = RandomImage(width + 9, height, random, 256);
+      const GreyView grey{wide.pixels.data() + 5, width, height, wide.width};
+      const GreyImage dark = AdaptiveThreshold(grey, radius, 3);
       for (int y = 0; y < height; ++y)
         for (int x = 0; x < width; ++x)
           ASSERT_EQ(dark.Row(y)[x] != 0, IsDarkByDefinition(grey, x, y, radius, 3));
     }
   }
-}
-
-TEST(AdaptiveThreshold, WalksRowsByStride) {
-  GreyImage wide(40, 9);
-  std::mt19937 random(8);
-  for (auto& pixel : wide.pixels) pixel = static_cast<std::uint8_t>(random());
-  GreyImage tight(11, 9);
-  for (int y = 0; y < 9; ++y) std::copy_n(wide.Row(y) + 20, 11, tight.Row(y));
-  const GreyView window{wide.pixels.data() + 20, 11, 9, 40};
-  EXPECT_EQ(AdaptiveThreshold(window, 2, 4).pixels, AdaptiveThreshold(tight.View(), 2, 4).pixels);
 }
 
 // Pixels reached from (x, y) one neighbour at a time.
@@ -68,15 +59,18 @@ Component FloodFill(GreyImage& dark, int x, int y) {
     todo.pop_back();
     component.box.Include({px, py, px, py});
     ++component.area;
-    for (int v = std::max(0, py - 1); v <= std::min(dark.height - 1, py + 1); ++v) {
-      for (int u = std::max(0, px - 1); u <= std::min(dark.width - 1, px + 1); ++u) {
-        if (dark.Row(v)[u] == 0) continue;
-        dark.Row(v)[u] = 0;
-        todo.emplace_back(u, v);
-      }
-    }
+    for (int v = std::max(0, py - 1); v <= std::min(dark.height - 1, py + 1); ++v)
+      for (int u = std::max(0, px - 1); u <= std::min(dark.width - 1, px + 1); ++u)
+        if (std::exchange(dark.Row(v)[u], std::uint8_t{0}) != 0) todo.emplace_back(u, v);
   }
   return component;
+}
+
+using Numbers = std::vector<std::int64_t>;
+
+void Append(const Component& component, Numbers& to) {
+  const Box& box = component.box;
+  to.insert(to.end(), {box.left, box.top, box.right, box.bottom, component.area});
 }
 
 TEST(FindComponents, EqualsFloodFill) {
@@ -86,20 +80,13 @@ TEST(FindComponents, EqualsFloodFill) {
       SCOPED_TRACE(testing::Message() << values << " values, round " << round);
       GreyImage dark = RandomImage(1 + static_cast<int>(random() % 40), 23, random, values);
       for (auto& pixel : dark.pixels) pixel = pixel == 1 ? 1 : 0;
-      const Components found = FindComponents(dark);
-      std::size_t next = 0;
-      for (int y = 0; y < dark.height; ++y) {
-        for (int x = 0; x < dark.width; ++x) {
-          if (dark.Row(y)[x] == 0) continue;
-          const Component want = FloodFill(dark, x, y);
-          ASSERT_LT(next, found.list.size());
-          const Component& got = found.list[next++];
-          EXPECT_EQ(got.area, want.area);
-          EXPECT_TRUE(got.box.left == want.box.left && got.box.top == want.box.top &&
-                      got.box.right == want.box.right && got.box.bottom == want.box.bottom);
-        }
-      }
-      EXPECT_EQ(next, found.list.size());
+      Numbers got;
+      for (const Component& component : FindComponents(dark).list) Append(component, got);
+      Numbers want;
+      for (int y = 0; y < dark.height; ++y)
+        for (int x = 0; x < dark.width; ++x)
+          if (dark.Row(y)[x] != 0) Append(FloodFill(dark, x, y), want);
+      EXPECT_EQ(got, want);
     }
   }
 }
@@ -131,73 +118,67 @@ TEST(MinAreaRectangle, TakesPointsWithoutArea) {
   EXPECT_NEAR(rectangle[2].x - rectangle[1].x, 0, 1e-9);
 }
 
-void FillBox(GreyImage& image, const Box& box, std::uint8_t value) {
-  for (int y = box.top; y <= box.bottom; ++y)
-    std::fill(image.Row(y) + box.left, image.Row(y) + box.right + 1, value);
-}
+struct Filled {
+  Box box;
+  std::uint8_t value;
+};
 
-GreyImage Blank() {
+struct Bars {
+  int left;
+  int top;
+  int count;
+  int height;
+};
+
+// Boxes, then dark bars, 3 pixels wide and as far apart, on a bright ground.
+GreyImage Draw(const std::vector<Filled>& boxes, const std::vector<Bars>& codes) {
   GreyImage image(300, 200);
-  std::fill(image.pixels.begin(), image.pixels.end(), std::uint8_t{200});
+  std::vector<Filled> all = {{{0, 0, 299, 199}, 200}};
+  all.insert(all.end(), boxes.begin(), boxes.end());
+  for (const Bars& bars : codes)
+    for (int x = bars.left; x < bars.left + 6 * bars.count; x += 6)
+      all.push_back({{x, bars.top, x + 2, bars.top + bars.height - 1}, 60});
+  for (const auto& [box, value] : all)
+    for (int y = box.top; y <= box.bottom; ++y)
+      std::fill_n(image.Row(y) + box.left, box.Width(), value);
   return image;
-}
-
-void DrawBars(GreyImage& image, int left, int top, int count, int height) {
-  for (int i = 0; i < count; ++i)
-    FillBox(image, {left + 6 * i, top, left + 6 * i + 2, top + height - 1}, 60);
 }
 
 TEST(FindCandidates, TakesManyCrossingsForACode) {
   struct Row {
     const char* name;
-    void (*draw)(GreyImage&);
+    std::vector<Filled> boxes;
+    std::vector<Bars> codes;
     std::size_t want;
   };
-  for (const Row& row : {Row{"nothing", [](GreyImage&) {}, 0},
-                         Row{"a dark block",
-                             [](GreyImage& i) {
-                               FillBox(i, {50, 50, 120, 120}, 30);
-                             },
-                             0},
-                         Row{"bars", [](GreyImage& i) { DrawBars(i, 40, 40, 20, 60); }, 1},
-                         Row{"bars too low", [](GreyImage& i) { DrawBars(i, 40, 40, 20, 12); }, 0},
-                         Row{"two codes apart",
-                             [](GreyImage& i) {
-                               DrawBars(i, 20, 20, 15, 50);
-                               DrawBars(i, 170, 120, 15, 50);
-                             },
-                             2},
-                         Row{"bars on a label with an edge",
-                             [](GreyImage& i) {
-                               FillBox(i, {10, 10, 289, 189}, 30);
-                               FillBox(i, {12, 12, 287, 187}, 200);
-                               DrawBars(i, 60, 60, 20, 60);
-                             },
-                             1}}) {
+  for (const Row& row : {
+           Row{"nothing", {}, {}, 0},
+           Row{"a dark block", {{{50, 50, 120, 120}, 30}}, {}, 0},
+           Row{"bars", {}, {{40, 40, 20, 60}}, 1},
+           Row{"bars too low", {}, {{40, 40, 20, 19}}, 0},
+           Row{"two codes apart", {}, {{20, 20, 15, 50}, {170, 120, 15, 50}}, 2},
+           Row{"two codes near the edge of a label",
+               {{{10, 10, 289, 189}, 30}, {{12, 12, 287, 187}, 200}},
+               {{20, 20, 15, 50}, {192, 130, 15, 50}},
+               2},
+       }) {
     SCOPED_TRACE(row.name);
-    GreyImage image = Blank();
-    row.draw(image);
-    EXPECT_EQ(FindCandidates(image.View(), {}).size(), row.want);
+    EXPECT_EQ(FindCandidates(Draw(row.boxes, row.codes).View(), {}).size(), row.want);
   }
 }
 
-TEST(FindCandidates, GivesCornersAndLimits) {
-  GreyImage image = Blank();
-  DrawBars(image, 20, 20, 15, 50);
-  DrawBars(image, 170, 120, 10, 30);
-  const std::vector<Candidate> all = FindCandidates(image.View(), {});
-  ASSERT_EQ(all.size(), 2U);
-  EXPECT_NEAR(all[0].rectangle[0].x, 20, 1e-9);
-  EXPECT_NEAR(all[0].rectangle[0].y, 20, 1e-9);
-  EXPECT_NEAR(all[0].rectangle[2].x, 20 + 6 * 14 + 2, 1e-9);
-  EXPECT_NEAR(all[0].rectangle[2].y, 69, 1e-9);
-  EXPECT_EQ(all[0].crossings, 28);
-
+TEST(FindCandidates, GivesTheLargestWithItsCorners) {
   CandidateRules rules;
   rules.maxCandidates = 1;
+  const GreyImage image = Draw({}, {{170, 120, 10, 30}, {20, 20, 15, 50}});
   const std::vector<Candidate> largest = FindCandidates(image.View(), rules);
   ASSERT_EQ(largest.size(), 1U);
-  EXPECT_EQ(largest[0].area, all[0].area);
+  const Rectangle& corners = largest[0].rectangle;
+  EXPECT_NEAR(corners[0].x, 20, 1e-9);
+  EXPECT_NEAR(corners[0].y, 20, 1e-9);
+  EXPECT_NEAR(corners[2].x, 20 + 6 * 14 + 2, 1e-9);
+  EXPECT_NEAR(corners[2].y, 69, 1e-9);
+  EXPECT_EQ(largest[0].crossings, 28);
 }
 
 }  // namespace

@@ -13,48 +13,12 @@ namespace {
 using testing::ReadFile;
 using testing::TemporaryDirectory;
 
-// What keeps a text from being XML; empty if it is. Knows as much of XML as an SVG needs.
-std::string FaultInXml(const std::string& text) {
-  std::vector<std::string> open;
-  for (std::size_t at = 0; at < text.size();) {
-    if (text[at] == '&') {
-      const std::string entity = text.substr(at, text.find(';', at) - at);
-      if (entity.size() > 6 || entity.find_first_of(" <\n") != std::string::npos) return "bare &";
-    }
-    if (text[at] != '<') {
-      ++at;
-      continue;
-    }
-    const bool isComment = text.compare(at, 4, "<!--") == 0;
-    const std::size_t end = isComment ? text.find("-->", at) : text.find('>', at);
-    if (end == std::string::npos) return "a tag without end";
-    const std::string tag = text.substr(at + 1, end - at - 1);
-    at = end + 1;
-    if (isComment || tag[0] == '!' || tag[0] == '?') continue;
-    const std::string name = tag.substr(0, tag.find_first_of(" \n\t/", 1));
-    if (std::count(tag.begin(), tag.end(), '"') % 2 != 0) return "an open quote in " + name;
-    if (tag[0] == '/') {
-      if (open.empty() || "/" + open.back() != tag) return "<" + tag + "> closes nothing";
-      open.pop_back();
-    } else if (tag.back() != '/') {
-      open.push_back(name);
-    }
-  }
-  return open.empty() ? "" : "<" + open.back() + "> is left open";
-}
-
 std::vector<std::string> FilesIn(const std::string& folder) {
   std::vector<std::string> names;
   for (const auto& entry : std::filesystem::directory_iterator(folder))
     names.push_back(entry.path().filename().string());
   std::sort(names.begin(), names.end());
   return names;
-}
-
-std::size_t CountOf(const std::string& text, const std::string& part) {
-  std::size_t count = 0;
-  for (std::size_t at = 0; (at = text.find(part, at)) != std::string::npos; ++at) ++count;
-  return count;
 }
 
 TEST(Output, OverlaysShowPictureRegionsAndTexts) {
@@ -66,17 +30,12 @@ TEST(Output, OverlaysShowPictureRegionsAndTexts) {
   ASSERT_EQ(FilesIn(folder / "made/here"),
             (std::vector<std::string>{"0000-label.jpg.svg", "0002-qr.png.svg"}))
       << "there is nothing to draw over a broken file";
-  const std::string svg = ReadFile(folder / "made/here/0000-label.jpg.svg");
-  EXPECT_EQ(FaultInXml(svg), "");
-  EXPECT_EQ(CountOf(svg, "<polygon class=\"code\""), 3u);
-  EXPECT_EQ(CountOf(svg, "<polygon class=\"region\""), 4u);
-  EXPECT_EQ(CountOf(svg, ">{candidates}[locate]</text>"), 4u);
-  EXPECT_EQ(CountOf(svg, ">QR: label: pallet 7</text>"), 1u);
-  EXPECT_NE(svg.find("viewBox=\"0 0 820 540\""), std::string::npos);
-  EXPECT_NE(svg.find("data:image/png;base64,iVBORw0KGgo"), std::string::npos);
-  const std::string narrow = ReadFile(folder / "made/here/0002-qr.png.svg");
-  const std::size_t label = narrow.find("<text class=\"code\"");
-  EXPECT_NE(narrow.find("x=\"0\"", label), std::string::npos) << "a long text moves to the edge";
+  for (const char* name : {"0000-label.jpg.svg", "0002-qr.png.svg"}) {
+    std::string svg = ReadFile(folder / "made/here/" + name);
+    const std::size_t picture = svg.find("iVBORw0KGgo");
+    svg.erase(picture, svg.find('"', picture) - picture);
+    EXPECT_EQ(svg, ReadFile(std::string(VELMORA_CAPTURE_TESTS "/overlays/") + name));
+  }
 }
 
 TEST(Output, IntermediateFilesAreWhatAnObserverSees) {
@@ -132,11 +91,10 @@ TEST(Output, GraphShowsTheStateOfEveryTask) {
   EXPECT_EQ(isDrawn, run.err.find("note: Graphviz is not there") == std::string::npos) << run.err;
   const std::string text = ReadFile(isDrawn ? folder / "g.svg" : folder / "g.svg.dot");
   if (isDrawn) {
-    EXPECT_EQ(FaultInXml(text), "");
     EXPECT_FALSE(std::filesystem::exists(folder / "g.svg.dot"));
   } else {
     EXPECT_EQ(text.find("digraph \"read-codes\" {"), 0u);
-    EXPECT_EQ(std::count(text.begin(), text.end(), '{'), std::count(text.begin(), text.end(), '}'));
+    EXPECT_EQ(CountOf(text, "{"), CountOf(text, "}"));
   }
   for (const char* part : {"locate (Locator)", "linear (CodeReader)", "matrix (MatrixReader)",
                            "in 1 call, 1 found", "done", "unless found"})

@@ -1,7 +1,6 @@
 // Raw frames, played as a video, and what a buffer without room does with them.
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <set>
 
 #include "tests/capture/capture_run.h"
@@ -41,23 +40,9 @@ TEST(RawFrames, AreReadInEveryFormat) {
     const CaptureRun run =
         RunCapture({"--json", "--overflow=block", "--template=templates/linear.json",
                     std::string("--raw=550x198:") + row.format + "@50", folder / "two.raw"});
-    EXPECT_EQ(run.status, 0) << run.err;
-    const std::vector<Json::Value> reports = run.Reports();
-    ASSERT_EQ(reports.size(), 2u);
-    for (int i = 0; i < 2; ++i) {
-      const Json::Value& report = reports[static_cast<std::size_t>(i)];
-      EXPECT_EQ(report["codes"][0]["text"], "VELMORA 39");
-      EXPECT_EQ(report["image"], (folder / "two.raw") + "#" + std::to_string(i));
-    }
+    ExpectRun(run, 0, "two.raw#1\"", "2 images, 2 read,");
+    EXPECT_EQ(CountOf(run.out, "\"text\":\"VELMORA 39\""), 2u) << run.out;
   }
-  // A file that ends within a frame, and one that is not there.
-  WriteFile(folder / "short.raw", rgb + "rest");
-  const CaptureRun run = RunCapture({"--raw", "550x198:rgb", folder / "short.raw", "no.raw"});
-  EXPECT_EQ(run.status, 1);
-  EXPECT_NE(run.err.find("short.raw#1: Failed to read the image. the file ends within the frame"),
-            std::string::npos)
-      << run.err;
-  EXPECT_NE(run.err.find("no.raw: The file is not found. (-10005)"), std::string::npos) << run.err;
 }
 
 // Every frame is captured or counted as dropped; a source that blocks drops none.
@@ -73,23 +58,14 @@ TEST(RawFrames, AreLostExactlyAsTheStatisticsSay) {
     const bool drops = overflow == std::string("drop");
     const CaptureRun run = RunCapture({"--json", "--threads", "1", "--buffer", "2", "--overflow",
                                        overflow, "--raw", "550x198:nv12", folder / "video.raw"});
-    EXPECT_EQ(run.status, 0) << run.err;
-    int played = 0, captured = 0, dropped = -1;
-    const std::size_t line = run.err.find("frames: ");
-    ASSERT_NE(line, std::string::npos) << run.err;
-    std::sscanf(run.err.c_str() + line, "frames: %d played, %d captured, %d dropped", &played,
-                &captured, &dropped);
-    EXPECT_EQ(played, kFrames);
-    EXPECT_EQ(captured + dropped, kFrames);
-    EXPECT_EQ(dropped > 0, drops);
     std::set<int> ids;
-    int previous = -1;
-    for (const Json::Value& report : run.Reports()) {
-      EXPECT_TRUE(drops || report["id"].asInt() == previous + 1) << "in order, none missing";
-      previous = report["id"].asInt();
-      ids.insert(previous);
-    }
-    EXPECT_EQ(static_cast<int>(ids.size()), captured);
+    for (const Json::Value& report : run.Reports()) ids.insert(report["id"].asInt());
+    EXPECT_EQ(CountOf(run.out, "\n"), ids.size()) << "an image was told twice";
+    const int captured = static_cast<int>(ids.size());
+    EXPECT_EQ(captured < kFrames, drops);
+    ExpectRun(run, 0, "VELMORA 39",
+              "frames: 60 played, " + std::to_string(captured) + " captured, " +
+                  std::to_string(kFrames - captured) + " dropped\n");
   }
 }
 

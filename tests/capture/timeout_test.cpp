@@ -60,9 +60,7 @@ TEST(Timeout, KeepsWhatWasFoundAndEndsInTime) {
   // The graph marks the very tasks that the errors name, begun or not.
   const std::string graph =
       testing::ReadFile(folder / "g.svg") + testing::ReadFile(folder / "g.svg.dot");
-  std::size_t marks = 0;
-  for (std::size_t at = 0; (at = graph.find("timed out", at)) != std::string::npos; ++at) ++marks;
-  EXPECT_EQ(marks, tasks.size()) << graph;
+  EXPECT_EQ(CountOf(graph, "timed out"), tasks.size()) << graph;
 
   // The readers alone would take seconds. Work that begins late ends at its first look at the time.
   const Json::Value trace = ParseJson(testing::ReadFile(folder / "trace.json"));
