@@ -30,17 +30,13 @@ TEST_F(Ini, ReadsSectionsKeysAndValues) {
     std::string want;
   };
   for (const Row& row :
-       {Row{"byte order mark",
-            "\xEF\xBB\xBF"
-            "a=0",
-            "", "a", "0"},
+       {Row{"byte order mark", "\xEF\xBB\xBFx=0", "", "x", "0"},
         Row{"comment", "; a=1", "", ";a", ""},
         Row{"blanks", " [ s ] rest\n\t k 1 = C:\\a b\\\t c\\ \r\n", "s", "k1", "C:\\ab\\c\\"},
         Row{"blank lines", "\n\v\f\r\n\v\fa=3\n", "", "a", "3"},
         Row{"bytes above 127", "a=Ma\xC3\x9F\xA0", "", "a", "Ma\xC3\x9F\xA0"},
         Row{"no key", "=nameless", "", "", "nameless"},
-        Row{"two equals signs", "a=x=y", "", "a", "x=y"},
-        Row{"no equals sign", "k\na=1", "", "a", "1"},
+        Row{"none and two equals signs", "k\na=x=y", "", "a", "x=y"},
         Row{"long line", ";" + longText + "\na=" + longText, "", "a", std::string(1'021, 'v')},
         Row{"last value", "a=1\na=2", "", "a", "2"},
         Row{"section again", "[s]\na=1\n[t]\na=2\n[s]\nb=3", "s", "a", "1"},
@@ -60,11 +56,10 @@ TEST_F(Ini, ReadsNumbers) {
   };
   for (const Row& row :
        {Row{"+4", 4}, Row{"-3", -3}, Row{"12abc", 12}, Row{"abc", 0}, Row{"", 0}, Row{"0x10", 0},
-        Row{"010", 10}, Row{"1.9", 1}, Row{"99999999999", INT_MAX}, Row{"-99999999999", INT_MIN}}) {
+        Row{"010", 10}, Row{"99999999999", INT_MAX}, Row{"-99999999999", INT_MIN}}) {
     ASSERT_TRUE(Load(std::string("[s]\nn=") + row.text));
     EXPECT_EQ(ini.GetInt("s", "n"), row.want) << row.text;
   }
-  EXPECT_EQ(ini.GetInt("s", "missing"), 0);
 }
 
 TEST_F(Ini, KeepsItsContentWhenTheFileCannotBeRead) {

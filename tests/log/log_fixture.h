@@ -16,9 +16,12 @@ namespace velmora::testing {
 // What a line that this thread writes now begins with, by the system's own clock.
 std::string LineHead();
 
-// Applies a configuration in a fresh directory and turns the one log of the process off again.
+using Lines = std::vector<std::string>;
+
+// Has the one log of the process write texts in a fresh directory, and turns it off again.
 class LogFixture : public ::testing::Test {
  protected:
+  LogFixture() { Configure(LM_Text, 1); }
   ~LogFixture() override {
     log.OutputCacheLog();
     log.SetOutputMode(OM_File);
@@ -33,8 +36,8 @@ class LogFixture : public ::testing::Test {
   std::string LogFile() const { return directory / "VelmoraScanlyx.log"; }
 
   // The messages of the log's lines; a line of another form is given back whole, marked.
-  std::vector<std::string> Messages() const {
-    std::vector<std::string> messages;
+  Lines Messages() const {
+    Lines messages;
     std::istringstream text(ReadFile(LogFile()));
     for (std::string line; std::getline(text, line);) {
       int head = 0;  // how long it is; stays 0 if it has another form

@@ -29,7 +29,7 @@ namespace {
 
 using testing::ReadFile;
 using PosixLog = testing::LogFixture;
-using Lines = std::vector<std::string>;
+using testing::Lines;
 
 // What the process writes into any file may not make it longer, as if the disk were full.
 template <typename Action>
@@ -46,7 +46,6 @@ void WithFileSizeLimit(rlim_t size, Action action) {
 }
 
 TEST_F(PosixLog, ATornLineSpoilsNoOther) {
-  Configure(LM_Text, 1);
   const std::uint64_t lost = log.GetLostLineCount();
   log.AddJsonRecord(Json::Value("record"));
   WithFileSizeLimit(7, [&] {
@@ -63,7 +62,6 @@ TEST_F(PosixLog, ATornLineSpoilsNoOther) {
 }
 
 TEST_F(PosixLog, GoesOnWhereTheDiskBecameFull) {
-  Configure(LM_Text, 1);
   log.SetOutputMode(OM_Cache);
   Lines want;
   for (int i = 0; i < 40; ++i) {
@@ -79,7 +77,6 @@ TEST_F(PosixLog, GoesOnWhereTheDiskBecameFull) {
 }
 
 TEST_F(PosixLog, WritesACachedLineAgainIfAnotherCameBetween) {
-  Configure(LM_Text, 1);
   log.SetOutputMode(OM_Cache);
   log.WriteTextLog(1, "cached");
   WithFileSizeLimit(4, [&] { EXPECT_FALSE(log.OutputCacheLog()); });
