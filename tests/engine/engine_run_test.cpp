@@ -13,7 +13,6 @@
 #include <mutex>
 #include <string>
 #include <thread>
-#include <utility>
 #include <vector>
 
 #include "tests/engine/engine_objects.h"
@@ -27,27 +26,24 @@ using testing::MakeRegion;
 
 std::atomic<int> aliveObjects{0};
 
-// An object of the library whose life is counted.
-template <typename Base>
-class Counted : public Base {
- public:
-  template <typename... Arguments>
-  explicit Counted(Arguments&&... arguments) : Base(std::forward<Arguments>(arguments)...) {
-    ++aliveObjects;
-  }
-  ~Counted() override { --aliveObjects; }
+// What an object holds to have its life counted.
+struct Alive {
+  Alive() { ++aliveObjects; }
+  ~Alive() { --aliveObjects; }
 };
 
 constexpr int kFindItems = 2;
 constexpr int kRegionItems = 8;  // in both definitions: read in 3 modes, merge
 
-// One image on its way. Its regions hold it, so that a region that stays is counted with it.
-struct Job : Counted<NxSourceImageObject> {
+// One image on its way. The regions hold it, and so do outputs and work items: one that is left over
+// is counted with it.
+struct Job : NxSourceImageObject {
   explicit Job(int number)
-      : Counted(nullptr, static_cast<std::uint64_t>(number), number % 10 == 3 ? 5 : INT_MAX),
+      : NxSourceImageObject(nullptr, std::uint64_t(number), number % 10 == 3 ? 5 : INT_MAX),
         isSlow(number % 10 == 3),
         isBad(number % 7 == 0) {}
 
+  const Alive alive;
   const bool isSlow;  // runs out of its time
   const bool isBad;   // one mode of reading fails
   NxSemaphore semaphore{0};
@@ -59,11 +55,11 @@ Job& JobOf(const NxRegionObject& region) {
   return static_cast<Job&>(*region.GetSourceImageObject());
 }
 
-class TaskRun : public Counted<NxTaskOutput> {
+class TaskRun : public NxTaskOutput {
  public:
   TaskRun(NxTargetROIDef* def, NxROIDefOutput* defOutput, Nx_WorkObjectBase* work)
-      : Counted(defOutput->GetRegion(), defOutput->GetReferenceRegion(), work->GetTaskName(),
-                TT_ATOMIC_0, false, static_cast<int>(work->GetWorkModes().size())),
+      : NxTaskOutput(defOutput->GetRegion(), defOutput->GetReferenceRegion(), work->GetTaskName(),
+                     TT_ATOMIC_0, false, static_cast<int>(work->GetWorkModes().size())),
         def_(def),
         defOutput_(defOutput),
         work_(work) {}
@@ -74,8 +70,7 @@ class TaskRun : public Counted<NxTaskOutput> {
   void Start(ThreadPoolBase* pool) {
     missing_ = work_->AppendWorkOutputs(this, 0);
     for (int count = missing_; count > 0; --count) {
-      pool->AppendWorkItem(new Counted<ResolvableWorkItem>(
-          GetWorkTable(), defOutput_->GetSemaphore(), std::uint64_t(def_->GetPriorityLevel())));
+      pool->AppendWorkItem(new ResolvableWorkItem(GetWorkTable(), defOutput_->GetSemaphore(), 0));
     }
   }
 
@@ -101,14 +96,14 @@ class TaskRun : public Counted<NxTaskOutput> {
   std::atomic<int> missing_{0};
 };
 
-class EngineWork : public Counted<Nx_WorkObjectBase> {
+class EngineWork : public Nx_WorkObjectBase {
  public:
   int AppendWorkOutputs(NxTaskOutput* task, int level) override {
     int mode = 0;
     for (const std::string& workMode : GetWorkModes()) {
-      NxRef<NxWorkOutput> work = new Counted<NxWorkOutput>(
-          task, task->GetSectionCache(), task->GetRegion(), task->GetReferenceRegion(),
-          task->GetTaskName(), task->GetTaskType(), this, workMode);
+      const NxRef<NxWorkOutput> work =
+          new NxWorkOutput(task, nullptr, task->GetRegion(), task->GetReferenceRegion(),
+                           task->GetTaskName(), TT_ATOMIC_0, this, workMode);
       task->AddWorkOutput(mode, work);
       task->GetWorkTable()->AppendNextWorkOutput(level, mode++, work);
     }
@@ -125,10 +120,10 @@ class EngineWork : public Counted<Nx_WorkObjectBase> {
 
  private:
   // Completes the work of an item, on another thread maybe than the one that processes it.
-  class LateWork : public Counted<RtrThreadWorkItemBase> {
+  class LateWork : public RtrThreadWorkItemBase {
    public:
     LateWork(EngineWork* work, ExecutableWorkItem* item)
-        : Counted(nullptr, item->GetPriority()), work_(work), item_(item) {}
+        : RtrThreadWorkItemBase(nullptr, 0), work_(work), item_(item) {}
     void Process(ThreadPoolBase* /*pool*/) override { work_->Complete(*item_); }
     void FinishWork() override { item_->FinishWork(); }
 
@@ -161,12 +156,14 @@ class EngineWork : public Counted<Nx_WorkObjectBase> {
       EXPECT_EQ(read->GetResultCount(), job.isBad ? 2 : 3);
       EXPECT_EQ(task.GetReferenceRegionByTargetName("image")->GetTargetROIDefName(), "image");
     }
-    task.AddResult(new Counted<NxTaskOutputAtomResult>(MakeRegion(GetTargetDefName(), &job)));
+    task.AddResult(new NxTaskOutputAtomResult(MakeRegion(GetTargetDefName(), &job)));
     return EC_Ok;
   }
+
+  const Alive alive_;
 };
 
-class EngineDef : public Counted<NxTargetROIDef> {
+class EngineDef : public NxTargetROIDef {
  public:
   EngineDef(const std::string& name, const std::vector<NxTargetROIDef*>& parents) {
     GetTargetDefSetting()->SetTargetDefName(name);
@@ -175,14 +172,13 @@ class EngineDef : public Counted<NxTargetROIDef> {
 
   NxRef<NxTargetTaskSetting> MakeTask(const std::string& name,
                                       const std::vector<std::string>& workModes) {
-    const std::string& defName = GetTargetDefSetting()->GetTargetDefName();
-    NxRef<Nx_WorkObjectBase> work = new EngineWork;
+    const NxRef<Nx_WorkObjectBase> work = new EngineWork;
     work->SetTaskName(name);
-    work->SetTargetDefName(defName);
+    work->SetTargetDefName(GetTargetDefSetting()->GetTargetDefName());
     work->SetWorkModes(workModes);
     work->SetManagerPool(GetManagerPool());
     NxRef<NxTargetTaskSetting> task =
-        new Counted<NxTargetTaskSetting>(defName, name, TT_ATOMIC_0, 0);
+        new NxTargetTaskSetting(work->GetTargetDefName(), name, TT_ATOMIC_0, 0);
     task->SetTaskObject(work);
     return task;
   }
@@ -190,7 +186,7 @@ class EngineDef : public Counted<NxTargetROIDef> {
   NxRef<NxROIDefOutput> CreateROIDefOutput(const NxRef<NxRegionObject>& region,
                                            const NxRef<NxRegionObject>& reference,
                                            NxSemaphore* semaphore) override {
-    NxRef<NxROIDefOutput> output = new Counted<NxROIDefOutput>(region, reference, semaphore);
+    NxRef<NxROIDefOutput> output = new NxROIDefOutput(region, reference, semaphore);
     const TargetROIDefSetting& setting = *GetTargetDefSetting();
     for (const auto* tasks : {&setting.GetTaskMap(), &setting.GetOutputTaskMap()}) {
       for (const auto& [name, task] : *tasks) {
@@ -240,9 +236,12 @@ class EngineDef : public Counted<NxTargetROIDef> {
     }
     AppendWorkItems(output.get(), pool);
   }
+
+ private:
+  const Alive alive_;
 };
 
-class EngineGraph : public Counted<NxDependencyGraph> {
+class EngineGraph : public NxDependencyGraph {
  public:
   explicit EngineGraph(NxDataManagerPool* managers) {
     SetManagerPool(managers);
@@ -270,6 +269,8 @@ class EngineGraph : public Counted<NxDependencyGraph> {
     AddTargetROIDefNode(name, def);
     return def;
   }
+
+  const Alive alive_;
 };
 
 // Waits for every work item of the image, looks at what is left and lets go of it.

@@ -32,25 +32,18 @@ class PlainGraph : public NxDependencyGraph {
   int Run(const NxRef<NxRegionObject>&, ThreadPoolBase*, NxSemaphore*) override { return 0; }
 };
 
-NxRef<Nx_WorkObjectBase> Chain(int length) {
-  NxRef<Nx_WorkObjectBase> head = new FunctionWork;
-  Nx_WorkObjectBase* tail = head.get();
-  for (int i = 1; i < length; ++i) {
-    tail->SetNextWorkObject(new FunctionWork);
-    tail = tail->GetNextWorkObject();
-    EXPECT_EQ(tail->GetIndexInTask(), i);
-  }
-  return head;
-}
-
 TEST(TargetTaskSetting, AddsUpTheChainsThatItIsGiven) {
   NxTargetTaskSetting task("R", "T", TT_ATOMIC_1, 4);
-  const NxRef<Nx_WorkObjectBase> first = Chain(3);
-  const NxRef<Nx_WorkObjectBase> second = Chain(2);
-  for (const auto& chain : {first, second, NxRef<Nx_WorkObjectBase>()}) task.SetTaskObject(chain);
+  const NxRef<Nx_WorkObjectBase> works[] = {new FunctionWork, new FunctionWork, new FunctionWork};
+  works[0]->SetNextWorkObject(works[1]);
+  works[1]->SetNextWorkObject(works[2]);
+  EXPECT_EQ(works[2]->GetIndexInTask(), 2);
+  for (const auto& chain : {works[0], works[1], NxRef<Nx_WorkObjectBase>()}) {
+    task.SetTaskObject(chain);
+  }
   EXPECT_EQ(task.GetWorkCountInTask(), 5);
-  EXPECT_EQ(task.GetTaskObject(), second.get());
-  EXPECT_EQ(first->GetReferenceCount(), 1);
+  EXPECT_EQ(task.GetTaskObject(), works[1].get());
+  EXPECT_EQ(works[0]->GetReferenceCount(), 1);
 }
 
 TEST(TargetROIDefSetting, KeepsTheSecondOfTwoSettingsUnderOneName) {

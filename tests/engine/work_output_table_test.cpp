@@ -25,18 +25,16 @@ TEST(WorkOutputTable, AnswersTheWorkThatItRefusesOrDiesWith) {
   {
     NxWorkOutputTable table;
     const NxRef<NxRegionObject> region = testing::MakeRegion("page");
-    const auto append = [&](int level, const char* name) {
+    for (const std::string name : {"refused", "a", "b", "c"}) {
+      const auto ask = [&answers, &table, name] {
+        answers += name + (table.HasNextWorkOutput() ? " of more, " : " alone, ");
+      };
       table.AppendNextWorkOutput(
-          level, 0,
-          new testing::Asking<NxWorkOutput>(
-              [&answers, &table, name] {
-                answers.append(name).append(table.HasNextWorkOutput() ? " of more, " : " alone, ");
-              },
-              nullptr, nullptr, region, region, "task", TT_ATOMIC_0, nullptr, ""));
-    };
-    append(0, "refused");  // there are no lists yet
-    table.SetAllWorkModesCount(1);
-    for (const char* name : {"a", "b", "c"}) append(1, name);
+          name == "refused" ? 0 : 1, 0,
+          new testing::Asking<NxWorkOutput>(ask, nullptr, nullptr, region, region, "task",
+                                            TT_ATOMIC_0, nullptr, ""));
+      table.SetAllWorkModesCount(1);  // until here there are no lists
+    }
   }
   EXPECT_EQ(answers, "refused alone, a of more, b of more, c alone, ");
 }
@@ -48,9 +46,8 @@ class NaiveTable {
     while (static_cast<int>(levels_.size()) <= level) levels_.emplace_back(listsPerLevel);
     if (level < 0 || mode < 0) return;
     Level& lists = levels_[static_cast<std::size_t>(level)];
-    if (static_cast<std::size_t>(mode) < lists.size()) {
-      lists[static_cast<std::size_t>(mode)].push_back(work);
-    }
+    const auto index = static_cast<std::size_t>(mode);
+    if (index < lists.size()) lists[index].push_back(work);
   }
 
   NxRef<NxWorkOutput> Take(const std::string& workMode, bool sequential) {
@@ -120,15 +117,10 @@ TEST(WorkOutputTable, LooksAtTwoSlotsForATakeWhateverWasTakenBefore) {
   NxWorkOutputTable table;
   table.SetAllWorkModesCount(1);
   for (int i = 0; i < 9000; ++i) table.AppendNextWorkOutput(0, 0, Work(i / 3000 == 1 ? "b" : "a"));
-  const auto take = [&table](const char* asked) {
+  for (int i = 0; i < 6000; ++i) {
+    const std::string asked = i < 2500 ? "a" : i < 5000 ? "b" : "";
+    if (asked.empty()) table.AppendNextWorkOutput(0, 0, Work("a"));
     EXPECT_NE(table.GetNextTopPriorityWorkOutput(asked), nullptr);
-  };
-  for (const char* asked : {"a", "b"}) {
-    for (int i = 0; i < 2500; ++i) take(asked);
-  }
-  for (int i = 0; i < 1000; ++i) {
-    table.AppendNextWorkOutput(0, 0, Work("a"));
-    take("");
   }
   EXPECT_LE(table.GetVisitedSlotCount(), 2 * 6000);
 }
