@@ -73,17 +73,14 @@ TEST(Quad, CopiesAllFourOrNothing) {
   }
 }
 
-TEST(Quad, AreaOfAFlatShapeIsANumber) {
-  const Point flat[] = {{0, 0}, {100, 1}, {200, 2}, {300, 3}};
-  EXPECT_EQ(Nx_Quad(flat).GetArea(-1, -1), 0) << "Heron's product may be negative";
-}
-
-TEST(Quad, AreaBeyondTheImageIsNotRemembered) {
+TEST(Quad, AreaBeyondTheImageOrOfNothing) {
   const Point left[] = {{-20, 0}, {-10, 0}, {-10, 10}, {-20, 10}};
   const Nx_Quad quad(left);
   EXPECT_EQ(quad.GetArea(50, 50), 0);
   EXPECT_EQ(quad.GetArea(-1, 50), 100) << "no clipping unless both are given";
   EXPECT_EQ(quad.GetArea(50, 50), 100) << "remembered";
+  const Point flat[] = {{0, 0}, {100, 1}, {200, 2}, {300, 3}};
+  EXPECT_EQ(Nx_Quad(flat).GetArea(-1, -1), 0) << "Heron's product may be negative";
 }
 
 TEST(Quad, ClonesLeaveTheIdBehind) {
@@ -224,10 +221,12 @@ TEST(Quad, QuickOverlapTest) {
     bool want;
   };
   const Row rows[] = {
+      {"plus sign off the centres", bar(0, 4, 20, 6), bar(16, 0, 18, 30), 0, false},
       {"plus sign at the centres", bar(0, 4, 10, 6), bar(4, 0, 6, 10), 0, true},
       {"one inside the other", bar(0, 0, 30, 30), bar(3, 3, 6, 6), 0, true},
       {"expanded by one", bar(0, 0, 1000, 9), bar(1002, 0, 2002, 9), 0.0011F, true},
       {"too small to expand", bar(0, 0, 1000, 9), bar(1002, 0, 2002, 9), 0.001F, false},
+      {"touching, shrunk", bar(0, 0, 10, 10), bar(10, 0, 20, 10), -0.1F, false},
       {"shares of the shorter sides", bar(0, 0, 100, 10), bar(108, 0, 118, 10), 0.4F, true},
       {"and not of the longer", bar(0, 0, 100, 10), bar(112, 0, 122, 10), 0.4F, false},
   };

@@ -67,11 +67,8 @@ int RelationByIntegers(const Quad4& q, const Point& p, int tolerance) {
 
 // Whether the two diagonals cross each other strictly inside both.
 bool DiagonalsCross(const Quad4& q) {
-  const auto opposite = [](std::int64_t a, std::int64_t b) {
-    return (a > 0 && b < 0) || (a < 0 && b > 0);
-  };
-  return opposite(Cross(q[0], q[2], q[1]), Cross(q[0], q[2], q[3])) &&
-         opposite(Cross(q[1], q[3], q[0]), Cross(q[1], q[3], q[2]));
+  return Cross(q[0], q[2], q[1]) * Cross(q[0], q[2], q[3]) < 0 &&
+         Cross(q[1], q[3], q[0]) * Cross(q[1], q[3], q[2]) < 0;
 }
 
 template <typename Polygon>
@@ -129,10 +126,8 @@ TEST(QuadProperties, SideOfPointsAtAboutTheTolerance) {
 TEST(QuadProperties, BothRoutesToTheAreaAgreeToTheBit) {
   Random random(12);
   for (int i = 0; i < 50'000; ++i) {
-    Quad4 q = random.QuadIn(-100'000, 100'000);
-    if (i % 5 == 0) {
-      for (Point& p : q) p = random.ExtremePoint();
-    }
+    Quad4 q;
+    for (Point& p : q) p = i % 5 == 0 ? random.ExtremePoint() : random.PointIn(-100'000, 100'000);
     const int area = Nx_Quad(q.data()).GetArea(-1, -1);
     ASSERT_EQ(Value(q).GetArea(), area) << Text(q);
     ASSERT_GE(area, 0) << Text(q);
@@ -180,13 +175,13 @@ std::vector<Point> PixelsOneByOne(const Quad4& q, Nx_Pixelate_Mode mode) {
       bool isInside = false;
       bool isOnEdge = false;
       for (unsigned i = 0; i < 4; ++i) {
-        const bool isDown = q[i][1] < q[(i + 1) % 4][1];
-        const Point& upper = isDown ? q[i] : q[(i + 1) % 4];
-        const Point& lower = isDown ? q[(i + 1) % 4] : q[i];
-        if (upper[1] > y || lower[1] <= y) continue;
+        const Point& a = q[i];
+        const Point& b = q[(i + 1) % 4];
+        if ((a[1] <= y) == (b[1] <= y)) continue;
         // Going down, what lies left on the image is on the right-hand side.
-        isInside ^= Cross(upper, lower, p) < 0;
-        isOnEdge |= Cross(upper, lower, p) == 0;
+        const std::int64_t cross = a[1] < b[1] ? Cross(a, b, p) : Cross(b, a, p);
+        isInside ^= cross < 0;
+        isOnEdge |= cross == 0;
       }
       if (isInside || isOnEdge || border.count({y, x}) != 0) found.push_back(p);
     }
@@ -217,10 +212,11 @@ TEST(QuadProperties, PixelsShiftedAndClipped) {
     Quad4 shifted = q;
     for (Point& p : shifted) p.Set(p[0] >> shift, p[1] >> shift);
     std::vector<Point> want = PixelsOneByOne(shifted, mode);
+    SCOPED_TRACE(::testing::Message() << Text(q) << " in " << width << 'x' << height);
     const Nx_Quad quad(q.data());
     std::vector<Point> pixels;
     quad.GetAllPixels(pixels, mode, shift + 32, -1, height);
-    ASSERT_EQ(pixels, want) << Text(q) << " shift " << shift;
+    ASSERT_EQ(pixels, want) << "shift " << shift;
     ASSERT_LE(pixels.size(), static_cast<std::size_t>(quad.GetAllPixelsReserveSize(shift, -1, -1)));
     const int count = quad.GetAllPixels(pixels, mode, shift, width, height);
     const int reserve = quad.GetAllPixelsReserveSize(shift, width, height);
@@ -228,10 +224,10 @@ TEST(QuadProperties, PixelsShiftedAndClipped) {
       return p[0] < 0 || p[1] < 0 || p[0] > (width - 1) >> shift || p[1] > (height - 1) >> shift;
     };
     want.erase(std::remove_if(want.begin(), want.end(), isBeyond), want.end());
-    if (reserve == 0)
-      want.clear();  // a coarse cell may reach beyond the image; a quad there has none
-    ASSERT_EQ(pixels, want) << Text(q) << " shift " << shift << " in " << width << 'x' << height;
-    ASSERT_LE(count, reserve) << Text(q) << " shift " << shift << " in " << width << 'x' << height;
+    // A coarse cell may reach beyond the image; a quad there has none.
+    if (reserve == 0) want.clear();
+    ASSERT_EQ(pixels, want) << "shift " << shift;
+    ASSERT_LE(count, reserve) << "shift " << shift;
   }
 }
 

@@ -87,8 +87,8 @@ void AddMeasures(Signature& s, const Segment& segment, const Segment& other, con
   float slope = 0;
   float intercept = 0;
   Point out;
-  s.Add(segment.GetMidPoint(), segment.GetRealLength(), segment.GetPixelLength());
-  s.Add(segment.CalcAngle(), static_cast<int>(segment.GetLineDirectionStatus()));
+  s.Add(segment.GetMidPoint(), segment.GetRealLength(), segment.GetPixelLength(),
+        segment.CalcAngle(), static_cast<int>(segment.GetLineDirectionStatus()));
   segment.GetLineEquation(equation);
   s.AddAll(equation, 3);
   for (const Nx_Coordinates_Axis axis : {CA_X, CA_Y}) {
@@ -112,8 +112,8 @@ void AddMeasures(Signature& s, const Segment& segment, const Segment& other, con
   const auto f = [](int coordinate) { return static_cast<float>(coordinate); };
   const Point& p = in.p;
   const Point& q = in.first[0];
-  s.Add(MathUtils::distance(p[0], p[1], q[0], q[1]));
-  s.Add(MathUtils::distance(f(p[0]), f(p[1]), f(q[0]), f(q[1])));
+  s.Add(MathUtils::distance(p[0], p[1], q[0], q[1]),
+        MathUtils::distance(f(p[0]), f(p[1]), f(q[0]), f(q[1])));
 }
 
 void AddMoves(Signature& s, const Segment& segment, const Inputs& in) {

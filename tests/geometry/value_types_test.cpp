@@ -151,27 +151,25 @@ TEST(CoordinateTransform, TruncatesAfterEachMatrix) {
 
 TEST(CoordinateTransform, IsTheTruncatedExactImage) {
   Random random(21);
-  int compared = 0;
   for (int i = 0; i < 100'000; ++i) {
     Matrix m;
     for (std::size_t j = 0; j < 9; ++j)
       m[j] = random.Between(-1'000'000, 1'000'000) / (j < 6 ? 1e5 : 1e9);
     m[8] += 1;
     const Point p = random.PointIn(-100'000, 100'000);
-    const long double w =
-        static_cast<long double>(m[6]) * p[0] + static_cast<long double>(m[7]) * p[1] + m[8];
+    const auto image = [&](std::size_t row) {
+      const long double x = m[3 * row];
+      const long double y = m[3 * row + 1];
+      return x * p[0] + y * p[1] + m[3 * row + 2];
+    };
     const Point got = Point::TransformCoordinates(p, m.data());
-    for (const std::size_t row : {0U, 1U}) {
-      const long double want = (static_cast<long double>(m[3 * row]) * p[0] +
-                                static_cast<long double>(m[3 * row + 1]) * p[1] + m[3 * row + 2]) /
-                               w;
+    for (const int axis : {0, 1}) {
+      const long double want = image(static_cast<std::size_t>(axis)) / image(2);
       // Right beside an int the last bit of a double decides.
       if (std::fabs(want) > 2e9L || std::fabs(want - std::round(want)) < 1e-5L) continue;
-      ASSERT_EQ(got[static_cast<int>(row)], static_cast<int>(want));
-      ++compared;
+      ASSERT_EQ(got[axis], static_cast<int>(want));
     }
   }
-  EXPECT_GT(compared, 190'000);
 }
 
 }  // namespace
