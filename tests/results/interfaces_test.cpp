@@ -106,10 +106,5 @@ static_assert(!std::is_destructible_v<CCapturedResultItem>);
 static_assert(!std::is_destructible_v<COriginalImageResultItem>);
 static_assert(!std::is_destructible_v<CCapturedResultBase>);
 
-// What a PDF reader that was told nothing goes by.
-constexpr CPDFReadingParameter kPdfDefaults;
-static_assert(kPdfDefaults.mode == 3 && kPdfDefaults.resolution == 300 &&
-              kPdfDefaults.sourceKind == 0);
-
 }  // namespace
 }  // namespace velmora
