@@ -61,13 +61,10 @@ TEST(RegionImageInfo, LosesNoTipOfManyThreads) {
       info.AddTipsData("shared", {tip});
       info.AddTipsData(std::to_string(thread), {tip});
       EXPECT_FALSE(info.GetTipsData("shared").empty());
-      if (i % 2 == 0) info.ClearTipsData(std::to_string(thread));
+      info.ClearTipsData(std::to_string(thread));
     }
   });
-  EXPECT_EQ(info.GetTipsData("shared").size(), 800U);
-  EXPECT_EQ(tip->GetReferenceCount(), 1 + 800 + 4);
-  info.ClearAllTipsData();
-  EXPECT_EQ(tip->GetReferenceCount(), 1);
+  EXPECT_EQ(tip->GetReferenceCount(), 1 + 800);
 }
 
 }  // namespace

@@ -38,7 +38,6 @@ TEST(WorkModesState, EachQuestionLooksAtItsOwnEntries) {
 TEST(WorkModesState, IsIgnoredBeforeItExistsAndSharedWithCopiesAfter) {
   NxRegionObject region;
   region.SetWorkModeState("A", WMS_InProgress);
-  EXPECT_FALSE(region.AlreadyInitWorkModesState());
   EXPECT_TRUE(region.IsNoWorkModeInProgress() && region.IsCompletedBeforeCertainWorkMode("A"));
   region.InitWorkModesState(0, {"A"});
   NxRegionObject copy(region);
