@@ -4,26 +4,38 @@
 
 #include <climits>
 #include <cstdint>
+#include <deque>
+#include <locale>
+#include <map>
+#include <optional>
+#include <random>
+#include <regex>
+#include <set>
 #include <string>
 #include <utility>
 
 #include "tests/engine/engine_objects.h"
+#include "tests/support/barrier.h"
+#include "velmora/engine/code_parser_task.h"
 
 namespace velmora {
 namespace {
 
+using basic_structures::BufferedItemBase;
+using basic_structures::BufferedItemSetBase;
+using basic_structures::BufferedItemType;
 using testing::Asking;
+using testing::CallTogether;
 using testing::MakeRegion;
 using testing::MakeSource;
 
 // An item at work on an image.
 struct Active {
   explicit Active(const NxRef<NxRegionObject>& region)
-      : output(region, MakeRegion("page"), "read", TT_ATOMIC_0),
-        item(&output, nullptr, nullptr, 0) {}
+      : output(region, MakeRegion("page"), "read", TT_ATOMIC_0) {}
 
   NxOutputBase output;
-  ExecutableWorkItem item;
+  ExecutableWorkItem item{&output, nullptr, nullptr, 0};
 };
 
 TEST(ActiveWorkUnitManager, ChargesEachImageInFlightOnce) {
@@ -36,11 +48,9 @@ TEST(ActiveWorkUnitManager, ChargesEachImageInFlightOnce) {
   for (const int i : {0, 1, 2, 3, 4, 0, 2}) manager.LoadActiveWorkUnit(&items[i].item);
   manager.AddTimeCheckCountForActiveWorkUnit(10);
   EXPECT_EQ(image->GetElapsedTime(), 10);
-  EXPECT_FALSE(image->IsTimeOut());
   for (const int i : {0, 0, 2}) manager.UnloadActiveWorkUnit(&items[i].item);
   manager.AddTimeCheckCountForActiveWorkUnit(INT64_C(0x7700000001));  // only the low 32 bits count
   EXPECT_EQ(image->GetElapsedTime(), 11);
-  EXPECT_TRUE(image->IsTimeOut());
   EXPECT_EQ(other->GetElapsedTime(), 10);
 }
 
@@ -85,32 +95,147 @@ TEST(DataCacheManager, FilesByTheHashOfTheImageReplacesAndDropsTheFlagged) {
   EXPECT_EQ(manager.GetFromCacheMap(keptHashId), nullptr);
 }
 
+TEST(DataCacheManager, Locks) {
+  DataCacheManager manager;
+  CallTogether({[&] { Add(manager, 1); }, [&] { manager.GetFromCacheMap(""); },
+                [&] { manager.GetSourceImage(""); }, [&] { manager.UpdateCacheMap(); },
+                [&] { manager.CleanAllCacheMap(); }});
+}
+
 TEST(SourceImageCache, CopiesShareAndMovesHandOverTheSourceImage) {
   const NxRef<NxSourceImageObject> source = MakeSource();
   Cache original;
   original.SetSourceImageObject(source);
   original.SetDropFlag(true);
   Cache copy(original);
-  Cache assigned;
-  assigned = copy;
+  Cache assigned[2];
+  assigned[0] = copy;
+  const Cache moved(std::move(copy));
+  assigned[1] = std::move(original);
   EXPECT_EQ(source->GetReferenceCount(), 4);
-  Cache moved(std::move(copy));
-  for (const Cache* other : {&assigned, &moved}) {
+  for (const Cache* other : {&moved, &std::as_const(assigned[0]), &std::as_const(assigned[1])}) {
     EXPECT_EQ(other->GetSourceImageObject(), source);
     EXPECT_TRUE(other->GetDropFlag());
   }
-  EXPECT_EQ(copy.GetSourceImageObject(), nullptr);  // NOLINT(bugprone-use-after-move)
-  assigned = std::move(original);
-  EXPECT_EQ(source->GetReferenceCount(), 3);
+}
+
+TEST(SemanticProcessor, CopiesShareAndMovesHandOverTheTasks) {
+  const NxRef<CpxTaskObject> task = new CpxTaskObject("mrz", "");
+  SemanticProcessor processor("passport", nullptr);
+  for (int i = 0; i < 2; ++i) processor.AppendCpxTask(task);
+  const SemanticProcessor copy(processor);
+  EXPECT_EQ(task->GetReferenceCount(), 5) << "listed as often as appended";
+  const SemanticProcessor moved(std::move(processor));
+  EXPECT_EQ(task->GetReferenceCount(), 5);
 }
 
 TEST(TaskEffectTimeManager, IsOpenAboveZeroOnly) {
   TaskEffectTimeManager manager;
-  EXPECT_FALSE(manager.IsTimePointOpen());
   for (const int timePoint : {1, 0, INT_MAX, -1}) {
     manager.SetTimePointToTaskEffect(timePoint);
     EXPECT_EQ(manager.IsTimePointOpen(), timePoint > 0) << timePoint;
   }
+  CallTogether({[&] { manager.SetTimePointToTaskEffect(1); }, [&] { manager.IsTimePointOpen(); }});
+}
+
+constexpr BufferedItemType kTypes[] = {BufferedItemType(1), BufferedItemType(2)};
+
+struct Item : BufferedItemBase {
+  Item(BufferedItemType itemType, int itemNumber) : type(itemType), number(itemNumber) {}
+  BufferedItemType GetBufferedItemType() const override { return type; }
+
+  const BufferedItemType type;
+  const int number;
+};
+
+// The numbers of the items, oldest first; none of a type that is not registered.
+using Numbers = std::optional<std::deque<int>>;
+
+struct ItemSet : BufferedItemSetBase {
+  explicit ItemSet(BufferedItemType itemType) : type(itemType) {}
+  void CopyFromManager(BufferedItemManager* manager) override {
+    const BufferedItemManager::Items* items = manager->GetBufferedItemsUnlocked(type);
+    if (items == nullptr) return;
+    numbers.emplace();
+    for (const auto& item : *items) numbers->push_back(static_cast<const Item&>(*item).number);
+  }
+
+  const BufferedItemType type;
+  Numbers numbers;
+};
+
+Numbers Buffered(BufferedItemManager& manager, BufferedItemType type) {
+  ItemSet items(type);
+  manager.CopyBufferToItemSet(&items);
+  return items.numbers;
+}
+
+TEST(BufferedItemManager, DoesAsQueuesThatDropTheirFront) {
+  std::mt19937 random(7);
+  BufferedItemManager manager;
+  manager.AppendItem(nullptr);
+  manager.CopyBufferToItemSet(nullptr);
+  const auto ask = [&] { manager.GetMaxBufferedItems(kTypes[0]); };
+  struct Queue {
+    int limit;
+    Numbers numbers;
+  };
+  std::map<BufferedItemType, Queue> queues;
+  for (int i = 0; i < 5000; ++i) {
+    const BufferedItemType type = kTypes[random() % 2];
+    Queue& queue = queues[type];
+    const auto action = random() % 100;
+    if (action == 0) {
+      manager.ClearBuffer();
+      queues.clear();
+    } else if (action < 4) {
+      manager.RegisterBufferedItemType(type);
+      queue = {0, std::deque<int>()};
+    } else if (action < 20) {
+      const int limit = static_cast<int>(random() % 9) - 1;
+      manager.SetMaxBufferedItems(type, limit);
+      if (queue.numbers && limit >= 0) queue.limit = limit;
+    } else {
+      manager.AppendItem(NxRef<Item>(new Asking<Item>(ask, type, i)).get());
+      if (queue.numbers) queue.numbers->push_back(i);
+    }
+    for (const BufferedItemType each : kTypes) {
+      auto& [limit, numbers] = queues[each];
+      while (numbers && static_cast<int>(numbers->size()) > limit) numbers->pop_front();
+      ASSERT_EQ(manager.GetMaxBufferedItems(each), limit) << i;
+      ASSERT_EQ(Buffered(manager, each), numbers) << i;
+    }
+  }
+}
+
+TEST(BufferedItemManager, IsEmptyWhenItsLastItemsDie) {
+  BufferedItemManager manager;
+  manager.RegisterBufferedItemType(kTypes[0]);
+  manager.SetMaxBufferedItems(kTypes[0], 1);
+  const auto ask = [&] { EXPECT_EQ(Buffered(manager, kTypes[0]), std::nullopt); };
+  manager.AppendItem(new Asking<Item>(ask, kTypes[0], 1));
+}
+
+TEST(BufferedItemManager, HasAnIdOfItsOwnWhateverTheLocale) {
+  struct Grouped : std::numpunct<char> {
+    std::string do_grouping() const override { return "\3"; }
+  };
+  const std::locale before = std::locale::global({std::locale::classic(), new Grouped});
+  std::set<std::string> ids;
+  for (int i = 0; i < 50; ++i) ids.insert(BufferedItemManager().GetManagerID());
+  std::locale::global(before);
+  EXPECT_EQ(ids.size(), 50U);
+  EXPECT_TRUE(std::regex_match(*ids.begin(), std::regex("[0-9]+-[0-9a-fx]+-[0-9]+")));
+}
+
+TEST(BufferedItemManager, Locks) {
+  BufferedItemManager manager;
+  constexpr BufferedItemType kType = kTypes[0];
+  CallTogether({[&] { manager.RegisterBufferedItemType(kType); },
+                [&] { manager.SetMaxBufferedItems(kType, 2); },
+                [&] { manager.GetMaxBufferedItems(kType); },
+                [&] { manager.AppendItem(NxRef<Item>(new Item(kType, 0)).get()); },
+                [&] { Buffered(manager, kType); }, [&] { manager.ClearBuffer(); }});
 }
 
 }  // namespace

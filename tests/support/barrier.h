@@ -2,29 +2,12 @@
 #pragma once
 
 #include <atomic>
-#include <condition_variable>
-#include <mutex>
+#include <cstddef>
+#include <functional>
 #include <thread>
-#include <utility>
 #include <vector>
 
 namespace velmora::testing {
-
-class Barrier {
- public:
-  explicit Barrier(int count) : missing_(count) {}
-
-  void ArriveAndWait() {
-    std::unique_lock<std::mutex> lock(mutex_);
-    if (--missing_ == 0) allHere_.notify_all();
-    allHere_.wait(lock, [this] { return missing_ <= 0; });
-  }
-
- private:
-  std::mutex mutex_;  // guards missing_
-  std::condition_variable allHere_;
-  int missing_;
-};
 
 // Has the threads of a race begin each round of it at the same instant: they collide even in a round
 // that is far shorter than the start of a thread.
@@ -47,16 +30,25 @@ class Lockstep {
 // Runs body(threadIndex) on `count` threads that start together, and joins them.
 template <typename Body>
 void RunTogether(int count, Body body) {
-  Barrier barrier(count);
+  Lockstep lockstep(count);
   std::vector<std::thread> threads;
-  threads.reserve(static_cast<std::size_t>(count));
   for (int i = 0; i < count; ++i) {
-    threads.emplace_back([&barrier, &body, i] {
-      barrier.ArriveAndWait();
+    threads.emplace_back([&lockstep, &body, i] {
+      lockstep.Enter(0);
       body(i);
     });
   }
   for (std::thread& thread : threads) thread.join();
+}
+
+// Calls operations that share an object, each often and on a thread of its own: a thread that takes
+// no lock is ordered with no other, so that the thread sanitizer sees the lock that is missing
+// however the threads happen to run.
+constexpr int kCallsTogether = 300;
+inline void CallTogether(const std::vector<std::function<void()>>& operations) {
+  RunTogether(static_cast<int>(operations.size()), [&](int thread) {
+    for (int i = 0; i < kCallsTogether; ++i) operations[static_cast<std::size_t>(thread)]();
+  });
 }
 
 }  // namespace velmora::testing

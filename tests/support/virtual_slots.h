@@ -16,12 +16,11 @@ int TableIndex(MemberPointer member) {
   return offset % 2 == 0 ? -1 : static_cast<int>((offset - 1) / std::intptr_t{sizeof(void*)});
 }
 
-// Slot of a virtual operation of a class whose destructor is declared before it (slot 0); -1 for
-// one that is not virtual.
+// Slot of a virtual operation of a class whose destructor is declared before it (slot 0); negative
+// for one that is not virtual, or first in a class without a virtual destructor.
 template <typename MemberPointer>
 int SlotOf(MemberPointer member) {
-  const int index = TableIndex(member);
-  return index < 0 ? -1 : index - 1;
+  return TableIndex(member) - 1;
 }
 
 // How many virtual operations a class has, its destructor and those of its first base included:
@@ -30,6 +29,9 @@ template <typename Class>
 int CountVirtualOperations() {
   struct Probe : Class {
     virtual void OneMore() = 0;
+
+   protected:
+    ~Probe() = default;
   };
   return SlotOf(&Probe::OneMore);
 }
