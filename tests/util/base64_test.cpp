@@ -118,7 +118,8 @@ TEST_F(Base64, EncodesByTheStandardAndDecodesLeniently) {
   for (const Row& row :
        {Row{"nothing", "", "", true}, Row{"one byte", "f", "Zg==", true},
         Row{"two bytes", "fo", "Zm8=", true}, Row{"three bytes", "foo", "Zm9v", true},
-        Row{"two groups", "fooba", "Zm9vYmE=", true},
+        Row{"and one", "foob", "Zm9vYg==", true}, Row{"and two", "fooba", "Zm9vYmE=", true},
+        Row{"two groups", "foobar", "Zm9vYmFy", true},
         Row{"line break", "ManMa", "TWFu\r\nTWE=", false}, Row{"high bit", "Man", "\xD4WFu", false},
         Row{"no padding: one byte more than there is", Bytes("M\0", 2), "TQ", false},
         Row{"padding inside takes a byte too", Bytes("M\0\0M", 4), "TQ==TWFu", false},
@@ -131,6 +132,19 @@ TEST_F(Base64, EncodesByTheStandardAndDecodesLeniently) {
     EXPECT_EQ(SlowEncode(row.bytes), row.text);
     ExpectEncoded(row.bytes);
     EXPECT_EQ(encoder_.Encode(row.bytes.c_str()), row.text.size());
+  }
+}
+
+TEST_F(Base64, EncodesEveryInputOfUpToThreeBytes) {
+  for (int pair = 0; pair < 65536; ++pair) {
+    const Bytes two = {static_cast<char>(pair >> 8), static_cast<char>(pair)};
+    ExpectEncoded(two.substr(0, 1));
+    ExpectEncoded(two);
+    Bytes groups;  // with every third byte
+    for (int c = 0; c < 256; ++c) groups += two + static_cast<char>(c);
+    const std::string text = Encode(encoder_, groups);
+    ASSERT_EQ(text, SlowEncode(groups));
+    ASSERT_EQ(Decode(decoder_, text), groups);
   }
 }
 
