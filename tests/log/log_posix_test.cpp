@@ -27,9 +27,9 @@ std::string testing::LineHead() {
 
 namespace {
 
+using testing::Lines;
 using testing::ReadFile;
 using PosixLog = testing::LogFixture;
-using testing::Lines;
 
 // What the process writes into any file may not make it longer, as if the disk were full.
 template <typename Action>
