@@ -11,6 +11,12 @@
 
 namespace velmora::capture {
 
+#if defined(VELMORA_HAS_MATRIX_READER)
+constexpr bool kHasMatrixReader = true;
+#else
+constexpr bool kHasMatrixReader = false;
+#endif
+
 struct CaptureRun {
   int status = -1;
   std::string out;  // standard output, lines ended by \n on every system

@@ -11,12 +11,6 @@ namespace {
 
 using testing::TemporaryDirectory;
 
-#if defined(VELMORA_HAS_MATRIX_READER)
-constexpr bool kHasMatrixReader = true;
-#else
-constexpr bool kHasMatrixReader = false;
-#endif
-
 // Every line of the table that a module of this target can read, and nothing beside them.
 TEST(Samples, HoldWhatTheTableSays) {
   const CaptureRun run = RunCapture({"--json", "samples"});

@@ -25,16 +25,15 @@ std::string StripedSquares(int count) {
 
 // Sharpness is done in no time; then each reader tries each square in vain.
 std::string EndlessTemplate(int readers) {
-  std::string text =
-      R"({"Name":"endless","Definitions":[)"
-      R"({"Name":"first","Tasks":[{"Name":"sharp","Module":"Sharpness","Output":true}]},)"
-      R"({"Name":"squares","Parents":["first"],"Tasks":[)"
-      R"({"Name":"locate","Module":"Locator","Settings":{"MaxCandidates":10000}}]},)"
-      R"({"Name":"codes","Parents":["squares"],"Tasks":[)";
+  std::string text = R"({"Name":"endless","Definitions":[
+      {"Name":"first","Tasks":[{"Name":"sharp","Module":"Sharpness","Output":true}]},
+      {"Name":"squares","Parents":["first"],"Tasks":[
+        {"Name":"locate","Module":"Locator","Settings":{"MaxCandidates":10000}}]},
+      {"Name":"codes","Parents":["squares"],"Tasks":[)";
   for (int i = 0; i < readers; ++i)
-    text += (i > 0 ? "," : "") + std::string("{\"Name\":\"r") + std::to_string(i) +
-            "\",\"Module\":\"CodeReader\",\"Output\":true}";
-  return text + "]}]}";
+    text += R"({"Module":"CodeReader","Output":true,"Name":"r)" + std::to_string(i) + "\"},";
+  text.back() = ']';
+  return text + "}]}";
 }
 
 TEST(Timeout, KeepsWhatWasFoundAndEndsInTime) {
@@ -63,10 +62,10 @@ TEST(Timeout, KeepsWhatWasFoundAndEndsInTime) {
   EXPECT_EQ(CountOf(graph, "timed out"), tasks.size()) << graph;
 
   // The readers alone would take seconds. Work that begins late ends at its first look at the time.
-  const Json::Value trace = ParseJson(testing::ReadFile(folder / "trace.json"));
   double begin = 1e12;
   double end = 0;
   double longest = 0;
+  const Json::Value trace = ParseJson(testing::ReadFile(folder / "trace.json"));
   for (const Json::Value& event : trace["traceEvents"]) {
     if (event["cat"] != "work" || event["args"]["image"] != 0) continue;
     begin = std::min(begin, event["ts"].asDouble());
