@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <tuple>
 #include <vector>
 
 #include "velmora/image/convert_data.h"
@@ -18,59 +19,47 @@ constexpr int kBitsPerPixel[] = {1, 1, 8, 8, 16, 16, 24, 32, 48, 64, 32, 64, 24,
 constexpr int kFormatCount = 16;
 constexpr int kUsageCount = 6;
 
-struct TwinImage {
-  int stride = 0;
-  basic_structures::ImagePixelFormat format{};
-  std::vector<unsigned char> bytes;
-  std::int64_t readEnd = 0;  // just behind the last byte that was read
-};
+using namespace basic_structures;
+
+// Width, height, stride, format and bytes; nothing where the conversion refuses.
+using Converted =
+    std::optional<std::tuple<int, int, int, ImagePixelFormat, std::vector<unsigned char>>>;
 
 class ConversionTwin {
  public:
-  explicit ConversionTwin(const basic_structures::ConvertData& data) : data_(data) {}
+  explicit ConversionTwin(const ConvertData& data) : data_(data) {}
 
-  // Nothing where the conversion refuses. Sizes are small: no product wraps here.
-  std::optional<TwinImage> ToGrey() {
-    return Convert(1, data_.bitsPerPixel == 1 ? basic_structures::PXF_Binary8
-                                              : basic_structures::PXF_Grayscale8);
-  }
-  std::optional<TwinImage> ToColour() { return Convert(3, basic_structures::PXF_Colour888); }
+  // Sizes are small: no product wraps here.
+  Converted ToGrey() { return Convert(1, data_.bitsPerPixel == 1 ? PXF_Binary8 : PXF_Grayscale8); }
+  Converted ToColour() { return Convert(3, PXF_Colour888); }
+
+  // Just behind the last byte that was read.
+  std::int64_t ReadEnd() const { return readEnd_; }
 
  private:
   using Pixel = std::array<int, 3>;  // B, G, R; grey uses the first alone
 
-  std::optional<TwinImage> Convert(int channels, basic_structures::ImagePixelFormat format) {
-    TwinImage image{data_.width * channels, format, {}, 0};
+  Converted Convert(int channels, ImagePixelFormat format) {
+    std::vector<unsigned char> bytes;
     for (int y = 0; y < data_.height; ++y) {
       for (int x = 0; x < data_.width; ++x) {
         const std::optional<Pixel> pixel = PixelAt(x, y, channels == 1);
         if (!pixel) return std::nullopt;
-        image.bytes.insert(image.bytes.end(), pixel->begin(), pixel->begin() + channels);
+        bytes.insert(bytes.end(), pixel->begin(), pixel->begin() + channels);
       }
     }
-    image.readEnd = readEnd_;
-    return image;
+    return std::tuple(data_.width, data_.height, data_.width * channels, format, bytes);
   }
 
   std::optional<Pixel> PixelAt(int x, int y, bool toGrey) {
-    switch (data_.bitsPerPixel) {
-      case 1:
-      case 4:
-      case 8:
-        return toGrey ? IndexToGrey(IndexAt(x, y)) : IndexToColour(IndexAt(x, y));
-      case 24:
-        if (data_.isYuv && !toGrey) return YuvPixel(x, y);
-        [[fallthrough]];
-      case 16:
-      case 32:
-        return toGrey ? GreyOf(WordPixel(x, y)) : WordPixel(x, y);
-      case 48:
-      case 64:
-        if (toGrey) return std::nullopt;
-        return WordPixel(x, y);
-      default:
-        return std::nullopt;
-    }
+    const int bits = data_.bitsPerPixel;
+    if (bits == 1 || bits == 4 || bits == 8)
+      return toGrey ? IndexToGrey(IndexAt(x, y)) : IndexToColour(IndexAt(x, y));
+    if (bits == 24 && data_.isYuv && !toGrey) return YuvPixel(x, y);
+    if (bits == 16 || bits == 24 || bits == 32)
+      return toGrey ? GreyOf(WordPixel(x, y)) : WordPixel(x, y);
+    if ((bits == 48 || bits == 64) && !toGrey) return WordPixel(x, y);
+    return std::nullopt;
   }
 
   int ByteAt(std::int64_t index) {
@@ -118,9 +107,8 @@ class ConversionTwin {
   }
   Pixel GreyOf(const Pixel& pixel) const {
     const int usage = data_.colourChannelUsage;
-    const bool isChannel =
-        usage >= basic_structures::CCU_Red && usage <= basic_structures::CCU_Blue;
-    if (isChannel) return {pixel[static_cast<std::size_t>(basic_structures::CCU_Blue - usage)]};
+    const bool isChannel = usage >= CCU_Red && usage <= CCU_Blue;
+    if (isChannel) return {pixel[static_cast<std::size_t>(CCU_Blue - usage)]};
     return {(pixel[2] * 19562 + pixel[1] * 38550 + pixel[0] * 7424) / 65536};
   }
 
@@ -148,27 +136,30 @@ class ConversionTwin {
     return (product - (product % 256 + 256) % 256) / 256;
   }
 
-  const basic_structures::ConvertData& data_;
+  const ConvertData& data_;
   std::int64_t readEnd_ = 0;
   std::int64_t fallback_ = -1;
 };
 
 // What Nx_ConvertImageData makes of an image, by the description of its routing.
-inline std::optional<TwinImage> TwinOfImage(const unsigned char* bytes, int width, int height,
-                                            int stride, basic_structures::ImagePixelFormat format,
-                                            basic_structures::ColourChannelUsageType usage) {
+// An image without a conversion needs as many bytes as its rows have.
+inline Converted TwinOfImage(const unsigned char* bytes, int width, int height, int stride,
+                             ImagePixelFormat format, ColourChannelUsageType usage,
+                             std::int64_t& needed) {
   const bool isChannel = usage >= 3 && usage <= 5;
   const bool isYuv = format == 3 || format == 14;
   const bool isByte = format == 2 || format == 13 || format == 15;
+  needed = std::int64_t{stride} * height;
   if (isByte && width == stride) return std::nullopt;
   if (format == 6 && width * 3 == stride && !isChannel) return std::nullopt;
 
-  basic_structures::ConvertData data(bytes, width, height, stride, 0, 0, 0, false, false, false,
-                                     false, usage);
+  ConvertData data(bytes, width, height, stride, 0, 0, 0, false, false, false, false, usage);
   data.UpdateByFormat(format);
   ConversionTwin twin(data);
   const bool isGrey = isYuv ? usage == 2 : isChannel || isByte || format <= 1;
-  return isGrey ? twin.ToGrey() : twin.ToColour();
+  Converted image = isGrey ? twin.ToGrey() : twin.ToColour();
+  if (image) needed = twin.ReadEnd();
+  return image;
 }
 
 }  // namespace velmora::testing

@@ -4,6 +4,7 @@
 
 #include <limits>
 #include <new>
+#include <tuple>
 #include <vector>
 
 #include "velmora/foundation/ref.h"
@@ -31,6 +32,9 @@ class ImageData : public ::testing::Test {
 };
 using ImageDataWrapper = ImageData;
 
+Bytes BytesOf(const CImageData& image, int count) {
+  return Bytes(image.GetBytes(), image.GetBytes() + count);
+}
 const char* PathOf(const CImageData& image) {
   return static_cast<const CFileImageTag*>(image.GetImageTag())->GetFilePath();
 }
@@ -46,11 +50,9 @@ TEST_F(ImageData, CopiesAsManyBytesAsTheLow32BitsOfTheLengthSay) {
   const auto length = (1ULL << 32) + 6;
   const CImageData image(length, pixels, 3, 2, 3, PXF_Grayscale8, 90, nullptr);
   EXPECT_NE(image.GetBytes(), pixels);
-  EXPECT_EQ(Bytes(image.GetBytes(), image.GetBytes() + 6), Bytes(pixels, pixels + 6));
+  EXPECT_EQ(BytesOf(image, 6), Bytes(pixels, pixels + 6));
   EXPECT_EQ(image.GetBytesLength(), length);
-  const CImageData noBytes(length, nullptr, 3, 2, 3, PXF_Grayscale8, 0, nullptr);
-  EXPECT_EQ(noBytes.GetBytes(), nullptr);
-  EXPECT_EQ(noBytes.GetBytesLength(), length);
+  EXPECT_EQ(CImageData(length, nullptr, 3, 2, 3, PXF_Grayscale8, 0, nullptr).GetBytes(), nullptr);
 }
 
 TEST_F(ImageData, ReleasesAnAdoptedBufferOnceAndABorrowedOneNever) {
@@ -84,40 +86,20 @@ TEST_F(ImageData, SetImageTagClonesReplacesAndRemoves) {
   EXPECT_EQ(image.GetImageTag(), nullptr);
 }
 
-TEST_F(ImageDataWrapper, DeepCopyIsIndependent) {
+TEST_F(ImageDataWrapper, DeepCopyIsIndependentAndCopyShares) {
   const NxRef<CImageDataWrapper> wrapper =
       new CImageDataWrapper(new CImageData(6, pixels, nullptr, 1, 3, 2, PXF_Colour565, 180, &tag));
   const NxRef<CImageDataWrapper> copy = wrapper->DeepCopy();
   const CImageData& image = *copy->GetImageData();
   EXPECT_NE(image.GetBytes(), pixels);
-  EXPECT_EQ(Bytes(image.GetBytes(), image.GetBytes() + 6), Bytes(pixels, pixels + 6));
-  EXPECT_EQ(image.GetWidth(), 1);
-  EXPECT_EQ(image.GetHeight(), 3);
-  EXPECT_EQ(image.GetStride(), 2);
-  EXPECT_EQ(image.GetImagePixelFormat(), PXF_Colour565);
-  EXPECT_EQ(image.GetOrientation(), 180);
+  EXPECT_EQ(BytesOf(image, 6), Bytes(pixels, pixels + 6));
+  EXPECT_EQ(std::tuple(image.GetWidth(), image.GetHeight(), image.GetStride(),
+                       image.GetImagePixelFormat(), image.GetOrientation()),
+            std::tuple(1, 3, 2, PXF_Colour565, 180));
   EXPECT_NE(image.GetImageTag(), wrapper->GetImageData()->GetImageTag());
   EXPECT_STREQ(PathOf(image), "tag");
-  const NxRef<CImageDataWrapper> emptyCopy = CImageDataWrapper(nullptr).DeepCopy();
-  EXPECT_EQ(emptyCopy->GetImageData(), nullptr);
-}
-
-TEST_F(ImageDataWrapper, CopiesShareOneImageThatDiesWithTheLast) {
-  {
-    CImageDataWrapper copy(nullptr);
-    copy = CImageDataWrapper(
-        new CImageData(1, pixels, &RecordRelease, 1, 1, 1, PXF_Grayscale8, 0, nullptr));
-    EXPECT_EQ(copy.GetImageData()->GetBytes(), pixels);
-    EXPECT_TRUE(released.empty());
-  }
-  EXPECT_EQ(released.size(), 1U);
-}
-
-TEST(NxImageDataInner, OwnsAZeroedBufferOrBorrowsOne) {
-  const NxImageDataInner own(5, 4, 7, PXF_Grayscale8);
-  EXPECT_EQ(Bytes(own.GetBytes(), own.GetBytes() + 28), Bytes(28));
-  const unsigned char pixels[] = {1, 2, 3, 4};
-  EXPECT_EQ(NxImageDataInner(pixels, 2, 2, 2, PXF_Grayscale8).GetBytes(), pixels);
+  EXPECT_EQ(CImageDataWrapper(*wrapper).GetImageData(), wrapper->GetImageData()) << "shared";
+  EXPECT_EQ(NxRef(CImageDataWrapper(nullptr).DeepCopy())->GetImageData(), nullptr);
 }
 
 TEST(NxImageDataInner, LengthIsThe32BitProductWidenedWithItsSign) {
@@ -128,10 +110,14 @@ TEST(NxImageDataInner, LengthIsThe32BitProductWidenedWithItsSign) {
   constexpr int kMax = std::numeric_limits<int>::max();
   for (const Row& row : {Row{7, 4, 28}, Row{65536, 65537, 65536}, Row{kMax, kMax, 1},
                          Row{-5, 1, std::numeric_limits<unsigned long long>::max() - 4}}) {
-    const NxImageDataInner image(nullptr, 1, row.height, row.stride, PXF_Grayscale8);
+    const unsigned char pixel = 0;
+    const NxImageDataInner image(&pixel, 1, row.height, row.stride, PXF_Grayscale8);
+    EXPECT_EQ(image.GetBytes(), &pixel);
     EXPECT_EQ(image.GetBytesLength(), row.want) << row.stride << " * " << row.height;
   }
-  EXPECT_EQ(NxImageDataInner(1, 65537, 65536, PXF_Grayscale8).GetBytesLength(), 65536U);
+  const NxImageDataInner own(1, 65537, 65536, PXF_Grayscale8);
+  EXPECT_EQ(own.GetBytesLength(), 65536U);
+  EXPECT_EQ(BytesOf(own, 65536), Bytes(65536)) << "zeroed";
   EXPECT_THROW(NxImageDataInner(1, 1, -5, PXF_Grayscale8), std::bad_alloc);
 }
 
