@@ -38,7 +38,8 @@ std::string MatrixRow(std::size_t format) {
     };
     const int row = testing::kBitsPerPixel[format];
     const auto padded = convertEightPixels(row + 8), tight = convertEightPixels(row);
-    text += ' ' + (padded ? kFormats[padded->GetImagePixelFormat()] : "refused");
+    text += ' ';
+    text += padded ? kFormats[static_cast<std::size_t>(padded->GetImagePixelFormat())] : "refused";
     text += padded && !tight ? " * |" : " |";
   }
   return text + '\n';
