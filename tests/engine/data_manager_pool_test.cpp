@@ -96,10 +96,14 @@ TEST(DataCacheManager, FilesByTheHashOfTheImageReplacesAndDropsTheFlagged) {
 }
 
 TEST(DataCacheManager, Locks) {
+  struct EmptyCache : Cache {
+    EmptyCache() { SetSourceImageObject(MakeSource()); }
+  };
   DataCacheManager manager;
-  CallTogether({[&] { Add(manager, 1); }, [&] { manager.GetFromCacheMap(""); },
-                [&] { manager.GetSourceImage(""); }, [&] { manager.UpdateCacheMap(); },
-                [&] { manager.CleanAllCacheMap(); }});
+  manager.AddToCacheMap(new EmptyCache);
+  CallTogether({[&] { manager.AddToCacheMap(new EmptyCache); },
+                [&] { manager.GetFromCacheMap(""); }, [&] { manager.GetSourceImage(""); },
+                [&] { manager.UpdateCacheMap(); }, [&] { manager.CleanAllCacheMap(); }});
 }
 
 TEST(SourceImageCache, CopiesShareAndMovesHandOverTheSourceImage) {
@@ -231,11 +235,13 @@ TEST(BufferedItemManager, HasAnIdOfItsOwnWhateverTheLocale) {
 TEST(BufferedItemManager, Locks) {
   BufferedItemManager manager;
   constexpr BufferedItemType kType = kTypes[0];
+  manager.RegisterBufferedItemType(kType);
   CallTogether({[&] { manager.RegisterBufferedItemType(kType); },
                 [&] { manager.SetMaxBufferedItems(kType, 2); },
                 [&] { manager.GetMaxBufferedItems(kType); },
                 [&] { manager.AppendItem(NxRef<Item>(new Item(kType, 0)).get()); },
-                [&] { Buffered(manager, kType); }, [&] { manager.ClearBuffer(); }});
+                [&] { EXPECT_LE(Buffered(manager, kType)->size(), 2U); }});
+  CallTogether({[&] { manager.ClearBuffer(); }, [&] { manager.GetMaxBufferedItems(kType); }});
 }
 
 }  // namespace
