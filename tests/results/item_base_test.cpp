@@ -11,20 +11,22 @@ using basic_structures::CapturedResultItemType;
 using basic_structures::CCapturedResultItem;
 using basic_structures::NxvItemBase;
 
-// Notes whether it still holds an item when it dies, if it is asked to.
-class BareItem final : public NxvItemBase {
+class BareItem : public NxvItemBase {
  public:
-  explicit BareItem(std::vector<bool>* held = nullptr) : held_(held) {}
-  ~BareItem() override {
-    if (held_ != nullptr) held_->push_back(GetReferenceItem() != nullptr);
-  }
   using NxvItemBase::ReleaseCache;
   using NxvItemBase::RetainCache;
   using NxvItemBase::SetCCapturedResultItemPtr;
   CapturedResultItemType GetType() const override { return basic_structures::CRIT_OriginalImage; }
+};
+
+// Notes whether it still holds an item when it dies.
+class RingItem final : public BareItem {
+ public:
+  explicit RingItem(std::vector<bool>& held) : held_(held) {}
+  ~RingItem() override { held_.push_back(GetReferenceItem() != nullptr); }
 
  private:
-  std::vector<bool>* held_;
+  std::vector<bool>& held_;
 };
 
 // Any address serves as a public face.
@@ -82,7 +84,7 @@ TEST(ItemBase, MayCutTheRingItIsIn) {
   std::vector<bool> held;
   NxvItemBase* inRing = nullptr;
   {
-    const NxRef<NxvItemBase> a = new BareItem(&held), b = new BareItem(&held);
+    const NxRef<NxvItemBase> a = new RingItem(held), b = new RingItem(held);
     a->SetReferenceItem(b);
     b->SetReferenceItem(a);
     inRing = a.get();
