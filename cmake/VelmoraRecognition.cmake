@@ -1,8 +1,8 @@
-# The third-party libraries of examples/: picture files through stb, linear and QR codes through
+# The third-party libraries of the modules and the program: picture files through stb, linear and QR codes through
 # ZBar, matrix codes through ZXing-C++ (Linux only). What is missing leaves out what needs it, unless
 # VELMORA_REQUIRE_RECOGNITION says that everything must be there, as the scripts do.
 
-option(VELMORA_REQUIRE_RECOGNITION "Fail if a library that examples/ use is missing" OFF)
+option(VELMORA_REQUIRE_RECOGNITION "Fail if a library that modules use is missing" OFF)
 
 # velmora_recognition_library(NAME WHAT-TO-DO): reports on velmora_NAME, a target or nothing.
 function(velmora_recognition_library name advice)
@@ -11,7 +11,7 @@ function(velmora_recognition_library name advice)
   elseif(VELMORA_REQUIRE_RECOGNITION)
     message(FATAL_ERROR "${name} was not found: ${advice}")
   endif()
-  message(STATUS "${name} was not found, the examples that need it are left out: ${advice}")
+  message(STATUS "${name} was not found, what needs it are left out: ${advice}")
 endfunction()
 
 # Headers only, the same for every target; never the folder above, which holds those of this system.

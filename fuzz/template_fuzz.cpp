@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "examples/capture/template.h"
+#include "velmora_capture/internal/template.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace velmora::capture;

@@ -7,7 +7,7 @@
 #include <cstdio>
 #include <sstream>
 
-#include "examples/capture/system.h"
+#include "tools/capture/system.h"
 
 namespace velmora::capture {
 namespace {

@@ -26,7 +26,7 @@ struct CaptureRun {
   std::vector<Json::Value> Reports() const;
 };
 
-// Runs the program in examples/capture; `input` is its standard input.
+// Runs the program in tools/capture; `input` is its standard input.
 CaptureRun RunCapture(const std::vector<std::string>& arguments, const std::string& input = {});
 
 // Expects the exit status, and that each stream holds a text; nothing at all where that is empty.

@@ -9,10 +9,10 @@
 #include <utility>
 #include <vector>
 
-#include "examples/modules/locator/candidates.h"
-#include "examples/modules/locator/components.h"
-#include "examples/modules/locator/min_rectangle.h"
-#include "examples/modules/locator/threshold.h"
+#include "modules/locator/candidates.h"
+#include "modules/locator/components.h"
+#include "modules/locator/min_rectangle.h"
+#include "modules/locator/threshold.h"
 
 namespace velmora::modules {
 namespace {

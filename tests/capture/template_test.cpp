@@ -114,7 +114,7 @@ TEST(Template, RunsWhatItSays) {
 // The code that docs/writing-a-module.md shows is that of the module.
 TEST(Module, IsWhatItsDocumentationShows) {
   const std::string page = testing::ReadFile("../../docs/writing-a-module.md");
-  const std::string code = testing::ReadFile("../modules/sharpness/sharpness.cpp");
+  const std::string code = testing::ReadFile("../../modules/sharpness/sharpness.cpp");
   int blocks = 0;
   for (std::size_t at = 0; (at = page.find("```cpp\n", at)) != std::string::npos; ++blocks) {
     at += 7;

@@ -32,9 +32,6 @@ list(TRANSFORM lines REPLACE "^//   (.*)" "\\1\n")
 string(JOIN "" output ${lines})
 file(WRITE ${WORK}/module_author.txt "${output}")
 
-# What docs/writing-a-module.md tells authors to copy.
-file(COPY ${SOURCE}/examples/modules DESTINATION ${WORK}/examples)
-
 function(run)
   execute_process(COMMAND ${ARGN} COMMAND_ERROR_IS_FATAL ANY)
 endfunction()

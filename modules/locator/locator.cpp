@@ -1,0 +1,65 @@
+// The module Locator: finds the parts of an image that could be codes.
+
+#include <cmath>
+
+#include "modules/locator/candidates.h"
+#include "velmora_kit/recogniser.h"
+#include "velmora_kit/units.h"
+
+namespace velmora::modules {
+namespace {
+
+class LocatorTask : public RegionTask {
+ public:
+  explicit LocatorTask(ModuleSettings& settings) : RegionTask({"Contrast"}) {
+    rules_.radius = settings.GetInt("Radius", 1, 1000, rules_.radius);
+    rules_.offset = settings.GetInt("Offset", 0, 255, rules_.offset);
+    rules_.minSide = settings.GetInt("MinSide", 1, 10000, rules_.minSide);
+    rules_.minCrossings = settings.GetInt("MinCrossings", 0, 10000, rules_.minCrossings);
+    rules_.maxCandidates = settings.GetInt("MaxCandidates", 1, 10000, rules_.maxCandidates);
+  }
+
+ private:
+  int Recognise(RegionWork& work) override {
+    const Window window = work.GetWindow(0);
+    GreyImage dark;
+    const bool isDarkWanted = work.IsObserved(kBinaryImageUnit);
+    const std::vector<Candidate> candidates =
+        FindCandidates(work.GetPixels(window), rules_, isDarkWanted ? &dark : nullptr);
+    if (isDarkWanted) Publish(dark, work);
+
+    const NxRef<CandidatesUnit> unit = work.MakeUnit<CandidatesUnit>();
+    for (const Candidate& candidate : candidates) {
+      Corner corners[4];
+      for (std::size_t i = 0; i < 4; ++i)
+        corners[i].Set(window.left + static_cast<int>(std::lround(candidate.rectangle[i].x)),
+                       window.top + static_cast<int>(std::lround(candidate.rectangle[i].y)));
+      if (const auto region = work.MakeCandidate(corners, candidate.crossings))
+        unit->AddElement(region);
+    }
+    if (work.IsObserved(kCandidatesUnit)) work.Publish(unit.get());
+    for (const NxRef<NxRegionObject>& region : unit->GetElementsVec()) work.AddRegion(region);
+    return EC_Ok;
+  }
+
+  static void Publish(GreyImage& dark, const RegionWork& work) {
+    for (std::uint8_t& pixel : dark.pixels) pixel = pixel != 0 ? 0 : 255;
+    const basic_structures::CImageData image(dark.pixels.size(), dark.pixels.data(), nullptr,
+                                             dark.width, dark.height, dark.width,
+                                             basic_structures::PXF_Binary8, 0, nullptr);
+    const NxRef<BinaryImageUnit> unit = work.MakeUnit<BinaryImageUnit>();
+    unit->SetImageData(&image);
+    work.Publish(unit.get());
+  }
+
+  CandidateRules rules_;
+};
+
+}  // namespace
+}  // namespace velmora::modules
+
+VELMORA_MODULE_EXPORT velmora::Nx_WorkObjectBase* VelmoraCreateWorkObject(
+    const char* settings, velmora::modules::WorkObserver* observer, char** error) {
+  return velmora::modules::CreateWorkObject<velmora::modules::LocatorTask>(settings, observer,
+                                                                           error);
+}

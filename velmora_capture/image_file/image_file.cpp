@@ -1,0 +1,105 @@
+#include "velmora_capture/image_file/image_file.h"
+
+#include <stb_image.h>
+#include <stb_image_write.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cerrno>
+#include <filesystem>
+#include <new>
+#include <system_error>
+
+namespace velmora::capture {
+
+using namespace basic_structures;
+
+namespace {
+
+constexpr const char* kExtensions[] = {".png", ".jpg", ".jpeg", ".bmp", ".pgm", ".ppm", ".pnm"};
+
+void FreePixels(const unsigned char* pixels) {
+  stbi_image_free(const_cast<unsigned char*>(pixels));
+}
+
+// Rows of grey or R, G, B without padding.
+std::vector<unsigned char> PackRows(const CImageData& image, int channels) {
+  std::vector<unsigned char> packed;
+  packed.reserve(static_cast<std::size_t>(image.GetWidth()) *
+                 static_cast<std::size_t>(image.GetHeight() * channels));
+  for (int y = 0; y < image.GetHeight(); ++y) {
+    const unsigned char* pixel =
+        image.GetBytes() + static_cast<std::ptrdiff_t>(y) * image.GetStride();
+    for (int x = 0; x < image.GetWidth(); ++x, pixel += channels) {
+      if (channels == 1) {
+        packed.push_back(*pixel);
+      } else {
+        packed.insert(packed.end(), {pixel[2], pixel[1], pixel[0]});
+      }
+    }
+  }
+  return packed;
+}
+
+}  // namespace
+
+File OpenToRead(const std::string& path, LoadedImage& failure) {
+  File file(std::fopen(path.c_str(), "rb"));
+  if (file != nullptr) return file;
+  const std::error_code error(errno, std::generic_category());
+  if (error == std::errc::no_such_file_or_directory) {
+    failure.code = EC_FileNotFound;
+  } else {
+    failure.code = EC_ImageReadFailed;
+    failure.reason = error.message();
+  }
+  return file;
+}
+
+LoadedImage LoadImageFile(const std::string& path, int imageId) {
+  LoadedImage failure;
+  const File file = OpenToRead(path, failure);
+  if (file == nullptr) return failure;
+  int width = 0;
+  int height = 0;
+  int channels = 0;
+  if (stbi_info_from_file(file.get(), &width, &height, &channels) == 0)
+    return {nullptr, EC_FileTypeNotSupported, stbi_failure_reason()};
+  const int wanted = channels <= 2 ? 1 : 3;  // without alpha
+  unsigned char* pixels = stbi_load_from_file(file.get(), &width, &height, &channels, wanted);
+  if (pixels == nullptr) return {nullptr, EC_ImageReadFailed, stbi_failure_reason()};
+  CFileImageTag tag(path.c_str(), 0, 1);
+  tag.SetImageId(imageId);
+  const int stride = width * wanted;
+  const unsigned long long length =
+      static_cast<unsigned long long>(stride) * static_cast<unsigned>(height);
+  const ImagePixelFormat format = wanted == 1 ? PXF_Grayscale8 : PXF_Colour888Reversed;
+  return {std::make_unique<CImageData>(length, pixels, &FreePixels, width, height, stride, format,
+                                       0, &tag),
+          EC_Ok,
+          {}};
+}
+
+bool HasPictureExtension(const std::string& path) {
+  std::string extension = std::filesystem::path(path).extension().string();
+  for (char& c : extension) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  return std::any_of(std::begin(kExtensions), std::end(kExtensions),
+                     [&](const char* known) { return extension == known; });
+}
+
+std::vector<unsigned char> EncodePng(const CImageData& image) {
+  const int channels = image.GetImagePixelFormat() == PXF_Colour888 ? 3 : 1;
+  const std::vector<unsigned char> pixels = PackRows(image, channels);
+  std::vector<unsigned char> png;
+  const auto append = [](void* context, void* data, int size) {
+    const auto* bytes = static_cast<const unsigned char*>(data);
+    auto* out = static_cast<std::vector<unsigned char>*>(context);
+    out->insert(out->end(), bytes, bytes + size);
+  };
+  if (stbi_write_png_to_func(append, &png, image.GetWidth(), image.GetHeight(), channels,
+                             pixels.data(), image.GetWidth() * channels) == 0)
+    throw std::bad_alloc();
+  return png;
+}
+
+}  // namespace velmora::capture
