@@ -7,6 +7,7 @@
 #include <cctype>
 #include <cerrno>
 #include <filesystem>
+#include <limits>
 #include <new>
 #include <system_error>
 
@@ -56,28 +57,51 @@ File OpenToRead(const std::string& path, LoadedImage& failure) {
   return file;
 }
 
+LoadedImage DecodeImage(const unsigned char* bytes, std::size_t size, const CImageTag& tag,
+                        std::int64_t maxPixels) {
+  int width = 0;
+  int height = 0;
+  int channels = 0;
+  const int length = static_cast<int>(std::min<std::size_t>(size, std::numeric_limits<int>::max()));
+  if (stbi_info_from_memory(bytes, length, &width, &height, &channels) == 0) {
+    const std::string reason = stbi_failure_reason();
+    const bool isTooLarge = reason.find("large") != std::string::npos;
+    return {nullptr, isTooLarge ? EC_ImageReadFailed : EC_FileTypeNotSupported, reason};
+  }
+  if (std::int64_t{width} * height > maxPixels)
+    return {nullptr, EC_ImageReadFailed,
+            "too large: " + std::to_string(width) + " x " + std::to_string(height) +
+                " pixels, the limit is " + std::to_string(maxPixels)};
+  const int wanted = channels <= 2 ? 1 : 3;  // without alpha
+  unsigned char* pixels = stbi_load_from_memory(bytes, length, &width, &height, &channels, wanted);
+  if (pixels == nullptr) return {nullptr, EC_ImageReadFailed, stbi_failure_reason()};
+  const int stride = width * wanted;
+  const unsigned long long pixelBytes =
+      static_cast<unsigned long long>(stride) * static_cast<unsigned>(height);
+  const ImagePixelFormat format = wanted == 1 ? PXF_Grayscale8 : PXF_Colour888Reversed;
+  return {std::make_unique<CImageData>(pixelBytes, pixels, &FreePixels, width, height, stride,
+                                       format, 0, &tag),
+          EC_Ok,
+          {}};
+}
+
 LoadedImage LoadImageFile(const std::string& path, int imageId) {
   LoadedImage failure;
   const File file = OpenToRead(path, failure);
   if (file == nullptr) return failure;
-  int width = 0;
-  int height = 0;
-  int channels = 0;
-  if (stbi_info_from_file(file.get(), &width, &height, &channels) == 0)
-    return {nullptr, EC_FileTypeNotSupported, stbi_failure_reason()};
-  const int wanted = channels <= 2 ? 1 : 3;  // without alpha
-  unsigned char* pixels = stbi_load_from_file(file.get(), &width, &height, &channels, wanted);
-  if (pixels == nullptr) return {nullptr, EC_ImageReadFailed, stbi_failure_reason()};
+  std::vector<unsigned char> bytes;
+  constexpr std::size_t kBlock = std::size_t{1} << 16;
+  for (std::size_t count = kBlock; count == kBlock;) {
+    const std::size_t size = bytes.size();
+    bytes.resize(size + kBlock);
+    count = std::fread(&bytes[size], 1, kBlock, file.get());
+    bytes.resize(size + count);
+  }
+  if (std::ferror(file.get()) != 0)
+    return {nullptr, EC_ImageReadFailed, std::generic_category().message(errno)};
   CFileImageTag tag(path.c_str(), 0, 1);
   tag.SetImageId(imageId);
-  const int stride = width * wanted;
-  const unsigned long long length =
-      static_cast<unsigned long long>(stride) * static_cast<unsigned>(height);
-  const ImagePixelFormat format = wanted == 1 ? PXF_Grayscale8 : PXF_Colour888Reversed;
-  return {std::make_unique<CImageData>(length, pixels, &FreePixels, width, height, stride, format,
-                                       0, &tag),
-          EC_Ok,
-          {}};
+  return DecodeImage(bytes.data(), bytes.size(), tag);
 }
 
 bool HasPictureExtension(const std::string& path) {

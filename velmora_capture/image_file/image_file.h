@@ -2,6 +2,8 @@
 /// Pictures from files.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <memory>
 #include <string>
@@ -28,7 +30,21 @@ using File = std::unique_ptr<std::FILE, CloseFile>;
 /// @param failure  filled in if the result is empty
 File OpenToRead(const std::string& path, LoadedImage& failure);
 
-/// Decodes a PNG, JPEG, BMP, PGM or PPM file. Grey pictures stay grey, others become RGB.
+/// Pixels of an image that is decoded, unless the caller says otherwise: 16384 x 16384.
+inline constexpr std::int64_t kMaxPixels = std::int64_t{1} << 28;
+
+/// Decodes the bytes of a PNG, JPEG, BMP, PGM or PPM file. Grey pictures stay grey, others become
+/// RGB.
+///
+/// @param bytes      @p size bytes, borrowed for the call
+/// @param tag        cloned into the image
+/// @param maxPixels  a larger image is not decoded: EC_ImageReadFailed
+LoadedImage DecodeImage(const unsigned char* bytes, std::size_t size,
+                        const basic_structures::CImageTag& tag,
+                        std::int64_t maxPixels = kMaxPixels);
+
+/// Decodes a file as `DecodeImage` does.
+/// @param path     kept in the file tag of the image
 /// @param imageId  for the tag
 LoadedImage LoadImageFile(const std::string& path, int imageId);
 
