@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <vector>
 
-namespace velmora::modules {
+namespace velmora::kit {
 
 /// Borrowed 8-bit grey pixels: 0 is black. Row y starts at `pixels + y * stride`.
 struct GreyView {
@@ -35,4 +35,4 @@ struct GreyImage {
   GreyView View() const { return {pixels.data(), width, height, width}; }
 };
 
-}  // namespace velmora::modules
+}  // namespace velmora::kit

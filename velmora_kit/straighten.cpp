@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-namespace velmora::modules {
+namespace velmora::kit {
 namespace {
 
 std::uint8_t Sample(const GreyView& source, double x, double y) {
@@ -65,4 +65,4 @@ Straightened Straighten(const GreyView& source, const Corner* corners, int margi
   return result;
 }
 
-}  // namespace velmora::modules
+}  // namespace velmora::kit

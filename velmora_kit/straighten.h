@@ -3,9 +3,9 @@
 #pragma once
 
 #include "velmora_kit/pixels.h"
-#include "velmora_kit/recogniser.h"
+#include "velmora_kit/region_work.h"
 
-namespace velmora::modules {
+namespace velmora::kit {
 
 /// A turned part of an image brought upright, and the way back.
 struct Straightened {
@@ -26,4 +26,4 @@ struct Straightened {
 /// goes on.
 Straightened Straighten(const GreyView& source, const Corner* corners, int margin, int scale);
 
-}  // namespace velmora::modules
+}  // namespace velmora::kit

@@ -1,6 +1,6 @@
 #include "velmora_kit/units.h"
 
-namespace velmora::modules {
+namespace velmora::kit {
 
 using namespace intermediate_results;
 
@@ -83,4 +83,4 @@ void CandidatesUnit::CopyElements(const CandidatesUnit& other) {
     AddElement(new CandidateRegion(*other.GetPredetectedRegion(i)));
 }
 
-}  // namespace velmora::modules
+}  // namespace velmora::kit

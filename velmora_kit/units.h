@@ -13,7 +13,7 @@
 #include "velmora/results/image_units.h"
 #include "velmora_kit/regions.h"
 
-namespace velmora::modules {
+namespace velmora::kit {
 
 /// The bits of the units among the unit types.
 inline constexpr auto kBinaryImageUnit =
@@ -77,4 +77,4 @@ class CandidatesUnit final : public intermediate_results::CPredetectedRegionsUni
   void CopyElements(const CandidatesUnit& other);
 };
 
-}  // namespace velmora::modules
+}  // namespace velmora::kit

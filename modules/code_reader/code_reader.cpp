@@ -9,6 +9,9 @@
 #include "velmora_kit/straighten.h"
 
 namespace velmora::modules {
+
+using namespace kit;
+
 namespace {
 
 using namespace zbar;
@@ -74,11 +77,11 @@ void CornersOf(const zbar_symbol_t* symbol, Corner (&corners)[4]) {
   corners[3].Set(left, bottom);
 }
 
-class CodeReaderTask : public RegionTask {
+class CodeReader : public Recogniser {
  public:
-  explicit CodeReaderTask(ModuleSettings& settings)
-      : RegionTask({"Direct", "Straightened"}),
-        symbologies_(settings.GetChoice("Symbologies", SymbologyNames())),
+  explicit CodeReader(Settings& settings)
+      : Recogniser({"Direct", "Straightened"}),
+        symbologies_(settings.GetChoices("Symbologies", SymbologyNames())),
         margin_(settings.GetInt("Margin", 0, 1000, 16)) {}
 
  private:
@@ -135,8 +138,4 @@ class CodeReaderTask : public RegionTask {
 }  // namespace
 }  // namespace velmora::modules
 
-VELMORA_MODULE_EXPORT velmora::Nx_WorkObjectBase* VelmoraCreateWorkObject(
-    const char* settings, velmora::modules::WorkObserver* observer, char** error) {
-  return velmora::modules::CreateWorkObject<velmora::modules::CodeReaderTask>(settings, observer,
-                                                                              error);
-}
+VELMORA_MODULE(velmora::modules::CodeReader)

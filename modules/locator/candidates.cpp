@@ -11,6 +11,9 @@
 #include "modules/locator/threshold.h"
 
 namespace velmora::modules {
+
+using namespace kit;
+
 namespace {
 
 // How far apart the components of one code may lie. Bars stand closer than a quarter of their

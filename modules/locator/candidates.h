@@ -30,7 +30,7 @@ struct Candidate {
 ///
 /// @param dark  receives the thresholded image, 1 dark and 0 light; may be null
 /// @return the largest first, `maxCandidates` at most
-std::vector<Candidate> FindCandidates(const GreyView& grey, const CandidateRules& rules,
-                                      GreyImage* dark = nullptr);
+std::vector<Candidate> FindCandidates(const kit::GreyView& grey, const CandidateRules& rules,
+                                      kit::GreyImage* dark = nullptr);
 
 }  // namespace velmora::modules

@@ -5,6 +5,9 @@
 #include <numeric>
 
 namespace velmora::modules {
+
+using namespace kit;
+
 namespace {
 
 void AppendRuns(const std::uint8_t* row, int width, int y, std::vector<Run>& runs) {

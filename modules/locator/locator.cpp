@@ -7,11 +7,14 @@
 #include "velmora_kit/units.h"
 
 namespace velmora::modules {
+
+using namespace kit;
+
 namespace {
 
-class LocatorTask : public RegionTask {
+class Locator : public Recogniser {
  public:
-  explicit LocatorTask(ModuleSettings& settings) : RegionTask({"Contrast"}) {
+  explicit Locator(Settings& settings) : Recogniser({"Contrast"}) {
     rules_.radius = settings.GetInt("Radius", 1, 1000, rules_.radius);
     rules_.offset = settings.GetInt("Offset", 0, 255, rules_.offset);
     rules_.minSide = settings.GetInt("MinSide", 1, 10000, rules_.minSide);
@@ -58,8 +61,4 @@ class LocatorTask : public RegionTask {
 }  // namespace
 }  // namespace velmora::modules
 
-VELMORA_MODULE_EXPORT velmora::Nx_WorkObjectBase* VelmoraCreateWorkObject(
-    const char* settings, velmora::modules::WorkObserver* observer, char** error) {
-  return velmora::modules::CreateWorkObject<velmora::modules::LocatorTask>(settings, observer,
-                                                                           error);
-}
+VELMORA_MODULE(velmora::modules::Locator)

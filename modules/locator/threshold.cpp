@@ -5,6 +5,9 @@
 #include <vector>
 
 namespace velmora::modules {
+
+using namespace kit;
+
 namespace {
 
 // Sums of the columns over the rows of the window. They move down with the window: one row enters,

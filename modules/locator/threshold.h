@@ -13,6 +13,6 @@ namespace velmora::modules {
 /// on the radius.
 ///
 /// @return one byte a pixel: 1 dark, 0 light
-GreyImage AdaptiveThreshold(const GreyView& grey, int radius, int offset);
+kit::GreyImage AdaptiveThreshold(const kit::GreyView& grey, int radius, int offset);
 
 }  // namespace velmora::modules

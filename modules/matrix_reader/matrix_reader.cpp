@@ -9,6 +9,9 @@
 #include "velmora_kit/recogniser.h"
 
 namespace velmora::modules {
+
+using namespace kit;
+
 namespace {
 
 struct Symbology {
@@ -34,11 +37,11 @@ const char* NameOf(ZXing::BarcodeFormat format) {
   return "unknown";
 }
 
-class MatrixReaderTask : public RegionTask {
+class MatrixReader : public Recogniser {
  public:
-  explicit MatrixReaderTask(ModuleSettings& settings)
-      : RegionTask({"Direct", "Thorough"}), margin_(settings.GetInt("Margin", 0, 1000, 8)) {
-    for (const std::string& name : settings.GetChoice("Symbologies", SymbologyNames()))
+  explicit MatrixReader(Settings& settings)
+      : Recogniser({"Direct", "Thorough"}), margin_(settings.GetInt("Margin", 0, 1000, 8)) {
+    for (const std::string& name : settings.GetChoices("Symbologies", SymbologyNames()))
       for (const Symbology& symbology : kSymbologies)
         if (name == symbology.name) formats_ |= symbology.format;
   }
@@ -71,8 +74,4 @@ class MatrixReaderTask : public RegionTask {
 }  // namespace
 }  // namespace velmora::modules
 
-VELMORA_MODULE_EXPORT velmora::Nx_WorkObjectBase* VelmoraCreateWorkObject(
-    const char* settings, velmora::modules::WorkObserver* observer, char** error) {
-  return velmora::modules::CreateWorkObject<velmora::modules::MatrixReaderTask>(settings, observer,
-                                                                                error);
-}
+VELMORA_MODULE(velmora::modules::MatrixReader)

@@ -7,13 +7,16 @@
 #include "velmora_kit/recogniser.h"
 
 namespace velmora::modules {
+
+using namespace kit;
+
 namespace {
 
-class SharpnessTask : public RegionTask {
+class Sharpness : public Recogniser {
  public:
   // Work modes are tried in turn until one finds something; this module has a single one.
-  explicit SharpnessTask(ModuleSettings& settings)
-      : RegionTask({"Gradient"}), least_(settings.GetInt("Least", 0, 255, 0)) {}
+  explicit Sharpness(Settings& settings)
+      : Recogniser({"Gradient"}), least_(settings.GetInt("Least", 0, 255, 0)) {}
 
  private:
   int Recognise(RegionWork& work) override {
@@ -39,9 +42,5 @@ class SharpnessTask : public RegionTask {
 }  // namespace
 }  // namespace velmora::modules
 
-// The one function that a module exports.
-VELMORA_MODULE_EXPORT velmora::Nx_WorkObjectBase* VelmoraCreateWorkObject(
-    const char* settings, velmora::modules::WorkObserver* observer, char** error) {
-  return velmora::modules::CreateWorkObject<velmora::modules::SharpnessTask>(settings, observer,
-                                                                             error);
-}
+// The two functions that a module exports.
+VELMORA_MODULE(velmora::modules::Sharpness)

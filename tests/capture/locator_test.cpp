@@ -15,6 +15,9 @@
 #include "modules/locator/threshold.h"
 
 namespace velmora::modules {
+
+using namespace kit;
+
 namespace {
 
 GreyImage RandomImage(int width, int height, std::mt19937& random, int values) {

@@ -72,16 +72,27 @@ TEST(Template, NamesPlaceValueAndAllowedValues) {
        R"({"Name":"B","Parents":["A"],"Tasks":[{"Name":"x","Module":"Locator"}]}]})",
        ":1:27: Definitions: these wait for each other: A -> B -> A (-10037: "},
       {OneTask("\"Module\":\"Nope\""),
-       std::string("Tasks[0].Module: module \"Nope\" was not found: there is no usable ") +
-           kNopeFile + " beside the program or where the system looks (-10065: "},
+       std::string("Tasks[0].Module: module \"Nope\" was not found: there is no ") + kNopeFile +
+           " in \""},
+      {OneTask("\"Module\":\"../Nope\""),
+       "Tasks[0].Module: \"../Nope\" is not the name of a module (-10033: "},
+      {R"({"Name":"t","Definitions":[{"Name":"A","Priority":-1,"Tasks":[{"Name":"x",)"
+       R"("Module":"Locator"}]}]})",
+       "Definitions[0].Priority: -1 is not between 0 and 2147483647 (-10033: "},
       {OneTask(R"("Module":"Locator","WorkModes":["Thorough"])"),
        R"(WorkModes: "Thorough" is no work mode of Locator; there is "Contrast" (-10038: )"},
       {OneTask(R"("Module":"Locator","Settings":{"Radius":0})"),
-       "Settings: \"Radius\": 0 is no whole number from 1 to 1000 (-10038: "},
-      {OneTask(R"("Module":"Locator","Settings":{"Radios":9})"),
-       "\"Radios\" is no setting of this module; there is \"Radius\", \"Offset\", "},
+       "t.json:1:101: Definitions[0].Tasks[0].Settings.Radius: 0 is not between 1 and 1000 "
+       "(-10033: "},
+      {OneTask(R"("Module":"Locator","Settings":{"Radios":9,"Offset":true})"),
+       "t.json:1:112: Definitions[0].Tasks[0].Settings.Offset: true stands where a whole number is "
+       "wanted (-10031: Json type is invalid.)\n"
+       "t.json:1:101: Definitions[0].Tasks[0].Settings.Radios: there is no key \"Radios\" here; "
+       R"(allowed are "Radius", "Offset", )"},
       {OneTask(R"("Module":"CodeReader","Settings":{"Symbologies":["QR","Kix"]})"),
-       R"(Settings: "Symbologies": "Kix" is not among "EAN-13", )"},
+       R"(Settings.Symbologies[1]: "Kix" is not among "EAN-13", )"},
+      {OneTask(R"("Module":"CodeReader","Settings":{"Symbologies":[]})"),
+       R"(Settings.Symbologies: an array stands where an array of "EAN-13", )"},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.text);

@@ -14,7 +14,9 @@
 #include "velmora/log/log.h"
 #include "velmora/util/path_helper.h"
 #include "velmora_capture/internal/clock_thread.h"
+#include "velmora_capture/internal/dynamic_library.h"
 #include "velmora_capture/internal/graph_writer.h"
+#include "velmora_capture/internal/module_registry.h"
 #include "velmora_capture/internal/router.h"
 #include "velmora_capture/internal/thread_pool.h"
 
@@ -53,6 +55,12 @@ void MakeFolder(const std::string& folder) {
     throw UsageError("the folder '" + folder + "' cannot be made");
 }
 
+// Where the modules lie beside the program's folder.
+std::vector<std::string> ModuleFolders() {
+  const auto program = std::filesystem::u8path(FolderOfProgram());
+  return {(program.parent_path() / "lib/velmora/modules").u8string()};
+}
+
 // A file name for what is written about an image: its number keeps names of different folders apart.
 std::string FileNameFor(const ImageReport& report, const char* extension) {
   char number[16];
@@ -70,6 +78,31 @@ std::string Milliseconds(std::int64_t nanoseconds) {
   char text[32];
   std::snprintf(text, sizeof text, "%.1f ms", static_cast<double>(nanoseconds) / 1e6);
   return text;
+}
+
+// The graph of a template as it stands after a run.
+GraphSummary Summarise(const Template& source, CaptureGraph& graph,
+                       const TaskStatistics& statistics) {
+  GraphSummary summary{source.name, {}};
+  for (const DefinitionTemplate& definition : source.definitions) {
+    summary.definitions.push_back({definition.name, definition.parents, {}});
+    const auto& node =
+        static_cast<CaptureDefinition&>(*graph.GetTargetDefNodesMap().at(definition.name));
+    for (const TaskTemplate& task : definition.tasks) {
+      TaskSummary described;
+      described.name = task.name;
+      described.module = task.module;
+      described.unlessFoundBy = task.unlessFoundBy;
+      described.isLeftOut = true;
+      for (const NxRef<NxTargetTaskSetting>& setting : node.GetTasks()) {
+        if (setting->GetTaskName() != task.name) continue;
+        described.isLeftOut = false;
+        statistics.Describe(*setting->GetTaskObject(), described);
+      }
+      summary.definitions.back().tasks.push_back(described);
+    }
+  }
+  return summary;
 }
 
 }  // namespace
@@ -103,18 +136,23 @@ bool Session::LoadTemplate() {
   const bool isBuiltIn = options_.templateFile.empty();
   JsonDocument document(
       isBuiltIn ? "the built-in template" : options_.templateFile,
-      isBuiltIn ? kDefaultTemplate : ReadTextFile(options_.templateFile, "the template"));
+      isBuiltIn ? GetDefaultTemplate() : ReadTextFile(options_.templateFile, "the template"));
   if (document.Parse()) template_ = ReadTemplate(document);
   if (document.GetErrors().empty()) {
     if (!options_.intermediateFolder.empty()) {
       intermediateWriter_ = std::make_unique<IntermediateWriter>(options_.intermediateFolder);
       receivers_.push_back(intermediateWriter_.get());
     }
-    GraphBuilder builder(registry_, statistics_, managers_, receivers_, document);
+    const ModuleRegistry registry(ModuleFolders());
+    GraphBuilder builder(registry, managers_, receivers_, document);
     graph_ = builder.Build(template_);
+    for (const CaptureDefinition* definition : graph_->GetDefinitions())
+      for (const NxRef<NxTargetTaskSetting>& task : definition->GetTasks())
+        statistics_.AddTask(task->GetTaskObject(), task->GetTaskFullName());
+    graph_->SetStatistics(&statistics_);
     for (const std::string& note : builder.GetNotes()) std::cerr << "note: " << note << "\n";
   }
-  for (const std::string& error : document.GetErrors()) std::cerr << error << "\n";
+  for (const TemplateError& error : document.GetErrors()) std::cerr << error.ToString() << "\n";
   return document.GetErrors().empty();
 }
 

@@ -12,7 +12,6 @@
 #include "tools/capture/options.h"
 #include "tools/capture/progress.h"
 #include "velmora_capture/internal/graph_builder.h"
-#include "velmora_capture/internal/module_registry.h"
 #include "velmora_capture/internal/task_statistics.h"
 #include "velmora_capture/internal/template.h"
 #include "velmora_capture/internal/trace.h"
@@ -40,8 +39,6 @@ class Session {
   void WriteFiles();
 
   const Options& options_;
-  // The modules' code is needed until the last object that they made is gone: destroyed last.
-  ModuleRegistry registry_;
   Trace trace_;
   TaskStatistics statistics_;
   NxDataManagerPool managers_;

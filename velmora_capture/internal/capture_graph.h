@@ -15,6 +15,8 @@
 
 namespace velmora::capture {
 
+class TaskStatistics;
+
 /// The definitions of a template between a begin and an end node, and the images that are on their
 /// way from one to the other.
 ///
@@ -45,6 +47,10 @@ class CaptureGraph final : public NxDependencyGraph {
   /// Jobs that were begun and not taken yet.
   std::size_t GetJobCount() const;
 
+  /// Counts the work from now on; borrowed.
+  void SetStatistics(TaskStatistics* statistics) { statistics_ = statistics; }
+  TaskStatistics& GetStatistics() const { return *statistics_; }
+
   /// For the definitions while they are called.
   ImageJob& GetJob(std::uint64_t imageId) { return *jobs_.at(imageId); }
 
@@ -53,6 +59,7 @@ class CaptureGraph final : public NxDependencyGraph {
   bool MoveIfDone(std::uint64_t imageId);
 
   std::vector<CaptureDefinition*> definitions_;
+  TaskStatistics* statistics_ = nullptr;
   // Taken before the lock of the pool, which gets new items while it is held.
   mutable std::mutex mutex_;  // guards what follows, and all that belongs to a job
   std::map<std::uint64_t, std::unique_ptr<ImageJob>> jobs_;

@@ -8,7 +8,7 @@ namespace velmora::capture {
 
 using namespace basic_structures;
 
-CodeItem::CodeItem(const modules::CodeRegion& region)
+CodeItem::CodeItem(const kit::CodeRegion& region)
     : symbology_(region.GetSymbology()), text_(region.GetText()) {
   SetCCapturedResultItemPtr(this);
   SetTargetAndTaskName(region.GetTargetROIDefName(), region.GetProductTaskName());
@@ -41,7 +41,7 @@ CCapturedResultItem* CodeItem::Clone() const {
   return (new CodeItem(*this))->RetainCache();
 }
 
-bool CapturedResult::AddCode(const modules::CodeRegion& region) {
+bool CapturedResult::AddCode(const kit::CodeRegion& region) {
   NxRef<CodeItem> item = new CodeItem(region);
   for (const NxRef<NxvItemBase>& known : GetResultItems())
     if (item->IsSameAs(static_cast<const CodeItem&>(*known))) return false;

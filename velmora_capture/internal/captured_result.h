@@ -20,7 +20,7 @@ class CodeItem final : public basic_structures::NxvItemBase,
  public:
   static constexpr auto kType = static_cast<basic_structures::CapturedResultItemType>(2);
 
-  explicit CodeItem(const modules::CodeRegion& region);
+  explicit CodeItem(const kit::CodeRegion& region);
   CodeItem(const CodeItem& other);
   CodeItem& operator=(const CodeItem&) = delete;
 
@@ -53,7 +53,7 @@ class CapturedResult final : public basic_structures::ResultImpBase,
 
   /// Adds the code unless it is there already.
   /// @return whether it was added
-  bool AddCode(const modules::CodeRegion& region);
+  bool AddCode(const kit::CodeRegion& region);
 
   const char* GetSourceImageHashId() const override { return GetSourceImageHashIdBase().c_str(); }
   const basic_structures::CImageTag* GetSourceImageTag() const override {

@@ -1,22 +1,24 @@
 #include "velmora_capture/internal/graph_builder.h"
 
-#include <json/writer.h>
-
 #include <algorithm>
+#include <exception>
 #include <map>
+#include <new>
 
-#include "velmora/foundation/char_array.h"
+#include "velmora_capture/internal/task_settings.h"
 
 namespace velmora::capture {
+namespace {
 
-GraphBuilder::GraphBuilder(ModuleRegistry& registry, TaskStatistics& statistics,
-                           NxDataManagerPool& managers, IntermediateResultReceiverVector& receivers,
-                           JsonDocument& document)
-    : registry_(registry),
-      statistics_(statistics),
-      managers_(managers),
-      receivers_(receivers),
-      document_(document) {}
+bool Contains(const std::vector<std::string>& names, const std::string& name) {
+  return std::find(names.begin(), names.end(), name) != names.end();
+}
+
+}  // namespace
+
+GraphBuilder::GraphBuilder(const ModuleRegistry& registry, NxDataManagerPool& managers,
+                           IntermediateResultReceiverVector& receivers, JsonDocument& document)
+    : registry_(registry), managers_(managers), receivers_(receivers), document_(document) {}
 
 NxRef<CaptureGraph> GraphBuilder::Build(const Template& source) {
   NxRef<CaptureGraph> graph = new CaptureGraph;
@@ -25,13 +27,11 @@ NxRef<CaptureGraph> GraphBuilder::Build(const Template& source) {
   std::map<std::string, std::vector<std::string>> parents;
   for (const DefinitionTemplate& definition : source.definitions) {
     CaptureDefinition* node = graph->AddDefinition(definition.name);
+    node->SetPriorityLevel(definition.priority);
     parents[definition.name] = definition.parents;
-    for (const TaskTemplate& task : definition.tasks) {
-      const NxRef<Nx_WorkObjectBase> work = CreateWork(definition.name, task);
-      if (!work) continue;
-      node->AddTask(task.name, work, task.isOutput, task.unlessFoundBy);
-      statistics_.AddTask(work.get(), node->GetTasks().back()->GetTaskFullName());
-    }
+    for (const TaskTemplate& task : definition.tasks)
+      if (const NxRef<Nx_WorkObjectBase> work = CreateWork(definition.name, task))
+        node->AddTask(task.name, work, task.isOutput, task.unlessFoundBy);
   }
   graph->Link(parents);
   return graph;
@@ -39,75 +39,72 @@ NxRef<CaptureGraph> GraphBuilder::Build(const Template& source) {
 
 NxRef<Nx_WorkObjectBase> GraphBuilder::CreateWork(const std::string& definition,
                                                   const TaskTemplate& task) {
-  const modules::CreateWorkObjectFunction create = registry_.FindFactory(task.module);
+  std::string fault;
+  const kit::CreateWorkObjectFunction create = registry_.Find(task.module, fault);
   if (create == nullptr) {
-    ReportMissing(definition, task);
+    ReportMissing(definition, task, fault);
     return nullptr;
   }
-  char* error = nullptr;
-  const std::string settings = Json::writeString(Json::StreamWriterBuilder(), task.settings);
-  NxRef<Nx_WorkObjectBase> work = create(settings.c_str(), &statistics_, &error);
-  if (!work) {
-    document_.AddError(task.settingsPlace, EC_ParameterValueInvalid,
-                       error != nullptr ? error : "the module gave no reason");
-    Nx_DeleteCharArray(&error);
-    return nullptr;
+  NxRef<Nx_WorkObjectBase> head = CallModule(create, task);
+  if (!head) return nullptr;
+  ChooseWorkModes(*head, task);
+  for (Nx_WorkObjectBase* work = head.get(); work != nullptr; work = work->GetNextWorkObject()) {
+    work->SetTargetDefName(definition);
+    work->SetTaskName(task.name);
+    work->SetManagerPool(&managers_);
+    work->SetIntermediateResultReceivers(&receivers_);
   }
-  if (!ChooseWorkModes(*work, task)) return nullptr;
-  work->SetTargetDefName(definition);
-  work->SetTaskName(task.name);
-  work->SetManagerPool(&managers_);
-  work->SetIntermediateResultReceivers(&receivers_);
-  return work;
+  return head;
 }
 
-void GraphBuilder::ReportMissing(const std::string& definition, const TaskTemplate& task) {
-  const std::string what = "module \"" + task.module + "\" was not found: there is no usable " +
-                           ModuleRegistry::FileNameOf(task.module) +
-                           " beside the program or where the system looks";
+// What a module throws is its fault, not the template's: the error says so.
+NxRef<Nx_WorkObjectBase> GraphBuilder::CallModule(kit::CreateWorkObjectFunction create,
+                                                  const TaskTemplate& task) {
+  const std::string name = "module \"" + task.module + "\"";
+  try {
+    TaskSettings settings(document_, task.settings, task.settingsPlace.path);
+    NxRef<Nx_WorkObjectBase> work = create(settings);
+    settings.CheckAllRead();
+    if (!work) document_.AddError(task.modulePlace, EC_Unknown, name + " made no work object");
+    return work;
+  } catch (const std::bad_alloc&) {
+    document_.AddError(task.modulePlace, EC_NoMemory, name + " ran out of memory");
+  } catch (const std::exception& thrown) {
+    document_.AddError(task.modulePlace, EC_Unknown, name + " failed: " + thrown.what());
+  } catch (...) {
+    document_.AddError(task.modulePlace, EC_Unknown, name + " failed");
+  }
+  return nullptr;
+}
+
+void GraphBuilder::ReportMissing(const std::string& definition, const TaskTemplate& task,
+                                 const std::string& fault) {
   if (task.isOptional) {
-    notes_.push_back("{" + definition + "}[" + task.name + "] is left out: " + what);
+    notes_.push_back("{" + definition + "}[" + task.name + "] is left out: " + fault);
   } else {
-    document_.AddError(task.modulePlace, EC_ModuleNotFound, what);
+    document_.AddError(task.modulePlace, EC_ModuleNotFound, fault);
   }
 }
 
-bool GraphBuilder::ChooseWorkModes(Nx_WorkObjectBase& work, const TaskTemplate& task) {
-  const std::vector<std::string> known = work.GetWorkModes();
-  bool isGood = true;
+// Each work object of the chain gets those that it knows, in the order of the template.
+void GraphBuilder::ChooseWorkModes(Nx_WorkObjectBase& head, const TaskTemplate& task) {
+  if (task.workModes.empty()) return;
+  std::vector<std::string> known;
+  for (Nx_WorkObjectBase* work = &head; work != nullptr; work = work->GetNextWorkObject()) {
+    const std::vector<std::string> own = work->GetWorkModes();
+    std::vector<std::string> chosen;
+    for (const std::string& mode : task.workModes)
+      if (Contains(own, mode)) chosen.push_back(mode);
+    work->SetWorkModes(chosen);
+    for (const std::string& mode : own)
+      if (!Contains(known, mode)) known.push_back(mode);
+  }
   for (const std::string& mode : task.workModes) {
-    if (std::find(known.begin(), known.end(), mode) != known.end()) continue;
+    if (Contains(known, mode)) continue;
     document_.AddError(
         task.workModesPlace, EC_ParameterValueInvalid,
         "\"" + mode + "\" is no work mode of " + task.module + "; there is " + QuotedList(known));
-    isGood = false;
   }
-  if (isGood && !task.workModes.empty()) work.SetWorkModes(task.workModes);
-  return isGood;
-}
-
-GraphSummary Summarise(const Template& source, CaptureGraph& graph,
-                       const TaskStatistics& statistics) {
-  GraphSummary summary{source.name, {}};
-  for (const DefinitionTemplate& definition : source.definitions) {
-    summary.definitions.push_back({definition.name, definition.parents, {}});
-    const auto& node =
-        static_cast<CaptureDefinition&>(*graph.GetTargetDefNodesMap().at(definition.name));
-    for (const TaskTemplate& task : definition.tasks) {
-      TaskSummary described;
-      described.name = task.name;
-      described.module = task.module;
-      described.unlessFoundBy = task.unlessFoundBy;
-      described.isLeftOut = true;
-      for (const NxRef<NxTargetTaskSetting>& setting : node.GetTasks()) {
-        if (setting->GetTaskName() != task.name) continue;
-        described.isLeftOut = false;
-        statistics.Describe(*setting->GetTaskObject(), described);
-      }
-      summary.definitions.back().tasks.push_back(described);
-    }
-  }
-  return summary;
 }
 
 }  // namespace velmora::capture

@@ -9,16 +9,15 @@
 #include "velmora/engine/work_object_base.h"
 #include "velmora_capture/internal/capture_graph.h"
 #include "velmora_capture/internal/module_registry.h"
-#include "velmora_capture/internal/task_statistics.h"
 #include "velmora_capture/internal/template.h"
 
 namespace velmora::capture {
 
-/// Loads the modules that a template names and links its definitions.
+/// Makes the work objects of a template's tasks and links its definitions.
 class GraphBuilder {
  public:
-  /// All arguments outlive the graph, but for the document, which gets the errors.
-  GraphBuilder(ModuleRegistry& registry, TaskStatistics& statistics, NxDataManagerPool& managers,
+  /// All arguments outlive the graph, but for the registry and the document, which gets the errors.
+  GraphBuilder(const ModuleRegistry& registry, NxDataManagerPool& managers,
                IntermediateResultReceiverVector& receivers, JsonDocument& document);
 
   /// Modules that are missing, and settings and work modes that modules refuse, are filed with the
@@ -31,19 +30,17 @@ class GraphBuilder {
  private:
   // Null if the module or its work object could not be had.
   NxRef<Nx_WorkObjectBase> CreateWork(const std::string& definition, const TaskTemplate& task);
-  void ReportMissing(const std::string& definition, const TaskTemplate& task);
-  bool ChooseWorkModes(Nx_WorkObjectBase& work, const TaskTemplate& task);
+  NxRef<Nx_WorkObjectBase> CallModule(kit::CreateWorkObjectFunction create,
+                                      const TaskTemplate& task);
+  void ReportMissing(const std::string& definition, const TaskTemplate& task,
+                     const std::string& fault);
+  void ChooseWorkModes(Nx_WorkObjectBase& head, const TaskTemplate& task);
 
-  ModuleRegistry& registry_;
-  TaskStatistics& statistics_;
+  const ModuleRegistry& registry_;
   NxDataManagerPool& managers_;
   IntermediateResultReceiverVector& receivers_;
   JsonDocument& document_;
   std::vector<std::string> notes_;
 };
-
-/// The graph of a template as it stands after a run.
-GraphSummary Summarise(const Template& source, CaptureGraph& graph,
-                       const TaskStatistics& statistics);
 
 }  // namespace velmora::capture

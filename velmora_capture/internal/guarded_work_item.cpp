@@ -10,6 +10,7 @@
 #include "velmora/region/region_object.h"
 #include "velmora/region/source_image_object.h"
 #include "velmora_capture/internal/capture_graph.h"
+#include "velmora_capture/internal/task_statistics.h"
 
 namespace velmora::capture {
 
@@ -18,6 +19,7 @@ GuardedWorkItem::GuardedWorkItem(NxTaskOutput& task, std::uint64_t imageId, Capt
 
 void GuardedWorkItem::Process(ThreadPoolBase* pool) {
   ErrorCode code = EC_Ok;
+  TaskStatistics::WorkBegins();
   try {
     ResolvableWorkItem::Process(pool);
   } catch (const std::bad_alloc&) {
@@ -27,6 +29,7 @@ void GuardedWorkItem::Process(ThreadPoolBase* pool) {
   }
   const NxRef<ExecutableWorkItem>& item = GetCurrentItem();
   if (!item) return;
+  graph_.GetStatistics().WorkEnded(*item->GetWorkObject(), *item->GetOutput());
   if (code != EC_Ok) {
     const Nx_WorkObjectBase& work = *item->GetWorkObject();
     item->GetOutput()->GetRegion()->GetSourceImageObject()->AddErrorCodeInfo(

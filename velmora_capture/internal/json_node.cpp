@@ -79,13 +79,8 @@ JsonPlace JsonDocument::PlaceOf(const Json::Value& value, const std::string& pat
 }
 
 void JsonDocument::AddError(const JsonPlace& place, ErrorCode code, const std::string& message) {
-  errors_.push_back(name_ + ":" + std::to_string(place.line) + ":" + std::to_string(place.column) +
-                    ": " + (place.path.empty() ? "" : place.path + ": ") + message + " (" +
-                    std::to_string(code) + ": " + Nc_GetErrorString(code) + ")");
+  errors_.push_back({name_, place.line, place.column, place.path, code, message});
 }
-
-JsonNode::JsonNode(JsonDocument& document, const Json::Value& value, std::string path)
-    : document_(document), value_(value), path_(std::move(path)) {}
 
 bool JsonNode::IsObject() const {
   if (value_.isObject()) return true;
@@ -106,7 +101,12 @@ bool JsonNode::Has(const std::string& key) const {
 }
 
 JsonNode JsonNode::operator[](const std::string& key) const {
-  return {document_, value_[key], path_.empty() ? key : path_ + "." + key};
+  const Json::Value& member = value_[key];
+  return {document_, member, path_.empty() ? key : path_ + "." + key, Has(key) ? member : where_};
+}
+
+JsonNode JsonNode::operator[](Json::ArrayIndex index) const {
+  return {document_, value_[index], path_ + "[" + std::to_string(index) + "]"};
 }
 
 std::string JsonNode::ReadName() const {
@@ -160,14 +160,28 @@ int JsonNode::ReadInt(const std::string& key, int smallest, int largest, int whe
   return whenAbsent;
 }
 
+double JsonNode::ReadDouble(const std::string& key, double smallest, double largest,
+                            double whenAbsent) const {
+  if (!Has(key)) return whenAbsent;
+  const JsonNode member = (*this)[key];
+  if (!member.value_.isNumeric()) {
+    member.AddTypeError("a number");
+    return whenAbsent;
+  }
+  const double number = member.value_.asDouble();
+  if (number >= smallest && number <= largest) return number;
+  member.AddError(EC_JsonValueInvalid, Excerpt(member.value_) + " is not between " +
+                                           Excerpt(smallest) + " and " + Excerpt(largest));
+  return whenAbsent;
+}
+
 std::vector<std::string> JsonNode::ReadStrings(const std::string& key) const {
   std::vector<std::string> strings;
   if (!Has(key)) return strings;
   const JsonNode member = (*this)[key];
   if (!member.value_.isArray()) member.AddTypeError("an array of strings");
   for (Json::ArrayIndex i = 0; member.value_.isArray() && i < member.value_.size(); ++i) {
-    const JsonNode element(document_, member.value_[i],
-                           member.path_ + "[" + std::to_string(i) + "]");
+    const JsonNode element = member[i];
     if (element.value_.isString()) {
       strings.push_back(element.value_.asString());
     } else {
@@ -189,7 +203,7 @@ std::vector<JsonNode> JsonNode::ReadObjects(const std::string& key) const {
     return objects;
   }
   for (Json::ArrayIndex i = 0; i < member.value_.size(); ++i) {
-    JsonNode element(document_, member.value_[i], member.path_ + "[" + std::to_string(i) + "]");
+    const JsonNode element = member[i];
     if (element.IsObject()) objects.push_back(element);
   }
   return objects;

@@ -5,9 +5,11 @@
 #include <json/value.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "velmora/foundation/error_code.h"
+#include "velmora_capture/capture_template.h"
 
 namespace velmora::capture {
 
@@ -31,24 +33,25 @@ class JsonDocument {
   const Json::Value& GetRoot() const { return root_; }
   JsonPlace PlaceOf(const Json::Value& value, const std::string& path) const;
 
-  /// Files "NAME:LINE:COLUMN: PATH: MESSAGE (CODE: text of the code)".
   void AddError(const JsonPlace& place, ErrorCode code, const std::string& message);
-  const std::vector<std::string>& GetErrors() const { return errors_; }
+  const std::vector<TemplateError>& GetErrors() const { return errors_; }
 
  private:
   std::string name_;
   std::string text_;
   Json::Value root_;
-  std::vector<std::string> errors_;
+  std::vector<TemplateError> errors_;
 };
 
 /// A value in a document, with its path. What is missing or of another type is filed as an error
-/// and read as empty.
+/// and read as empty or as the value for an absent key. An absent member's place is that of the
+/// object which should have it.
 class JsonNode {
  public:
-  JsonNode(JsonDocument& document, const Json::Value& value, std::string path);
+  JsonNode(JsonDocument& document, const Json::Value& value, std::string path)
+      : JsonNode(document, value, std::move(path), value) {}
 
-  JsonPlace GetPlace() const { return document_.PlaceOf(value_, path_); }
+  JsonPlace GetPlace() const { return document_.PlaceOf(where_, path_); }
   const Json::Value& GetValue() const { return value_; }
   bool IsObject() const;
 
@@ -56,12 +59,15 @@ class JsonNode {
   void AllowKeys(const std::vector<std::string>& keys) const;
   bool Has(const std::string& key) const;
   JsonNode operator[](const std::string& key) const;
+  JsonNode operator[](Json::ArrayIndex index) const;
 
   /// The member "Name", which must be there, without "{}[]" and not empty.
   std::string ReadName() const;
   std::string ReadString(const std::string& key) const;
   bool ReadBool(const std::string& key, bool whenAbsent) const;
   int ReadInt(const std::string& key, int smallest, int largest, int whenAbsent) const;
+  double ReadDouble(const std::string& key, double smallest, double largest,
+                    double whenAbsent) const;
   std::vector<std::string> ReadStrings(const std::string& key) const;
   /// The elements of an array member, which must be objects.
   std::vector<JsonNode> ReadObjects(const std::string& key) const;
@@ -70,8 +76,13 @@ class JsonNode {
   void AddTypeError(const std::string& wanted) const;
 
  private:
+  JsonNode(JsonDocument& document, const Json::Value& value, std::string path,
+           const Json::Value& where)
+      : document_(document), value_(value), where_(where), path_(std::move(path)) {}
+
   JsonDocument& document_;
   const Json::Value& value_;
+  const Json::Value& where_;  // whose place is told
   std::string path_;
 };
 

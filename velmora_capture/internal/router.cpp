@@ -135,7 +135,7 @@ void Router::DescribeTask(const CaptureDefinition& definition, const NxTargetTas
       const NxRef<NxRegionObject> region = taskOutput->GetResult(i)->GetRegion();
       if (!region) continue;
       ++found;
-      const auto* code = dynamic_cast<const modules::CodeRegion*>(region.get());
+      const auto* code = dynamic_cast<const kit::CodeRegion*>(region.get());
       if (code == nullptr) {
         report.regions.push_back(
             {CornersOf(region->GetVertices()), definition.GetName(), task.GetTaskName()});

@@ -25,8 +25,7 @@ void TaskStatistics::WorkBegins() {
   workBegin = TraceStamp::Now();
 }
 
-void TaskStatistics::WorkEnded(const Nx_WorkObjectBase& task, const NxOutputBase& output,
-                               int /*code: the image has it*/) {
+void TaskStatistics::WorkEnded(const Nx_WorkObjectBase& task, const NxOutputBase& output) {
   const TraceStamp end = TraceStamp::Now();
   Counters& counters = *tasks_.at(&task);
   counters.nanoseconds.fetch_add(end.processorNanoseconds - workBegin.processorNanoseconds,

@@ -9,20 +9,26 @@
 #include <string>
 
 #include "velmora_capture/internal/graph_writer.h"
-#include "velmora_kit/module_api.h"
+
+namespace velmora {
+class NxOutputBase;
+class Nx_WorkObjectBase;
+}  // namespace velmora
 
 namespace velmora::capture {
 
 /// Counts the work of every task and draws it into the lane of its thread.
 ///
 /// @threadsafety tasks are added before work starts; then any thread
-class TaskStatistics final : public modules::WorkObserver {
+class TaskStatistics {
  public:
   /// @param fullName  "{definition}[task]"
   void AddTask(const Nx_WorkObjectBase* task, const std::string& fullName);
 
-  void WorkBegins() override;
-  void WorkEnded(const Nx_WorkObjectBase& task, const NxOutputBase& output, int code) override;
+  /// The calling thread begins a piece of work.
+  static void WorkBegins();
+  /// The calling thread has ended the piece of work that it began last.
+  void WorkEnded(const Nx_WorkObjectBase& task, const NxOutputBase& output);
   /// Counts an error that an image recorded, also of work that did not begin.
   void AddError(const Nx_WorkObjectBase& task, int code);
   void AddFound(const Nx_WorkObjectBase& task, int count);

@@ -1,13 +1,16 @@
 #include "velmora_capture/internal/template.h"
 
 #include <algorithm>
+#include <limits>
 #include <map>
+#include <string_view>
 #include <utility>
 
 namespace velmora::capture {
 namespace {
 
 constexpr int kMaxTimeoutMs = 1'000'000'000;
+constexpr std::string_view kNotInModuleNames{"/\\:\0", 4};
 
 using NamedLists = std::vector<std::pair<std::string, std::vector<std::string>>>;
 
@@ -46,14 +49,20 @@ TaskTemplate ReadTask(const JsonNode& node) {
   TaskTemplate task;
   task.name = node.ReadName();
   task.module = node.ReadString("Module");
-  if (node["Module"].GetValue().isString() && task.module.empty())
-    node["Module"].AddError(EC_JsonValueInvalid, "\"\" is not the name of a module");
+  // Modules are looked for in certain folders and nowhere else: a name is no path.
+  if (node["Module"].GetValue().isString() &&
+      (task.module.empty() || task.module.find_first_of(kNotInModuleNames) != std::string::npos))
+    node["Module"].AddError(EC_JsonValueInvalid,
+                            "\"" + task.module + "\" is not the name of a module");
   task.isOptional = node.ReadBool("Optional", false);
   task.isOutput = node.ReadBool("Output", false);
   task.workModes = node.ReadStrings("WorkModes");
   task.unlessFoundBy = node.ReadStrings("UnlessFoundBy");
-  if (node.Has("Settings") && node["Settings"].IsObject())
+  if (node.Has("Settings") && node["Settings"].IsObject()) {
     task.settings = node["Settings"].GetValue();
+  } else {
+    task.settings.setOffsetStart(node.GetValue().getOffsetStart());
+  }
   task.modulePlace = node["Module"].GetPlace();
   task.workModesPlace = node["WorkModes"].GetPlace();
   task.settingsPlace = node["Settings"].GetPlace();
@@ -61,10 +70,11 @@ TaskTemplate ReadTask(const JsonNode& node) {
 }
 
 DefinitionTemplate ReadDefinition(const JsonNode& node) {
-  node.AllowKeys({"Name", "Parents", "Tasks"});
+  node.AllowKeys({"Name", "Parents", "Priority", "Tasks"});
   DefinitionTemplate definition;
   definition.name = node.ReadName();
   definition.parents = node.ReadStrings("Parents");
+  definition.priority = node.ReadInt("Priority", 0, std::numeric_limits<int>::max(), 0);
   const std::vector<JsonNode> tasks = node.ReadObjects("Tasks");
   std::vector<std::string> names;
   NamedLists graph;

@@ -19,7 +19,7 @@ struct TaskTemplate {
   bool isOutput = false;                   ///< what it finds is a result of the capture
   std::vector<std::string> workModes;      ///< in the order to be tried; empty for the module's own
   std::vector<std::string> unlessFoundBy;  ///< tasks of this definition that make this one needless
-  Json::Value settings{Json::objectValue};
+  Json::Value settings{Json::objectValue};  ///< an object, which keeps its place in the text
   JsonPlace modulePlace;
   JsonPlace workModesPlace;
   JsonPlace settingsPlace;
@@ -30,6 +30,7 @@ struct TaskTemplate {
 struct DefinitionTemplate {
   std::string name;
   std::vector<std::string> parents;
+  int priority = 0;  ///< of its work in the pool; 0 is first
   std::vector<TaskTemplate> tasks;
 };
 
@@ -38,9 +39,6 @@ struct Template {
   int timeoutMs = 10000;
   std::vector<DefinitionTemplate> definitions;
 };
-
-/// The template that runs when the user names none.
-extern const char* const kDefaultTemplate;
 
 /// Reads and validates a template. Every fault is filed with @p document, which was parsed before;
 /// the result is of use only if there is none.
