@@ -49,6 +49,7 @@
 
 // image
 #include "velmora/image/convert_data.h"
+#include "velmora/image/image_copy.h"
 #include "velmora/image/image_data.h"
 #include "velmora/image/image_data_wrapper.h"
 #include "velmora/image/image_source_adapter.h"

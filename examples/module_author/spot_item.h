@@ -4,7 +4,7 @@
 
 #include "velmora/geometry/quadrilateral.h"
 #include "velmora/results/captured_result_item.h"
-#include "velmora/results/item_base.h"
+#include "velmora_kit/shared_faces.h"
 
 namespace spots {
 
@@ -20,35 +20,13 @@ class CSpotResultItem : public vb::CCapturedResultItem {
   virtual vb::CQuadrilateral GetLocation() const = 0;
 };
 
-/// All seven operations of an item, and the module's own one. NxvItemBase holds what they tell.
-class SpotItem final : public CSpotResultItem, public vb::NxvItemBase {
+/// What an item is asked for is in NxvItemBase; the base answers from there, clones and counts.
+class SpotItem final : public velmora::kit::ResultItemBase<SpotItem, CSpotResultItem> {
  public:
-  explicit SpotItem(const vb::CQuadrilateral& location) : location_(location) {
-    SetCCapturedResultItemPtr(this);  // without it no result would find the item
-  }
-
-  /// A copy starts without a public face: it has to get its own.
-  SpotItem(const SpotItem& other)
-      : CSpotResultItem(other), NxvItemBase(other), location_(other.location_) {
-    SetCCapturedResultItemPtr(this);
-  }
-  SpotItem& operator=(const SpotItem&) = delete;
+  explicit SpotItem(const vb::CQuadrilateral& location) : location_(location) {}
 
   // One override for both bases.
   vb::CapturedResultItemType GetType() const override { return kSpotItem; }
-
-  const vb::CCapturedResultItem* GetReferenceItem() const override {
-    const auto& item = NxvItemBase::GetReferenceItem();
-    return item ? item->GetCCapturedResultItemPtr() : nullptr;
-  }
-  const char* GetTargetROIDefName() const override { return GetTargetName().c_str(); }
-  const char* GetTaskName() const override { return NxvItemBase::GetTaskName().c_str(); }
-  vb::CCapturedResultItem* Clone() const override { return (new SpotItem(*this))->RetainCache(); }
-
-  // Whoever holds a const pointer may share the item; the object itself is never const.
-  void Retain() const override { const_cast<SpotItem*>(this)->RetainCache(); }
-  void Release() const override { const_cast<SpotItem*>(this)->ReleaseCache(); }
-
   vb::CQuadrilateral GetLocation() const override { return location_; }
 
  private:

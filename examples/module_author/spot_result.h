@@ -1,9 +1,8 @@
 // The result of one image: what an application reads (CSpotResult), and the class behind it.
 #pragma once
 
-#include "velmora/image/image_tag.h"
 #include "velmora/results/captured_result_base.h"
-#include "velmora/results/result_imp_base.h"
+#include "velmora_kit/shared_faces.h"
 
 namespace spots {
 
@@ -18,22 +17,10 @@ class CSpotResult : public vb::CCapturedResultBase {
   virtual void Release() = 0;
 };
 
-/// Every operation is answered by the member of the same meaning in ResultImpBase.
-class SpotResult final : public CSpotResult, public vb::ResultImpBase {
+/// What a result is asked for is in ResultImpBase; the base answers from there.
+class SpotResult final : public velmora::kit::ResultBase<CSpotResult> {
  public:
-  SpotResult(const char* imageHashId, const vb::CImageTag* tag) : ResultImpBase(imageHashId, tag) {
-    SetCProductResultPtr(static_cast<CSpotResult*>(this));
-  }
-
-  const char* GetSourceImageHashId() const override { return GetSourceImageHashIdBase().c_str(); }
-  const vb::CImageTag* GetSourceImageTag() const override {
-    return ResultImpBase::GetSourceImageTag();
-  }
-  void GetSourceImageRotationMatrix(double matrix[9]) const override {
-    ResultImpBase::GetSourceImageRotationMatrix(matrix);
-  }
-  int GetErrorCode() const override { return ResultImpBase::GetErrorCode(); }
-  const char* GetErrorString() const override { return GetErrorStringBase().c_str(); }
+  using ResultBase::ResultBase;
 
   int GetItemsCount() const override { return static_cast<int>(GetResultItems().size()); }
   const vb::CCapturedResultItem* GetItem(int index) const override {

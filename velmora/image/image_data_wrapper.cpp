@@ -1,6 +1,6 @@
 #include "velmora/image/image_data_wrapper.h"
 
-#include "velmora/image/internal/image_copy.h"
+#include "velmora/image/image_copy.h"
 
 namespace velmora::basic_structures {
 
@@ -9,7 +9,7 @@ CImageDataWrapper::CImageDataWrapper(CImageData* image) : imageData_(image) {}
 CImageDataWrapper::~CImageDataWrapper() = default;
 
 CImageDataWrapper* CImageDataWrapper::DeepCopy() const {
-  auto copy = imageData_ != nullptr ? internal::CopyImage(*imageData_) : nullptr;
+  auto copy = imageData_ != nullptr ? CopyImage(*imageData_) : nullptr;
   auto wrapper = std::make_unique<CImageDataWrapper>(nullptr);
   wrapper->imageData_ = std::move(copy);
   return wrapper.release();

@@ -6,7 +6,7 @@
 #include <mutex>
 #include <utility>
 
-#include "velmora/image/internal/image_copy.h"
+#include "velmora/image/image_copy.h"
 #include "velmora/image/internal/source_tally.h"
 #include "velmora/image/pixel_conversion.h"
 
@@ -200,7 +200,7 @@ void CImageSourceAdapter::AddImageToBuffer(const CImageData* image, bool copyIma
     state_->CountRefusalWhileIdle();
     return;
   }
-  if (copyImage) owned = internal::CopyImage(*image);
+  if (copyImage) owned = CopyImage(*image);
   state_->Add(std::move(owned));
 }
 
