@@ -122,18 +122,35 @@ TEST(Template, RunsWhatItSays) {
       "1 image, 1 read, 0 failed, 1 code;");
 }
 
-// The code that docs/writing-a-module.md shows is that of the module.
+// What docs/writing-a-module.md shows is in the modules and their projects.
 TEST(Module, IsWhatItsDocumentationShows) {
   const std::string page = testing::ReadFile("../../docs/writing-a-module.md");
-  const std::string code = testing::ReadFile("../../modules/sharpness/sharpness.cpp");
-  int blocks = 0;
-  for (std::size_t at = 0; (at = page.find("```cpp\n", at)) != std::string::npos; ++blocks) {
-    at += 7;
-    const std::string block = page.substr(at, page.find("```", at) - at);
-    EXPECT_NE(code.find(block), std::string::npos) << block;
-    at += block.size() + 3;
+  const auto read = [](const char* file) {
+    return testing::ReadFile(std::string("../../") + file);
+  };
+  std::string comment = read("examples/own_module/brightness.cpp");
+  for (std::size_t at = 0; (at = comment.find("\n//   ", at)) != std::string::npos; ++at)
+    comment.erase(at + 1, 5);
+  struct Row {
+    std::string fence;
+    std::string files;
+    int blocks;
+  };
+  for (const Row& row : {
+           Row{"```cpp\n", read("modules/sharpness/sharpness.cpp"), 4},
+           Row{"```cmake\n",
+               read("modules/CMakeLists.txt") + read("examples/own_module/CMakeLists.txt"), 3},
+           Row{"```sh\n", comment, 1},
+       }) {
+    int blocks = 0;
+    for (std::size_t at = 0; (at = page.find(row.fence, at)) != std::string::npos; ++blocks) {
+      at += row.fence.size();
+      const std::string block = page.substr(at, page.find("```", at) - at);
+      EXPECT_NE(row.files.find(block), std::string::npos) << block;
+      at += block.size() + 3;
+    }
+    EXPECT_EQ(blocks, row.blocks) << row.fence;
   }
-  EXPECT_EQ(blocks, 4);
 }
 
 }  // namespace

@@ -1,7 +1,9 @@
 # Installs the library, moves the installed tree, and builds and runs there, in a project of its own,
 # the program that README.md shows and the example for module authors; they must print what README.md
-# and the comment on top of the example say.
-#   cmake -DBUILD=... -DSOURCE=... -DWORK=... -DARGUMENTS=... -P check_package.cmake
+# and the comment on top of the example say. The module of examples/own_module is built and installed
+# there as its comment says, and runs in the installed program.
+#   cmake -DBUILD=... -DSOURCE=... -DWORK=... -DCAPTURE=... -DEMULATOR=... -DARGUMENTS=... -P
+#   check_package.cmake
 
 # fenced_block(LANGUAGE RESULT): the first fenced block of that language in README.md
 function(fenced_block language result)
@@ -26,8 +28,10 @@ file(WRITE ${WORK}/readme.cpp "${example}")
 file(WRITE ${WORK}/readme.txt "${output}")
 
 # The example keeps what it prints in lines of its own, three blanks behind the slashes.
-file(COPY ${SOURCE}/examples/module_author DESTINATION ${WORK})
-file(STRINGS ${WORK}/module_author/main.cpp lines REGEX "^//   [^ ]")
+if(CAPTURE)
+  file(COPY ${SOURCE}/examples/module_author ${SOURCE}/examples/own_module DESTINATION ${WORK})
+endif()
+file(STRINGS ${SOURCE}/examples/module_author/main.cpp lines REGEX "^//   [^ ]")
 list(TRANSFORM lines REPLACE "^//   (.*)" "\\1\n")
 string(JOIN "" output ${lines})
 file(WRITE ${WORK}/module_author.txt "${output}")
@@ -46,8 +50,44 @@ foreach(file IN LISTS package_files)
     message(FATAL_ERROR "${file} names the build folder")
   endif()
 endforeach()
-run(${CMAKE_COMMAND} -S ${CMAKE_CURRENT_LIST_DIR} -B ${WORK}/build -G Ninja ${ARGUMENTS}
-    -DCMAKE_PREFIX_PATH=${prefix} -DCMAKE_FIND_ROOT_PATH=${prefix}
-    -DPROGRAMS=${WORK})
+list(APPEND ARGUMENTS -G Ninja -DCMAKE_PREFIX_PATH=${prefix} -DCMAKE_FIND_ROOT_PATH=${prefix})
+run(${CMAKE_COMMAND} -S ${CMAKE_CURRENT_LIST_DIR} -B ${WORK}/build ${ARGUMENTS} -DPROGRAMS=${WORK})
 run(${CMAKE_COMMAND} --build ${WORK}/build)
 run(${CMAKE_CTEST_COMMAND} --test-dir ${WORK}/build --output-on-failure --no-tests=error)
+if(NOT CAPTURE)
+  return()
+endif()
+
+# A module outside the tree, at its prefix beside those of the package.
+set(build ${WORK}/own_module/build)
+run(${CMAKE_COMMAND} -S ${WORK}/own_module -B ${build} ${ARGUMENTS})
+run(${CMAKE_COMMAND} --build ${build})
+run(${CMAKE_COMMAND} --install ${build} --prefix ${prefix})
+file(GLOB_RECURSE module ${prefix}/Brightness*)
+file(STRINGS ${module} uses REGEX "jsoncpp|4Json")
+if(uses)
+  message(FATAL_ERROR "the module uses jsoncpp: ${uses}")
+endif()
+# The template takes every second pixel of every second row: A and B, 65 and 66.
+file(WRITE ${WORK}/four.pgm "P5 4 2 255\nAzBzzzzz")
+file(GLOB program ${prefix}/bin/velmora-capture*)
+execute_process(
+  COMMAND ${EMULATOR} ${program} --json --template ${WORK}/own_module/brightness.json
+          ${WORK}/four.pgm
+  OUTPUT_VARIABLE output COMMAND_ERROR_IS_FATAL ANY)
+if(NOT output MATCHES "\"symbology\":\"Brightness\",\"task\":\"brightness\",\"text\":\"66\"")
+  message(FATAL_ERROR "the module did not run as its template says: ${output}")
+endif()
+
+# The capture library and the static core do not go together.
+file(WRITE ${WORK}/refused/CMakeLists.txt
+     "cmake_minimum_required(VERSION 3.25)\nproject(Refused LANGUAGES CXX)\n"
+     "find_package(VelmoraCore 4.6 CONFIG REQUIRED COMPONENTS Static Capture)\n")
+execute_process(
+  COMMAND ${CMAKE_COMMAND} -S ${WORK}/refused -B ${WORK}/refused/build ${ARGUMENTS}
+  ERROR_VARIABLE refusal
+  OUTPUT_QUIET)
+string(REGEX REPLACE "[ \n]+" " " refusal "${refusal}")
+if(NOT refusal MATCHES "the components Static and Capture cannot be combined")
+  message(FATAL_ERROR "Static and Capture were not refused: ${refusal}")
+endif()

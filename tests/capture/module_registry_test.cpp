@@ -1,0 +1,115 @@
+// Which file a module's name stands for, and which files are refused.
+#include "velmora_capture/internal/module_registry.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "tests/support/temporary_directory.h"
+#include "velmora/engine/work_object_base.h"
+#include "velmora/foundation/ref.h"
+#include "velmora_capture/internal/dynamic_library.h"
+#include "velmora_capture/internal/json_node.h"
+#include "velmora_capture/internal/task_settings.h"
+
+namespace velmora::capture {
+namespace {
+
+namespace fs = std::filesystem;
+
+#if defined(_WIN32)
+constexpr char kSuffix[] = "x86.dll";
+#else
+constexpr char kSuffix[] = ".so";
+#endif
+
+// UTF-8, as everywhere, whatever the system's own encoding of paths.
+const std::string kFirst = fs::absolute(VELMORA_TEST_MODULES "/first").u8string();
+const std::string kSecond = fs::absolute(VELMORA_TEST_MODULES "/second").u8string();
+
+TEST(ModuleRegistry, SaysWhyAModuleCannotBeUsed) {
+  struct Row {
+    const char* module;
+    std::vector<std::string> wants;
+  };
+  const ModuleRegistry registry({kFirst, kSecond});
+  for (const Row& row : {
+           Row{"Nope",
+               {"\"Nope\" was not found: there is no Nope", kFirst, kSecond, FolderOfProgram()}},
+           Row{"OtherInterface",
+               {"its interface number is 77", "version 5.6.7.8", "this library's is 1"}},
+           Row{"NoInfo", {"does not export VelmoraModuleInfo"}},
+           Row{"Broken", {"\"Broken\" cannot be used: ", std::string("Broken") + kSuffix}},
+       }) {
+    SCOPED_TRACE(row.module);
+    std::string fault;
+    EXPECT_EQ(registry.Find(row.module, fault), nullptr);
+    std::size_t at = 0;
+    for (const std::string& want : row.wants) {
+      at = fault.find(fs::u8path(want).make_preferred().u8string(), at);
+      if (at == std::string::npos) at = fault.find(want);
+      EXPECT_NE(at, std::string::npos) << "no " << want << " in " << fault;
+    }
+  }
+}
+
+TEST(ModuleRegistry, TakesTheFirstFolderThatHasTheModule) {
+  const testing::TemporaryDirectory parent;
+  const fs::path odd = fs::u8path(parent /
+                                  "m\xC3\xB6"
+                                  "dule \xE6\x9C\xAC");
+  fs::create_directories(odd);
+  fs::copy_file(fs::u8path(kSecond) / ("Good" + std::string(kSuffix)),
+                odd / ("Good" + std::string(kSuffix)));
+  struct Row {
+    std::vector<std::string> folders;
+    std::string mode;
+  };
+  JsonDocument document("t", "{}");
+  const Json::Value none(Json::objectValue);
+  for (const Row& row : {Row{{kFirst, kSecond}, "first"}, Row{{kSecond, kFirst}, "second"},
+                         Row{{parent / "", odd.u8string(), kFirst}, "second"}}) {
+    std::string fault;
+    const kit::CreateWorkObjectFunction create = ModuleRegistry(row.folders).Find("Good", fault);
+    ASSERT_NE(create, nullptr) << fault;
+    TaskSettings settings(document, none, "Settings");
+    const NxRef<Nx_WorkObjectBase> work = create(settings);
+    EXPECT_EQ(work->GetWorkModes(), std::vector<std::string>{row.mode});
+  }
+}
+
+TEST(TaskSettings, FilesFaultsAtTheirPlacesAndReadsOn) {
+  JsonDocument document("t", R"({"int": 1.5, "double": 7, "bool": 0, "string": 4,
+"strings": ["a", 5], "choice": "d", "choices": ["b", "b"], "upper": 3, "left": 1})");
+  ASSERT_TRUE(document.Parse());
+  TaskSettings settings(document, document.GetRoot(), "S");
+  EXPECT_EQ(settings.GetInt("int", 0, 9, 2), 2);
+  EXPECT_EQ(settings.GetDouble("double", 0, 6.5, 1), 1);
+  EXPECT_TRUE(settings.GetBool("bool", true));
+  EXPECT_EQ(settings.GetString("string", "s"), "s");
+  EXPECT_EQ(settings.GetStrings("strings", {"z"}), std::vector<std::string>{"z"});
+  EXPECT_EQ(settings.GetChoice("choice", {"a", "b"}, "b"), "b");
+  EXPECT_EQ(settings.GetChoices("choices", {"a", "b"}), (std::vector<std::string>{"b", "b"}));
+  EXPECT_EQ(settings.GetInt("upper", 0, 9, 0), 3);
+  EXPECT_EQ(settings.GetString("absent", "s"), "s");
+  settings.AddError("upper", "is below the lower one");
+  settings.CheckAllRead();
+  std::string errors;
+  for (const TemplateError& error : document.GetErrors())
+    errors += std::to_string(error.line) + ":" + std::to_string(error.column) + " " + error.path +
+              ": " + error.message + "\n";
+  EXPECT_EQ(
+      errors,
+      "1:9 S.int: 1.5 stands where a whole number is wanted\n"
+      "1:24 S.double: 7 is not between 0.0 and 6.5\n"
+      "1:35 S.bool: 0 stands where true or false is wanted\n"
+      "1:48 S.string: 4 stands where a string is wanted\n"
+      "2:18 S.strings[1]: 5 stands where a string is wanted\n"
+      "2:32 S.choice: \"d\" is not among \"a\", \"b\"\n"
+      "2:69 S.upper: is below the lower one\n"
+      "2:80 S.left: there is no key \"left\" here; allowed are \"int\", \"double\", \"bool\", "
+      "\"string\", \"strings\", \"choice\", \"choices\", \"upper\", \"absent\"\n");
+}
+
+}  // namespace
+}  // namespace velmora::capture
