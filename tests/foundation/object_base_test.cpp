@@ -79,11 +79,16 @@ TEST(ObjectRefPool, RetainsAndReleasesBarePointers) {
 TEST(ObjectBase, OverReleaseOfAnotherModuleIsCaughtHere) {
   NxObjectBase object;
   EXPECT_EQ(ThrownInt([&] { NxObjectRefPool::GetInstance()->ReleaseCache(&object); }), 4711);
-  const auto releaseTwice = [&] {
-    const Ref ref(&object);
-    object = NxObjectBase();  // back to 0 under the feet of the ref
-  };
-  EXPECT_EQ(ThrownInt(releaseTwice), 4711);
+  Ref ref(&object);
+  const Ref next = new NxObjectBase;
+  object = NxObjectBase();  // back to 0 while the ref holds it
+  EXPECT_EQ(ThrownInt([&] { ref = next; }), 4711);
+  EXPECT_EQ(ThrownInt([&] { ref = next.get(); }), 4711);
+  EXPECT_EQ(ThrownInt([&] { ref.reset(); }), 4711);
+  EXPECT_EQ(ref, &object);
+  EXPECT_EQ(next->GetReferenceCount(), 1) << "what did not get in is not kept";
+  object.retain();  // for the ref, and so that its release is not the last
+  object.retain();
 }
 
 TEST(ObjectBase, CopiesAnIdOnlyIfTheSourceHasOne) {

@@ -7,6 +7,8 @@
 namespace velmora {
 namespace {
 
+static_assert(std::is_nothrow_move_constructible_v<RegionObjectRecord>, "lists of them grow");
+
 TEST(RegionObjectManager, FilesUnderTheKeyOrTheType) {
   NxRegionObjectManager manager;
   const NxRef<NxRegionObject> region = new NxRegionObject;

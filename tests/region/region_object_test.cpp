@@ -38,8 +38,6 @@ CQuadrilateral Location(const Points& points) {
 // A capture, and regions on it.
 class RegionObject : public ::testing::Test {
  protected:
-  ~RegionObject() noexcept override = default;
-
   NxRef<NxRegionObject> MakeRegion(const Points* points) {
     if (points == nullptr) return new NxRegionObject(source_.get(), {}, info_, nullptr);
     const Nx_Quad quad(points->data());

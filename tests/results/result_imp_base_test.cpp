@@ -60,7 +60,7 @@ TEST(ResultBase, CopyTakesTheImageAndErrorsButImageInfoOnlyTheImage) {
 // Items by position, so that a test can say which are left.
 class ResultItems : public ::testing::Test {
  protected:
-  ~ResultItems() noexcept override {
+  ~ResultItems() override {
     for (const NxRef<SpotItem>& item : items_) EXPECT_EQ(item->GetReferenceCount(), 1);
   }
 

@@ -34,6 +34,6 @@ NxObjectBase& NxObjectBase::operator=(const NxObjectBase& other) {
   return *this;
 }
 
-NxObjectBase::~NxObjectBase() noexcept(false) {}
+NxObjectBase::~NxObjectBase() = default;
 
 }  // namespace velmora

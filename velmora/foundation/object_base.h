@@ -55,21 +55,24 @@ class VELMORA_EXPORT NxObjectBase {
   /// clears the flag and leaves the old text in place.
   NxObjectBase& operator=(const NxObjectBase& other);
 
-  /// May throw what the release of a member reference throws; a class that derives from this one
-  /// and from another with a virtual destructor needs that other destructor `noexcept(false)` too.
-  virtual ~NxObjectBase() noexcept(false);
+  virtual ~NxObjectBase();
 
-  /// Adds a reference. The count is not checked.
+  /// Adds a reference. The count is not checked. `const`, as `release()` is: sharing an object does
+  /// not change it.
   /// @return this object
-  NxObjectBase* retain() noexcept {
-    // Relaxed: whoever retains already holds a reference, so nothing has to be made visible here.
+  const NxObjectBase* retain() const noexcept {
+    // Relaxed: the caller already holds a reference, so nothing has to be made visible here.
     referenceCount_.fetch_add(1, std::memory_order_relaxed);
+    return this;
+  }
+  NxObjectBase* retain() noexcept {
+    std::as_const(*this).retain();
     return this;
   }
 
   /// Drops a reference and destroys the object with the last one.
   /// @throws int 4711 (`kOverReleaseError`) if the count is 0 already; nothing changes then
-  void release() {
+  void release() const {
     // Relaxed: the value only guards against misuse; the decrement below does the ordering.
     if (referenceCount_.load(std::memory_order_relaxed) == 0) throw int{kOverReleaseError};
     // Release: what this thread did to the object happens before its destruction elsewhere.
@@ -96,7 +99,7 @@ class VELMORA_EXPORT NxObjectBase {
   const std::string& GetObjectId() const noexcept { return id_.GetValue(); }
 
  private:
-  std::atomic<std::int32_t> referenceCount_{0};
+  mutable std::atomic<std::int32_t> referenceCount_{0};
   NxObjectBaseIdStruct id_;
 };
 

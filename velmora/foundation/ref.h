@@ -9,21 +9,24 @@
 
 namespace velmora {
 
-/// Owns one reference on a `T`, a class derived from `NxObjectBase`; or is empty.
+/// Owns one reference on a `T`, a class derived from `NxObjectBase`, `const` or not; or is empty.
 ///
 /// The size of a pointer, no control block, no lock. Every replacement retains the new pointee
 /// before it releases the old one, so that self-assignment and taking over a pointer that the old
-/// pointee alone kept alive are safe.
+/// pointee alone kept alive are safe. `nullptr`, `NULL`, `0` and, in assignments, `{}` are accepted
+/// wherever a pointer is.
 ///
-///     NxRef<Node> node = new Node;   // count 1
-///     NxRef<Node> same = node;       // count 2
-///     node.reset();                  // count 1; `same` keeps the object alive
+///     NxRef<Node> node = new Node;         // count 1
+///     NxRef<const Node> same = node;       // count 2
+///     node.reset();                        // count 1; `same` keeps the object alive
 ///
-/// The destructor may throw what `NxObjectBase::release` throws. Standard containers therefore
-/// copy rather than move refs when they grow: reserve first where that matters.
+/// Copy and pointer assignment and `reset` throw what `NxObjectBase::release` throws and then leave
+/// the ref and both counts as they were. Moves, `swap` and the destructor are `noexcept`: an
+/// over-release that only the destructor or a move assignment meets ends the process through
+/// `std::terminate`.
 ///
-/// @threadsafety copies of different refs to one object are safe at once; one ref must not be
-///               assigned and read at once
+/// @threadsafety concurrent copies of different refs to one object are safe; one ref must not be
+///               assigned and read concurrently
 template <typename T>
 class NxRef {
   template <typename U>
@@ -33,7 +36,6 @@ class NxRef {
   using element_type = T;
 
   NxRef() noexcept = default;
-  NxRef(std::nullptr_t) noexcept {}
   NxRef(T* pointee) noexcept : pointee_(Retained(pointee)) {}
   NxRef(const NxRef& other) noexcept : pointee_(Retained(other.pointee_)) {}
   NxRef(NxRef&& other) noexcept : pointee_(std::exchange(other.pointee_, nullptr)) {}
@@ -42,25 +44,23 @@ class NxRef {
   template <typename U, typename = IfConvertible<U>>
   NxRef(NxRef<U>&& other) noexcept : pointee_(std::exchange(other.pointee_, nullptr)) {}
 
-  ~NxRef() noexcept(false) { Release(pointee_); }
+  ~NxRef() { Release(pointee_); }
 
+  /// @throws int 4711, as all of these but the move assignment, if the old pointee is released more
+  ///         often than retained
   NxRef& operator=(T* pointee) {
-    Replace(Retained(pointee));
-    return *this;
-  }
-  NxRef& operator=(std::nullptr_t) {
-    Replace(nullptr);
+    Replace(pointee);
     return *this;
   }
   // NOLINTNEXTLINE(bugprone-unhandled-self-assignment): the new is retained before the old goes
   NxRef& operator=(const NxRef& other) { return *this = other.pointee_; }
-  NxRef& operator=(NxRef&& other) {
-    if (this != &other) Replace(std::exchange(other.pointee_, nullptr));
+  NxRef& operator=(NxRef&& other) noexcept {
+    if (this != &other) Replace(std::move(other));
     return *this;
   }
 
   /// Drops the reference, if any.
-  void reset() { Replace(nullptr); }
+  void reset() { Replace({}); }
   void swap(NxRef& other) noexcept { std::swap(pointee_, other.pointee_); }
 
   T* get() const noexcept { return pointee_; }
@@ -80,15 +80,17 @@ class NxRef {
   static void Release(T* pointee) {
     if (pointee != nullptr) pointee->release();
   }
-  // Takes over a pointee that is retained already. The old pointee goes before the new one is
-  // stored: its destructor still finds itself here, and a 4711 leaves this ref as it was.
-  void Replace(T* retained) {
+  // The old pointee is released before the new one is stored: its destructor still finds itself
+  // here, and a 4711 leaves this ref as it was.
+  void Replace(NxRef incoming) {
     Release(pointee_);
-    pointee_ = retained;
+    pointee_ = std::exchange(incoming.pointee_, nullptr);
   }
 
   T* pointee_ = nullptr;
 };
+
+// `NULL`, `0` and `nullptr` reach the pointer overloads: their parameter takes no part in deduction.
 
 template <typename T, typename U>
 bool operator==(const NxRef<T>& a, const NxRef<U>& b) noexcept {
@@ -114,21 +116,11 @@ template <typename T>
 bool operator!=(const std::remove_reference_t<T>* a, const NxRef<T>& b) noexcept {
   return a != b.get();
 }
+
+/// Orders by address, for ordered containers.
 template <typename T>
-bool operator==(const NxRef<T>& a, std::nullptr_t) noexcept {
-  return a.get() == nullptr;
-}
-template <typename T>
-bool operator!=(const NxRef<T>& a, std::nullptr_t) noexcept {
-  return a.get() != nullptr;
-}
-template <typename T>
-bool operator==(std::nullptr_t, const NxRef<T>& b) noexcept {
-  return b.get() == nullptr;
-}
-template <typename T>
-bool operator!=(std::nullptr_t, const NxRef<T>& b) noexcept {
-  return b.get() != nullptr;
+bool operator<(const NxRef<T>& a, const NxRef<T>& b) noexcept {
+  return std::less<T*>{}(a.get(), b.get());
 }
 
 template <typename T>

@@ -7,7 +7,7 @@ CLineSegment::CLineSegment() = default;
 CLineSegment::CLineSegment(const NxPoint_<int>& start, const NxPoint_<int>& end, std::int32_t id)
     : startPoint_(start), endPoint_(end), id_(id) {}
 
-CLineSegment::~CLineSegment() noexcept(false) {}
+CLineSegment::~CLineSegment() = default;
 
 void CLineSegment::SetStartPoint(const NxPoint_<int>& point) {
   startPoint_ = point;

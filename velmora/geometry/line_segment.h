@@ -33,8 +33,7 @@ class VELMORA_EXPORT CLineSegment {
   virtual void Init();
 
  public:
-  /// Not noexcept: a derived class may combine this one with a shared object.
-  virtual ~CLineSegment() noexcept(false);
+  virtual ~CLineSegment();
 
  protected:
   NxPoint_<int> startPoint_;

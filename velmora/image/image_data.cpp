@@ -44,7 +44,7 @@ CImageData::CImageData(unsigned long long bytesLength, const unsigned char* byte
   releaseBytes_ = releaseBytes;
 }
 
-CImageData::~CImageData() noexcept(false) {
+CImageData::~CImageData() {
   if (releaseBytes_ != nullptr) releaseBytes_(bytes_);
   delete imageTag_;
 }

@@ -80,9 +80,7 @@ class VELMORA_EXPORT CImageData {
   CImageData(const CImageData&) = delete;
   CImageData& operator=(const CImageData&) = delete;
 
-  /// May throw only if a derived class shares reference-counted objects and one of them was
-  /// released too often.
-  virtual ~CImageData() noexcept(false);
+  virtual ~CImageData();
 
   const unsigned char* GetBytes() const noexcept { return bytes_; }
   /// Bytes in the buffer; 0 also stands for "unknown" if the buffer is the application's.

@@ -6,8 +6,8 @@
 
 namespace velmora::basic_structures {
 
-CCapturedResultItem::~CCapturedResultItem() noexcept(false) = default;
+CCapturedResultItem::~CCapturedResultItem() = default;
 COriginalImageResultItem::~COriginalImageResultItem() = default;
-CCapturedResultBase::~CCapturedResultBase() noexcept(false) = default;
+CCapturedResultBase::~CCapturedResultBase() = default;
 
 }  // namespace velmora::basic_structures

@@ -17,7 +17,7 @@ class CImageTag;
 class VELMORA_EXPORT CCapturedResultBase {
  protected:
   // The first virtual operation: modules are compiled against the order of this table.
-  virtual ~CCapturedResultBase() noexcept(false);
+  virtual ~CCapturedResultBase();
 
  public:
   CCapturedResultBase() = default;

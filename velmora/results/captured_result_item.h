@@ -30,7 +30,7 @@ enum CapturedResultItemType : std::int32_t {
 class VELMORA_EXPORT CCapturedResultItem {
  protected:
   // The first virtual operation: modules are compiled against the order of this table.
-  virtual ~CCapturedResultItem() noexcept(false);
+  virtual ~CCapturedResultItem();
 
  public:
   CCapturedResultItem() = default;

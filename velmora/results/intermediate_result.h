@@ -18,7 +18,7 @@ class VELMORA_EXPORT CIntermediateResult {
   CIntermediateResult() = default;
   CIntermediateResult(const CIntermediateResult&) = default;
   CIntermediateResult& operator=(const CIntermediateResult&) = default;
-  virtual ~CIntermediateResult() noexcept(false);
+  virtual ~CIntermediateResult();
 
   /// Number of units.
   virtual int GetCount() const = 0;

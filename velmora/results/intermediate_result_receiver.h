@@ -34,7 +34,7 @@ class VELMORA_EXPORT CAbstractIntermediateResultReceiver {
   CAbstractIntermediateResultReceiver(const CAbstractIntermediateResultReceiver&) = delete;
   CAbstractIntermediateResultReceiver& operator=(const CAbstractIntermediateResultReceiver&) =
       delete;
-  virtual ~CAbstractIntermediateResultReceiver() noexcept(false);
+  virtual ~CAbstractIntermediateResultReceiver();
 
   /// All tasks of a target-ROI definition are done on an image.
   virtual void OnTargetROIResultsReceived(const CIntermediateResult* result,

@@ -57,7 +57,7 @@ CIntermediateResultUnit::CIntermediateResultUnit() {
   for (double(&matrix)[9] : matrices_) std::copy_n(kIdentity, 9, matrix);
 }
 
-CIntermediateResultUnit::~CIntermediateResultUnit() noexcept(false) {
+CIntermediateResultUnit::~CIntermediateResultUnit() {
   FreeString(hashId_);
   FreeString(originalImageHashId_);
   delete originalImageTag_;

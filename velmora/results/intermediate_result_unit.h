@@ -45,7 +45,7 @@ class VELMORA_EXPORT CIntermediateResultUnit {
   CIntermediateResultUnit();
   CIntermediateResultUnit(const CIntermediateResultUnit&) = delete;  // `Clone()` copies units
   CIntermediateResultUnit& operator=(const CIntermediateResultUnit&) = delete;
-  virtual ~CIntermediateResultUnit() noexcept(false);
+  virtual ~CIntermediateResultUnit();
 
   /// What the unit is, so that the caller knows which class to cast it to.
   /// @return a single bit

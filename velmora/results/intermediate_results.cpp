@@ -26,14 +26,13 @@ CTextZonesUnit::~CTextZonesUnit() = default;
 CLineSegmentsUnit::~CLineSegmentsUnit() = default;
 CShortLinesUnit::~CShortLinesUnit() = default;
 
-CRegionObjectElement::~CRegionObjectElement() noexcept(false) = default;
+CRegionObjectElement::~CRegionObjectElement() = default;
 CPredetectedRegionElement::~CPredetectedRegionElement() = default;
 CAuxiliaryRegionElement::~CAuxiliaryRegionElement() = default;
 
-CIntermediateResult::~CIntermediateResult() noexcept(false) = default;
+CIntermediateResult::~CIntermediateResult() = default;
 
 CAbstractIntermediateResultReceiver::CAbstractIntermediateResultReceiver() = default;
-CAbstractIntermediateResultReceiver::~CAbstractIntermediateResultReceiver() noexcept(false) =
-    default;
+CAbstractIntermediateResultReceiver::~CAbstractIntermediateResultReceiver() = default;
 
 }  // namespace velmora::intermediate_results

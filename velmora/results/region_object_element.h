@@ -39,7 +39,7 @@ class VELMORA_EXPORT CRegionObjectElement {
   CRegionObjectElement() = default;
   CRegionObjectElement(const CRegionObjectElement&) = default;
   CRegionObjectElement& operator=(const CRegionObjectElement&) = default;
-  virtual ~CRegionObjectElement() noexcept(false);
+  virtual ~CRegionObjectElement();
 
   /// What the region is, so that the caller knows which class to cast it to.
   virtual RegionObjectElementType GetElementType() const = 0;

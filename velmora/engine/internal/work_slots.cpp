@@ -30,17 +30,6 @@ void Unlink(std::vector<Slot>& slots, Link Slot::*link, Chain& chain, std::uint3
   (gone.behind == UINT32_MAX ? chain.last : (slots[gone.behind].*link).before) = gone.before;
 }
 
-// Makes room for one more element. The vector would copy its references when it grows, because
-// their destructor may throw; this moves them, which touches no reference count.
-template <typename T>
-void ReserveOneMore(std::vector<T>& elements) {
-  if (elements.size() < elements.capacity()) return;
-  std::vector<T> grown;
-  grown.reserve(elements.empty() ? 8 : 2 * elements.size());
-  for (T& element : elements) grown.push_back(std::move(element));
-  elements.swap(grown);
-}
-
 }  // namespace
 
 void WorkSlots::SetListsPerLevel(int count) {
@@ -52,16 +41,17 @@ void WorkSlots::Append(int level, int mode, NxRef<NxWorkOutput>& work) {
   List* const list = FindList(level, mode);
   if (list == nullptr) return;
 
-  // All that may run out of memory comes first, so that a failure leaves everything as it was.
-  ReserveOneMore(list->slots);
+  // All that may run out of memory comes first, the slot last, so that a failure leaves the order
+  // of the work and `work` itself as they were.
   const std::uint32_t modeId = work ? ModeId(work->GetWorkMode()) : 0;
   if (work && list->byMode.size() <= modeId) list->byMode.resize(modeId + 1);
+  const auto slotIndex = static_cast<std::uint32_t>(list->slots.size());
+  Slot& slot = list->slots.emplace_back();
+  if (!work) return;
 
   const auto listIndex = static_cast<std::uint32_t>(list - lists_.data());
-  const auto slotIndex = static_cast<std::uint32_t>(list->slots.size());
-  const bool isEmpty = !work;
-  list->slots.push_back({std::move(work), {}, {}, modeId});
-  if (isEmpty) return;
+  slot.work = std::move(work);
+  slot.modeId = modeId;
   PushBack(list->slots, &Slot::any, list->any, slotIndex);
   PushBack(list->slots, &Slot::sameMode, list->byMode[modeId], slotIndex);
   any_.Insert(listIndex);
@@ -118,9 +108,8 @@ std::uint32_t WorkSlots::ModeId(const std::string& workMode) {
   const auto id = static_cast<std::uint32_t>(byMode_.size());
   LowestIndex lists;
   lists.Grow(static_cast<std::uint32_t>(lists_.size()));
-  ReserveOneMore(byMode_);
-  modeIds_.emplace(workMode, id);
   byMode_.push_back(std::move(lists));
+  modeIds_.emplace(workMode, id);  // without memory for it the index stays unused
   return id;
 }
 
