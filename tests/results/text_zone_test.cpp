@@ -63,5 +63,19 @@ TEST(TextZone, CopiesAreIndependentAndAssignmentLeavesTheOldArrayToItsReader) {
   CCoreModule::FreeBytes(reinterpret_cast<unsigned char*>(old));
 }
 
+// The leak checker sees an array that is dropped.
+TEST(TextZone, MovesTheArrayItself) {
+  static_assert(std::is_nothrow_move_constructible_v<CTextZone>);
+  std::vector<CTextZone> zones;
+  for (const int count : {1, 2, 3}) zones.emplace_back(kPlace, kIndices.data(), count);
+  int* const array = ExpectZone(zones[2], kPlace, kIndices);
+  zones.erase(zones.begin());
+  std::swap(zones[0], zones[1]);
+  EXPECT_EQ(ExpectZone(zones[0], kPlace, kIndices), array);
+  ExpectZone(zones[1], kPlace, {5, -1});
+  zones[0] = std::move(*&zones[0]);
+  EXPECT_EQ(ExpectZone(zones[0], kPlace, kIndices), array);
+}
+
 }  // namespace
 }  // namespace velmora::intermediate_results

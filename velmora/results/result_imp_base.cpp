@@ -56,27 +56,40 @@ void ResultImpBase::AddResultItem(NxRef<NxvItemBase> item) {
 
 int ResultImpBase::AddResultItemExternal(NxvItemBase* item) {
   if (item == nullptr) return EC_NullPointer;
+  const NxRef<NxvItemBase> added(item);  // released after the lock if it gets nowhere
   // Held while the parent is told, so that both see additions and removals in one order.
   const std::lock_guard lock(itemsLock_);
-  items_.emplace_back(item);
-  if (captureResult_ != nullptr) captureResult_->AddResultItemExternal(item);
-  return EC_Ok;
+  items_.push_back(added);
+  if (captureResult_ == nullptr) return EC_Ok;
+  try {
+    return captureResult_->AddResultItemExternal(item);
+  } catch (...) {
+    items_.pop_back();
+    throw;
+  }
 }
+
+// One for each result from the child to the outermost, on the stack: removing allocates nothing.
+struct ResultImpBase::Level {
+  NxRef<NxvItemBase> removed;  // released after all locks
+  std::unique_lock<std::mutex> lock;
+  Level* child;
+};
 
 int ResultImpBase::RemoveResultItem(const CCapturedResultItem* item) {
-  Items taken;  // dies behind the locks, as in ClearAllItems
-  if (item != nullptr) TakeOut(item, taken);
+  if (item != nullptr) TakeOut(item, nullptr);
   return EC_Ok;
 }
 
-void ResultImpBase::TakeOut(const CCapturedResultItem* face, Items& taken) {
-  const std::lock_guard lock(itemsLock_);
+void ResultImpBase::TakeOut(const CCapturedResultItem* face, Level* child) {
+  Level level{nullptr, std::unique_lock<std::mutex>(itemsLock_), child};
   const auto found = Find(items_, face);
   if (found != items_.end()) {
-    taken.push_back(*found);
+    level.removed = *found;
     items_.erase(found);
   }
-  if (captureResult_ != nullptr) captureResult_->TakeOut(face, taken);
+  if (captureResult_ != nullptr) return captureResult_->TakeOut(face, &level);
+  for (Level* each = &level; each != nullptr; each = each->child) each->lock.unlock();
 }
 
 bool ResultImpBase::HasResultItem(const CCapturedResultItem* item) const {
@@ -86,8 +99,8 @@ bool ResultImpBase::HasResultItem(const CCapturedResultItem* item) const {
 }
 
 void ResultImpBase::SetErrorCode(int code) {
+  errorString_ = Nc_GetErrorString(code);  // first: it may run out of memory
   errorCode_ = code;
-  errorString_ = Nc_GetErrorString(code);
 }
 
 void ResultImpBase::SetSourceImageRotationMatrix(const double matrix[9]) {

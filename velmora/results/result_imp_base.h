@@ -54,12 +54,12 @@ class VELMORA_EXPORT ResultImpBase : public NxObjectBase {
   /// Appends @p item, an empty reference too; not forwarded.
   void AddResultItem(NxRef<NxvItemBase> item);
 
-  /// Appends @p item here and in the enclosing results.
+  /// Appends @p item here and in the enclosing results, or nowhere if memory runs out.
   /// @return 0; -10002 (`EC_NullPointer`) for null, with nothing added
   int AddResultItemExternal(NxvItemBase* item);
 
   /// Removes the first entry with the public face @p item here and in the enclosing results, each
-  /// whether the others hold it or not. The order of the rest is kept.
+  /// whether the others hold it or not. The order of the rest is kept. Allocates nothing.
   /// @return 0 always; null removes nothing
   int RemoveResultItem(const CCapturedResultItem* item);
 
@@ -115,9 +115,12 @@ class VELMORA_EXPORT ResultImpBase : public NxObjectBase {
   void ReleaseCache() { release(); }
 
  private:
-  // Removes as RemoveResultItem does. What was removed goes to the caller's list: the destructor of
-  // an item may come back to any of these results.
-  void TakeOut(const CCapturedResultItem* face, std::vector<NxRef<NxvItemBase>>& taken);
+  struct Level;
+
+  // Removes as RemoveResultItem does, with the locks of the results from `child` inwards held. What
+  // was removed is released after them: the destructor of an item may come back to any of these
+  // results.
+  void TakeOut(const CCapturedResultItem* face, Level* child);
 
   std::unique_ptr<CImageTag> sourceImageTag_;
   std::int32_t errorCode_ = 0;

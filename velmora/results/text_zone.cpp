@@ -43,6 +43,20 @@ CTextZone& CTextZone::operator=(const CTextZone& other) {
   return *this;
 }
 
+CTextZone::CTextZone(CTextZone&& other) noexcept
+    : location_(other.location_),
+      charContoursIndicesCount_(std::exchange(other.charContoursIndicesCount_, 0)),
+      charContoursIndices_(std::exchange(other.charContoursIndices_, nullptr)) {}
+
+// By way of a third zone: one that is assigned to itself keeps its indices.
+CTextZone& CTextZone::operator=(CTextZone&& other) noexcept {
+  CTextZone taken(std::move(other));
+  location_ = taken.location_;
+  std::swap(charContoursIndices_, taken.charContoursIndices_);
+  std::swap(charContoursIndicesCount_, taken.charContoursIndicesCount_);
+  return *this;
+}
+
 CTextZone::~CTextZone() {
   FreeIndices(charContoursIndices_);
 }

@@ -34,6 +34,11 @@ class VELMORA_EXPORT CTextZone {
   /// `SetCharContoursIndices(nullptr, 0)`. A zone that is assigned to itself ends with no indices.
   CTextZone& operator=(const CTextZone& other);
 
+  /// Moves take the array over, so that pointers to it stay valid, and leave @p other without
+  /// indices. Assignment frees the array held before.
+  CTextZone(CTextZone&& other) noexcept;
+  CTextZone& operator=(CTextZone&& other) noexcept;
+
   ~CTextZone();
 
   basic_structures::CQuadrilateral GetLocation() const { return location_; }
