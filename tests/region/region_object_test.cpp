@@ -221,7 +221,13 @@ TEST_F(RegionObject, NamesTheElementOfItsReferenceUnlessThatKindHasNone) {
   }
 }
 
-TEST_F(RegionObject, MayBeAssignedItsOwnReferenceRegion) {
+TEST_F(RegionObject, MayBeAssignedWhatItAloneKeepsAlive) {
+  NxRegionObject inTips;
+  inTips.GetRegionImageInfo()->AddTipsData("", {MakeRegion(&kPart)});
+  inTips = static_cast<NxRegionObject&>(*inTips.GetRegionImageInfo()->GetTipsData("")[0]);
+  EXPECT_TRUE(inTips.IsTotSamePoints(kPart.data()));
+  EXPECT_EQ(inTips.GetRegionHashId(), kPartHashId);
+
   NxRegionObject region;
   region.SetReferenceRegion(MakeRegion(&kPart));
   region.GetReferenceRegion()->SetReferenceRegion(MakeRegion(nullptr));
@@ -261,6 +267,16 @@ TEST_F(RegionObject, IsMarkedReadAndRetainedByManyThreads) {
   });
   EXPECT_TRUE(spot->IsUpload() && !spot->IsValid() && spot->IsChecked());
   EXPECT_EQ(spot->GetReferenceCount(), 1);
+
+  // The first to ask for a hash id computes it; here nobody has.
+  const Nx_Quad part(kPart.data());
+  for (int i = 0; i < 50; ++i) {
+    NxRegionObject region(nullptr, {}, info_, &part);
+    testing::RunTogether(3, [&](int thread) {
+      NxRegionObject copy(region);
+      EXPECT_EQ((thread == 0 ? copy : region).GetRegionHashId(), kPartHashId);
+    });
+  }
 }
 
 }  // namespace

@@ -94,6 +94,18 @@ TEST(SectionResultUnit, KeepsTheOrderOfItsElements) {
   EXPECT_EQ(unit.RemoveElement(2), 0);
   EXPECT_EQ(unit.GetElementsVec(), (std::vector<NxRef<NxRegionObject>>{c, b}));
   unit.ClearElements();
+  // A region that leaves the list finds no destroyed one in it.
+  struct Looking : NxRegionObject {
+    explicit Looking(const SectionResultUnitBase& unit) : unit_(unit) {}
+    ~Looking() override {
+      for (const auto& each : unit_.GetElementsVec()) EXPECT_GT(each->GetReferenceCount(), 0);
+    }
+    const SectionResultUnitBase& unit_;
+  };
+  for (int i = 0; i < 3; ++i) unit.AddElement(new Looking(unit));
+  unit.SetElement(0, a);
+  unit.SetElements({b, new Looking(unit), new Looking(unit)});
+  unit.ClearElements();
   EXPECT_EQ(copy.GetElementsVec().size(), 4U);
   EXPECT_EQ(a->GetReferenceCount() + b->GetReferenceCount() + c->GetReferenceCount(), 3 + 4);
 }

@@ -27,8 +27,11 @@ void NxTaskOutput::MarkAsFinish() {
   finishFlag_->SetFinished();
 }
 
+// The lists below let go of what they held when they are whole again: destructors of modules' objects
+// may look at them.
+
 void NxTaskOutput::SetRemainWork(const RemainWork& work) {
-  remainWork_ = work;
+  RemainWork(work).swap(remainWork_);
 }
 
 void NxTaskOutput::AddWorkOutput(int mode, NxRef<NxWorkOutput> work) {
@@ -44,11 +47,11 @@ const NxRef<NxRegionObject>& NxTaskOutput::GetReferenceRegionByTargetName(
 }
 
 void NxTaskOutput::SetResultsToFilter(const Regions& regions) {
-  resultsToFilter_ = regions;
+  Regions(regions).swap(resultsToFilter_);
 }
 
 void NxTaskOutput::CleanResultsToFilter() {
-  resultsToFilter_.clear();
+  Regions().swap(resultsToFilter_);
 }
 
 void NxTaskOutput::AppendResultsAsItem(NxRef<NxRegionObject> region) {
@@ -56,7 +59,7 @@ void NxTaskOutput::AppendResultsAsItem(NxRef<NxRegionObject> region) {
 }
 
 void NxTaskOutput::CleanResultsAsItem() {
-  resultsAsItem_.clear();
+  Regions().swap(resultsAsItem_);
 }
 
 void NxTaskOutput::GetThreadSuspendToken(NxRef<ThreadSuspendToken>& out) {

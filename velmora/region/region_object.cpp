@@ -39,6 +39,9 @@ NxRegionObject::NxRegionObject(NxSourceImageObject* source, RegionObjectElementT
 }
 
 NxRegionObject::NxRegionObject(const NxRegionObject& other)
+    : NxRegionObject(other, other.LockHashId()) {}
+
+NxRegionObject::NxRegionObject(const NxRegionObject& other, const HashIdLock& /*otherIsLocked*/)
     : Nx_Quad(other),
       type_(other.type_),
       source_(other.source_),
@@ -59,8 +62,10 @@ NxRegionObject::NxRegionObject(const NxRegionObject& other)
 // Assigning a region to itself needs no check: each member takes care of it.
 // NOLINTNEXTLINE(bugprone-unhandled-self-assignment)
 NxRegionObject& NxRegionObject::operator=(const NxRegionObject& other) {
-  // A region may be given its own reference region, which must then live until all is copied.
+  // A region may be given one that only its own reference region or the tips of its image info keep
+  // alive, which must then live until all is copied.
   const NxRef<NxRegionObject> oldReferenceRegion = referenceRegion_;
+  const NxRef<NxRegionImageInfo> oldImageInfo = imageInfo_;
   Nx_Quad::operator=(other);
   type_ = other.type_;
   source_ = other.source_;
@@ -72,7 +77,7 @@ NxRegionObject& NxRegionObject::operator=(const NxRegionObject& other) {
   isImageDataValid_ = other.isImageDataValid_;
   score_ = other.score_;
   status_ = other.status_;
-  hashId_ = other.hashId_;
+  SetRegionHashId(other.hashId_);
   targetRoiDefName_ = other.targetRoiDefName_;
   productTaskName_ = other.productTaskName_;
   workModesState_ = other.workModesState_;
@@ -155,8 +160,23 @@ void NxRegionObject::CalcRegionHashId() {
 }
 
 const std::string& NxRegionObject::GetRegionHashId() {
-  if (hashId_.empty()) CalcRegionHashId();
+  if (const HashIdLock lock = LockHashId()) {
+    if (hashId_.empty()) CalcRegionHashId();
+    // Release: a thread that sees the flag sees the id.
+    hashIdIsSettled_.store(!hashId_.empty(), std::memory_order_release);
+  }
   return hashId_;
+}
+
+void NxRegionObject::SetRegionHashId(const std::string& hashId) {
+  hashIdIsSettled_.store(false, std::memory_order_relaxed);
+  hashId_ = hashId;
+}
+
+// Owns nothing once the id is there, when threads do no more than read it.
+NxRegionObject::HashIdLock NxRegionObject::LockHashId() const {
+  if (hashIdIsSettled_.load(std::memory_order_acquire)) return {};
+  return HashIdLock(hashIdMutex_);
 }
 
 NxImageData* NxRegionObject::GetRegionImage() const {

@@ -43,10 +43,13 @@ enum RegionObjectDuplicateStatus : std::int32_t {
 /// Regions own the region they were found in. Do not make a chain of reference regions that leads
 /// back to its start: it would never die, and a search along it never end.
 ///
-/// @threadsafety any number of readers; the status bits and the work-mode operations also while
-///               others set them. Everything else is set before the region is shared. That goes for
-///               `GetRegionHashId` too while the id is empty, and for the cached measures of the
-///               quadrilateral.
+/// Move a region with `SetLocationWithQuadrilateral`. The inherited operations that change the
+/// quadrilateral leave the whole-image flag and the hash id as they were.
+///
+/// @threadsafety any number of readers, of which copying and `GetRegionHashId` are two; the status
+///               bits and the work-mode operations also while others set them. Everything else is
+///               set before the region is shared, the cached measures of the quadrilateral
+///               included.
 class VELMORA_EXPORT NxRegionObject : public Nx_Quad {
  public:
   /// Region type 0, no source image, an image info without an image and with the identity.
@@ -75,6 +78,10 @@ class VELMORA_EXPORT NxRegionObject : public Nx_Quad {
   void InitNxRegionObject(const NxRef<NxRegionImageInfo>& info, const Nx_Quad* quad);
 
   /// Moves the region. The corners are put into clockwise order if they are not.
+  ///
+  /// Order and convexity are judged in 32 bits: between corners 46,341 pixels or more apart the
+  /// products wrap, and a convex quadrilateral may be refused or reordered wrongly. Work on a scaled
+  /// or cropped image then.
   /// @return `EC_Ok`; `EC_QuadrilateralInvalid` if they make no convex quadrilateral, and nothing
   ///         changes
   int SetLocationWithQuadrilateral(const basic_structures::CQuadrilateral& quadrilateral);
@@ -85,7 +92,8 @@ class VELMORA_EXPORT NxRegionObject : public Nx_Quad {
   /// True if the vertices equal the four at @p points in that very order. False for null.
   bool IsTotSamePoints(const NxPoint_<int>* points) const;
 
-  /// True if the vertices are the corners of the whole image, clockwise from (0, 0).
+  /// True if the vertices were the corners of the whole image, clockwise from (0, 0), when the
+  /// region was last put on an image or moved with `SetLocationWithQuadrilateral`.
   bool RegionIsWholeImage() const { return isWholeImage_; }
 
   /// The matrix from the original image to a crop of this region, for concrete regions to compute.
@@ -102,10 +110,11 @@ class VELMORA_EXPORT NxRegionObject : public Nx_Quad {
   /// followed by that of the quadrilateral. Leaves it as it is when there is no image.
   virtual void CalcRegionHashId();
 
-  /// The hash id, computed on the first call if it is still empty; empty without an image.
+  /// The hash id, computed by the first call if it is still empty; empty without an image. The first
+  /// call may come from any thread: `CalcRegionHashId` runs under the region's own recursive lock.
   const std::string& GetRegionHashId();
   /// Replaces the hash id, until the region moves; an empty one is computed again when asked for.
-  void SetRegionHashId(const std::string& hashId) { hashId_ = hashId; }
+  void SetRegionHashId(const std::string& hashId);
 
   intermediate_results::RegionObjectElementType GetRegionType() const { return type_; }
   void SetRegionType(intermediate_results::RegionObjectElementType type) { type_ = type; }
@@ -133,6 +142,7 @@ class VELMORA_EXPORT NxRegionObject : public Nx_Quad {
 
   /// The region this one was found in; empty for a root region.
   const NxRef<NxRegionObject>& GetReferenceRegion() const { return referenceRegion_; }
+  /// The caller makes no ring: it would never die, and searches along it never end.
   void SetReferenceRegion(const NxRef<NxRegionObject>& region);
 
   /// Searches the chain of reference regions for one that the definition @p name produced.
@@ -221,6 +231,10 @@ class VELMORA_EXPORT NxRegionObject : public Nx_Quad {
     return (status_->bits.load(std::memory_order_relaxed) & bit) != 0;
   }
 
+  using HashIdLock = std::unique_lock<std::recursive_mutex>;
+
+  NxRegionObject(const NxRegionObject& other, const HashIdLock& otherIsLocked);
+  HashIdLock LockHashId() const;
   void InitValidityFlags(NxImageData* image);
   void InitLocation(NxImageData* image, const Nx_Quad* quad);
   void UpdateHashId(NxImageData* image);
@@ -239,6 +253,10 @@ class VELMORA_EXPORT NxRegionObject : public Nx_Quad {
   std::string targetRoiDefName_;
   std::string productTaskName_;
   NxRef<WorkModesStateObject> workModesState_;
+  // Guards the hash id, and what computing it writes, until hashIdIsSettled_ is true. Recursive: a
+  // concrete CalcRegionHashId may ask for the id, and for that of a copy which it makes.
+  mutable std::recursive_mutex hashIdMutex_;
+  std::atomic<bool> hashIdIsSettled_{false};
 };
 
 }  // namespace velmora

@@ -90,24 +90,26 @@ void SectionResultUnitBase::AddElement(NxRef<NxRegionObject> element) {
   elements_.push_back(std::move(element));
 }
 
+// What leaves the list is released when the list is whole again: a region's destructor may look
+// through it.
+
 void SectionResultUnitBase::SetElement(int index, NxRef<NxRegionObject> element) {
-  elements_[static_cast<std::size_t>(index)] = std::move(element);
+  elements_[static_cast<std::size_t>(index)].swap(element);
 }
 
 void SectionResultUnitBase::SetElements(std::vector<NxRef<NxRegionObject>> elements) {
-  elements_ = std::move(elements);
+  elements_.swap(elements);
 }
 
 int SectionResultUnitBase::RemoveElement(int index) {
   if (index < 0 || static_cast<std::size_t>(index) >= elements_.size()) return EC_IndexInvalid;
-  // Released last, when the list is whole again.
   const NxRef<NxRegionObject> removed = std::move(elements_[static_cast<std::size_t>(index)]);
   elements_.erase(elements_.begin() + index);
   return EC_Ok;
 }
 
 void SectionResultUnitBase::ClearElements() {
-  elements_.clear();
+  SetElements({});
 }
 
 }  // namespace velmora

@@ -50,8 +50,8 @@ class VELMORA_EXPORT NxUnitBase : public NxObjectBase {
   void ReleaseCache() { release(); }
 
   /// Tells the public face which image it comes from: its original-image hash id (left as it is if
-  /// the image has none) and the original-to-local matrix. Does nothing if @p image is null or
-  /// there is no public face.
+  /// the image has none) and the original-to-local matrix. Computes the image's hash id if it is
+  /// still empty. Does nothing if @p image is null or there is no public face.
   void CopySourceInfoFromImage(NxImageData* image);
 
   /// Copies from another unit to the public face: hash id, original-image hash id (each left as it
@@ -69,7 +69,8 @@ class VELMORA_EXPORT NxUnitBase : public NxObjectBase {
 
 /// A unit whose content is the regions found on one section image.
 ///
-/// Copies share the source image, the image info and the regions.
+/// Copies share the source image, the image info and the regions. Regions that leave the list are
+/// released after it is whole again.
 ///
 /// @threadsafety concurrent reads are safe; changes need the caller's own lock
 class VELMORA_EXPORT SectionResultUnitBase : public NxUnitBase {
