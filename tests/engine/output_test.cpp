@@ -40,7 +40,10 @@ TEST(Output, BecomesTheReferenceOfTheRegionsItCollects) {
   EXPECT_FALSE(output.AlreadyExistObject(MakeRegion("line").get()));
   EXPECT_FALSE(output.AlreadyExistObject(nullptr));
 
-  const NxTaskOutput split(line, MakeRegion("word"), "split", TT_ATOMIC_0, true, 2);
+  NxTaskOutput split(line, MakeRegion("word"), "split", TT_ATOMIC_0, true, 2);
+  split.AddResult(new NxTaskOutputAtomResult(page));
+  EXPECT_EQ(page->GetReferenceRegion(), nullptr) << "no region is found in what was found in it";
+  EXPECT_TRUE(split.AlreadyExistObject(page.get()));
   EXPECT_EQ(split.GetReferenceRegionByTargetName("page"), page);
   EXPECT_EQ(split.GetReferenceRegionByTargetName("line"), nullptr);
 }

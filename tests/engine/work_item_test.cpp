@@ -117,6 +117,15 @@ TEST(ResolvableWorkItem, TakesOneWorkOutputAProcess) {
   EXPECT_EQ(first->GetOutput()->GetReferenceCount(), 1);
 }
 
+TEST(ResolvableWorkItem, EndsAPieceThatHasNoWorkObject) {
+  Fixture f(nullptr);
+  f.task->GetWorkTable()->AppendNextWorkOutput(0, 0, MakeWorkOutput(MakeRegion("page"), ""));
+  ResolvableWorkItem item(f.task->GetWorkTable(), &f.semaphore, 0);
+  item.Process(nullptr);
+  item.FinishWork();
+  EXPECT_EQ(f.semaphore.GetValue(), 1);
+}
+
 // All that hands out work may go while the work is in flight; its item keeps what it needs.
 TEST(ResolvableWorkItem, GoesOnWhenQueueTableAndTaskOutputAreDropped) {
   TaskUnitQueue queue;

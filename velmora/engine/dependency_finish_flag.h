@@ -21,7 +21,7 @@ class TargetROIDefEvent;
 /// that wait for it.
 ///
 /// @threadsafety the finished state and the related outputs from any thread; child flags are added
-///               on one thread, while nobody reads them
+///               and asked for on one thread at a time
 class VELMORA_EXPORT NxDependencyFinishFlag : public NxObjectBase {
  public:
   using ChildFlags = std::vector<NxRef<NxDependencyFinishFlag>>;
@@ -40,7 +40,8 @@ class VELMORA_EXPORT NxDependencyFinishFlag : public NxObjectBase {
 
   /// Files @p child, which must not be empty, under its task's full name; twice if added twice.
   void AddChildFlag(NxRef<NxDependencyFinishFlag> child);
-  /// @return the flags filed under @p taskFullName; an absent name gets an empty entry
+  /// @return the flags filed under @p taskFullName; an absent name gets an empty entry, so asking
+  ///         counts as adding: two threads must not ask concurrently
   const ChildFlags& GetChildFlags(const std::string& taskFullName);
 
   /// Adds an output that waits for this flag, once. It is not owned: it stays alive until the

@@ -16,6 +16,12 @@ std::string OutputHashId(const std::string& taskFullName, NxRegionObject& refere
   return NxHashAlgorithm::Generate_BKDRHash(bytes.data(), static_cast<std::uint32_t>(bytes.size()));
 }
 
+// Whether `region` is `ancestor` or was found in it, directly or through others.
+bool DescendsFrom(const NxRegionObject* region, const NxRegionObject* ancestor) {
+  while (region != nullptr && region != ancestor) region = region->GetReferenceRegion().get();
+  return region != nullptr;
+}
+
 }  // namespace
 
 NxTaskOutputAtomResult::NxTaskOutputAtomResult() = default;
@@ -43,12 +49,12 @@ void NxOutputBase::MarkAsFinish() {}
 
 void NxOutputBase::AddResult(NxRef<NxTaskOutputAtomResult> result) {
   NxRegionObject* const found = result ? result->GetRegion().get() : nullptr;
-  NxRef<NxRegionObject> replaced;  // dies after the lock is released, and with it its destructor
+  const bool takesReference = found != nullptr && !DescendsFrom(region_.get(), found);
+  NxRef<NxRegionObject> replaced;  // destroyed after the lock is released
   const std::lock_guard<std::mutex> lock(resultsMutex_);
-  if (found != nullptr && found != region_) {
+  if (takesReference) {
     replaced = found->GetReferenceRegion();
-    NxRef<NxRegionObject> reference = region_;
-    found->SetReferenceRegion(reference);
+    found->SetReferenceRegion(region_);
   }
   results_.push_back(std::move(result));
 }

@@ -58,8 +58,7 @@ class VELMORA_EXPORT NxOutputBase : public NxObjectBase {
  public:
   /// @param region    the region worked on; may be empty
   /// @param reference the region in which it was found; must not be empty. Its target ROI
-  ///                  definition names the output. Its hash id is computed here if it is still
-  ///                  empty, so compute it before several threads make outputs for the region.
+  ///                  definition names the output, with its hash id
   /// @param name      the task's name
   NxOutputBase(NxRef<NxRegionObject> region, NxRef<NxRegionObject> reference,
                const std::string& name, TaskType type);
@@ -71,7 +70,9 @@ class VELMORA_EXPORT NxOutputBase : public NxObjectBase {
   virtual void MarkAsFinish();
 
   /// Appends @p result (empty is allowed) and makes this output's region the reference region of
-  /// the result's, which nobody else reads or adds meanwhile; a region does not become its own.
+  /// the result's, which no other thread reads or adds meanwhile. The reference stays as it is if
+  /// this output's region is the result's or was found in it, directly or through others: that
+  /// would close a ring.
   void AddResult(NxRef<NxTaskOutputAtomResult> result);
   int GetResultCount() const;
   /// @return result @p index, which must be below the count

@@ -4,6 +4,9 @@
 
 namespace velmora {
 
+// Both write the map of names first: `name` may be the task name of the setting that is replaced, and
+// is destroyed with it.
+
 void TargetROIDefSetting::AddTaskSetting(const std::string& name,
                                          NxRef<NxTargetTaskSetting> setting) {
   allTaskNames_[name] = setting->GetTaskFullName();

@@ -75,7 +75,7 @@ class VELMORA_EXPORT ExecutableWorkItem : public RtrThreadWorkItemBase {
   /// Runs the work object while the item is registered with the active work units of the object's
   /// manager pool. An error code that the work returns is recorded on the output's source image;
   /// what it throws passes through, after the item was taken out again. A manager pool or source
-  /// image that is missing skips what needs it.
+  /// image that is missing skips what needs it; without a work object the work is finished at once.
   void Process(ThreadPoolBase* pool) override;
 
   /// Gives an output without a status an empty result and `TOS_WORK_ENDED`, then produces the
