@@ -187,7 +187,15 @@ class SectionUnitBase : public SharedFace<Derived, Face, SectionResultUnitBase> 
   /// Copies the image information; the derived class copies its content.
   SectionUnitBase(const SectionUnitBase& other)
       : Shared(std::in_place, other.GetSourceImageObject().get(), other.GetSectionImageInfo()) {
-    this->CopyIntermediateResultUnit(&other);
+    using intermediate_results::TMT_Matrix1;
+    using intermediate_results::TMT_Matrix2;
+    this->CopyIntermediateResultUnit(&other);  // the ids and matrix 0
+    for (const auto type : {TMT_Matrix1, TMT_Matrix2}) {
+      double matrix[9];
+      other.GetTransformMatrix(type, matrix);
+      this->SetTransformMatrix(type, matrix);
+    }
+    this->SetUsageCount(other.GetUsageCount());
     this->SetOriginalImageTag(other.GetOriginalImageTag());
   }
 };
