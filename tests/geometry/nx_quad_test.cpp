@@ -209,6 +209,14 @@ TEST(Quad, ForgetsItsMeasuresBeforeItTellsTheDerivedClass) {
   EXPECT_NE(quad.areas.at(0), 100) << "computed anew, from the moved edge";
 }
 
+TEST(Quad, SidesOfPointsAreThoseOfTheEdges) {
+  Nx_Quad quad(kSquare);
+  quad.GetEdges()[1].TranslateBasedOnDirection(LSTD_RIGHT, 4);
+  EXPECT_EQ(quad.CalcPointPositionRelation({8, 5}, 1), QPPR_OUTSIDE);
+  const Nx_Quad other(kSquare);
+  EXPECT_EQ(quad.CalcOverlappingAreaWithOtherQuad(&other), 60.0F);
+}
+
 TEST(Quad, QuickOverlapTest) {
   const auto bar = [](int left, int top, int right, int bottom) {
     const Point v[] = {{left, top}, {right, top}, {right, bottom}, {left, bottom}};
@@ -224,9 +232,10 @@ TEST(Quad, QuickOverlapTest) {
       {"plus sign off the centres", bar(0, 4, 20, 6), bar(16, 0, 18, 30), 0, false},
       {"plus sign at the centres", bar(0, 4, 10, 6), bar(4, 0, 6, 10), 0, true},
       {"one inside the other", bar(0, 0, 30, 30), bar(3, 3, 6, 6), 0, true},
-      {"expanded by one", bar(0, 0, 1000, 9), bar(1002, 0, 2002, 9), 0.0011F, true},
-      {"too small to expand", bar(0, 0, 1000, 9), bar(1002, 0, 2002, 9), 0.001F, false},
-      {"touching, shrunk", bar(0, 0, 10, 10), bar(10, 0, 20, 10), -0.1F, false},
+      {"expanded by one: 0.001F is more than 0.001", bar(0, 0, 1000, 9), bar(1002, 0, 2002, 9),
+       0.001F, true},
+      {"too small to expand", bar(0, 0, 1000, 9), bar(1002, 0, 2002, 9), 0.00099F, false},
+      {"touching, shrunk by one", bar(0, 0, 1000, 9), bar(1000, 0, 2000, 9), -0.001F, false},
       {"shares of the shorter sides", bar(0, 0, 100, 10), bar(108, 0, 118, 10), 0.4F, true},
       {"and not of the longer", bar(0, 0, 100, 10), bar(112, 0, 122, 10), 0.4F, false},
   };

@@ -238,11 +238,13 @@ TEST(QuadProperties, PixelsOfAHugeQuadStayInTheImage) {
   std::vector<Point> pixels;
   EXPECT_EQ(quad.GetAllPixels(pixels, PXM_CHAIN, 0, 30, 20), 600);
   EXPECT_EQ(quad.GetAllPixels(pixels, PXM_CHAIN, 0, 0, 20), 0);
+  constexpr int kLast = 0x7FFFFFFF;
+  const Point widest[] = {{-kLast - 1, 0}, {3, 0}, {3, 3}, {-kLast - 1, 3}};
+  EXPECT_EQ(Nx_Quad(widest).GetAllPixels(pixels, PXM_CHAIN, 0, -kLast - 1, 4), 0);
   EXPECT_EQ(quad.GetAllPixels(pixels, static_cast<Nx_Pixelate_Mode>(2), 0, 30, 20), 0);
   const Point left[] = {{-9, 0}, {-1, 0}, {-1, 5}, {-9, 5}};
   EXPECT_EQ(Nx_Quad(left).GetAllPixelsReserveSize(0, 30, 20), 0);
   EXPECT_EQ(Nx_Quad(left).GetAllPixelsReserveSize(0, 30, -1), 54);
-  constexpr int kLast = 0x7FFFFFFF;
   const Point tallest[] = {{0, -kLast - 1}, {1, -kLast - 1}, {1, kLast}, {0, kLast}};
   EXPECT_THROW(Nx_Quad(tallest).GetAllPixels(pixels, PXM_CHAIN, 0, -1, -1), std::length_error)
       << "2^32 rows, which wrap to none where a size has 32 bits";

@@ -5,6 +5,10 @@
 /// `NxPoint_<int>::TransformCoordinates` does. Two matrices are equal if each element is less than
 /// 1e-05 away from its counterpart.
 ///
+/// Order and convexity are judged with 32-bit turns: from 46,341 pixels a side on these wrap, so
+/// that clockwise vertices may be reordered and a convex result called not convex. State both
+/// images in a smaller scale then.
+///
 /// All functions may be called from any thread and never fail.
 #pragma once
 

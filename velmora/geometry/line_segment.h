@@ -12,7 +12,8 @@ namespace velmora::basic_structures {
 /// A directed segment between two pixels, with an id.
 ///
 /// A value: copying copies both ends and the id. A derived class that keeps anything computed from
-/// the ends overrides `Init`, which runs after every change of an end.
+/// the ends overrides `Init`, which runs after `SetStartPoint` and `SetEndPoint`. Assigning to a
+/// derived object through this class changes its ends without running it.
 class VELMORA_EXPORT CLineSegment {
  public:
   CLineSegment();  ///< both ends (0, 0), id -1

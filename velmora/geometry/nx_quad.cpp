@@ -233,9 +233,7 @@ bool Nx_Quad::IsPointInQuadrilateral(const NxPoint_<int>* p) const {
 
 Nx_Quad_Point_Position_Relation Nx_Quad::CalcPointPositionRelation(const NxPoint_<int>& p,
                                                                    int tolerance) const {
-  const auto sideOfEdge = [&](int i) {
-    return internal::SideOfLine(vertices_[i], vertices_[(i + 1) % 4], p, tolerance);
-  };
+  const auto sideOfEdge = [&](int i) { return edges_[i].CalcPointPositionStatus(p, tolerance); };
   return static_cast<Nx_Quad_Point_Position_Relation>(
       internal::PositionRelation(vertices_, p, tolerance, sideOfEdge));
 }
@@ -273,16 +271,17 @@ int Nx_Quad::GetAllPixelsReserveSize(int shift, int width, int height) const {
 int Nx_Quad::GetAllPixels(std::vector<NxPoint_<int>>& out, Nx_Pixelate_Mode mode, int shift,
                           int width, int height) const {
   out.clear();
-  if (IsBeyondImage(width, height)) return 0;
+  const bool isClipped = width != -1 && height != -1;
+  if (isClipped && (width < 1 || height < 1 || IsBeyondImage(width, height))) return 0;
   const int bits = shift & 31;
   NxPoint_<int> shifted[4];
   for (int i = 0; i < 4; ++i) shifted[i].Set(vertices_[i][0] >> bits, vertices_[i][1] >> bits);
   CRect window = internal::BoundingRect(shifted);
-  if (width != -1 && height != -1) {
+  if (isClipped) {
     window.left = std::max(window.left, 0);
     window.top = std::max(window.top, 0);
-    window.right = std::min(window.right, WrapSub(width, 1) >> bits);
-    window.bottom = std::min(window.bottom, WrapSub(height, 1) >> bits);
+    window.right = std::min(window.right, (width - 1) >> bits);
+    window.bottom = std::min(window.bottom, (height - 1) >> bits);
   }
   internal::CollectQuadPixels(shifted, mode, window, out);
   return static_cast<int>(out.size());

@@ -52,6 +52,10 @@ enum Nx_Quad_Edge_Translating_Direction : std::int32_t {
 /// range of an int; results that do not fit wrap where nothing else is said. "Rounded" means to the
 /// nearest int, halves away from zero. An index outside 0..3 changes nothing and yields nothing.
 ///
+/// Turns are 32-bit: they are right while the product of neighbouring sides is below 2^31, a square
+/// of 46,340 pixels. From 46,341 pixels a side on they wrap, and with them everything that depends
+/// on convexity and orientation; work on coordinates of a smaller scale then.
+///
 ///     Nx_Quad quad(vertices);
 ///     int area = quad.GetArea(-1, -1);
 ///     bool isInside = quad.IsPointInQuadrilateral(&point);
@@ -113,12 +117,15 @@ class VELMORA_EXPORT Nx_Quad : public NxObjectBase {
   /// int. 32-bit.
   static int CalcLeftUpPtIndex(const NxPoint_<int>* v);
 
-  bool IsClockWise() const { return clockWise_; }  ///< as `IsPointsClockWise` of the vertices
+  /// As `IsPointsClockWise` of the vertices: 32-bit, so that a quadrilateral of 46,341 pixels a side
+  /// or more may be called counter-clockwise; ask a copy of a smaller scale then.
+  bool IsClockWise() const { return clockWise_; }
   const NxPoint_<int>* GetVertices() const { return vertices_; }
   /// Copies the vertices if @p capacity is at least 4; writes nothing otherwise.
   void GetVertices(NxPoint_<int>* out, int capacity) const;
   /// Four edges. Moving one by this pointer leaves the vertices where they were: lengths, angles,
-  /// orientation, vertical and bounds come from the edges, everything else from the vertices.
+  /// orientation, vertical, bounds and the sides of points (relations, clipping) come from the
+  /// edges, everything else from the vertices.
   Nx_LineSegmentEnhanced* GetEdges() { return edges_; }
   const Nx_LineSegmentEnhanced* GetEdges() const { return edges_; }
   /// Copies the edges if @p capacity is at least 4; writes nothing otherwise.
@@ -143,7 +150,8 @@ class VELMORA_EXPORT Nx_Quad : public NxObjectBase {
   /// float, rounded.
   void CalcPointFromRelativeCoord(float u, float v, NxPoint_<int>& out) const;
 
-  /// Strictly: no three neighbouring vertices on a line. Either orientation.
+  /// Strictly: no three neighbouring vertices on a line. Either orientation. 32-bit: from 46,341
+  /// pixels a side on the turns wrap; ask a copy of a smaller scale then.
   bool IsConvex() const;
   /// Whether an end of an edge has x outside 0..width-1 or y outside 0..height-1.
   bool IsOutOfBounds(int width, int height) const;
@@ -160,9 +168,10 @@ class VELMORA_EXPORT Nx_Quad : public NxObjectBase {
   /// A quick test: a vertex or the centre of one is not outside the other. Two bars that cross
   /// like a plus sign away from their centres do not count as overlapping.
   /// @param expandRatio by which both are expanded first, as a share of the shorter orientation and
-  ///                    the shorter vertical; one of magnitude 0.001 or less is none
+  ///                    the shorter vertical; one of magnitude 0.001 or less, compared as double,
+  ///                    is none
   bool IsOverlapWithOtherQuad(const Nx_Quad& other, float expandRatio) const;
-  /// Clips @p other by the edges of this quadrilateral, one after the other; points less than a
+  /// Clips @p other by the edge objects of this quadrilateral, in their order; points less than a
   /// pixel outside an edge stay. Exact to that for a clockwise convex clipper.
   /// @param out receives the polygon in place of what it held, fewer than 3 points if there is no
   ///            overlap (none if @p other is null)
@@ -186,14 +195,16 @@ class VELMORA_EXPORT Nx_Quad : public NxObjectBase {
   ///               coarser grid
   /// @param width  of the image, unshifted. With both sizes other than -1, only pixels in the
   ///               image are listed: x up to (width - 1) >> shift, and none if the box lies wholly
-  ///               beyond the image.
+  ///               beyond the image or a size is below 1.
   /// @return their number
   /// @throws std::bad_alloc, std::length_error (always for more than 2^31 - 1 rows)
   int GetAllPixels(std::vector<NxPoint_<int>>& out, Nx_Pixelate_Mode mode, int shift, int width,
                    int height) const;
 
   /// Moves an edge in parallel by @p distance pixels, rounded; its ends become the points where it
-  /// meets its neighbours' lines. Inward and outward mean the same for either orientation.
+  /// meets its neighbours' lines. Inward and outward mean the same for either orientation, as
+  /// `IsClockWise` tells it: from 46,341 pixels a side on they may be exchanged, so move the edges
+  /// with `ExpandQuad` then, which does not ask.
   void TranslateEdge(Nx_Quad_Edge_Index i, Nx_Quad_Edge_Translating_Direction direction,
                      int distance);
   /// The edge alone, moved as by `TranslateEdge` but of unchanged length.
@@ -208,8 +219,8 @@ class VELMORA_EXPORT Nx_Quad : public NxObjectBase {
   /// Makes old vertex @p k vertex 0; edges and angles follow. Nothing unless k is 1, 2 or 3.
   void ReorderVertices(Nx_Quad_Vertex_Index k);
   /// Moves every edge outwards (of a clockwise quadrilateral; inwards of a counter-clockwise one)
-  /// and makes the vertices where they meet. A negative distance shrinks. The known interior
-  /// angles are kept.
+  /// and makes the vertices where they meet. A negative distance shrinks; one of more than half the
+  /// width may turn the quadrilateral inside out. The known interior angles are kept.
   void ExpandQuad(int distance) { ExpandQuad(distance, distance); }
   /// The same with edges 1 and 3 moved by @p alongOrientation, 0 and 2 by @p alongVertical.
   void ExpandQuad(int alongOrientation, int alongVertical);

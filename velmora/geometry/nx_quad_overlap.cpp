@@ -91,22 +91,27 @@ void ClipByLine(const DirectedLine& line, Polygon& polygon) {
   polygon.count = kept;
 }
 
-// What is left of one quadrilateral when it is clipped by the edges of another.
-Polygon Overlap(const NxPoint_<int>* clipper, const NxPoint_<int>* clipped) {
+// What is left of one quadrilateral when it is clipped by the edges of another: the edge objects,
+// which may have been moved away from its vertices.
+Polygon Overlap(const Nx_Quad& clipper, const Nx_Quad& other) {
+  const NxPoint_<int>* clipped = other.GetVertices();
   Polygon polygon;
   for (int i = 0; i < 4; ++i) {
     polygon.x[i] = clipped[i][0];
     polygon.y[i] = clipped[i][1];
   }
-  for (int i = 0; i < 4 && polygon.count >= 3; ++i)
-    ClipByLine(DirectedLine(clipper[i], clipper[(i + 1) % 4], 1), polygon);
+  for (int i = 0; i < 4 && polygon.count >= 3; ++i) {
+    const Nx_LineSegmentEnhanced& edge = clipper.GetEdges()[i];
+    ClipByLine(DirectedLine(edge.GetStartPoint(), edge.GetEndPoint(), 1), polygon);
+  }
   return polygon;
 }
 
 }  // namespace
 
 bool Nx_Quad::IsOverlapWithOtherQuad(const Nx_Quad& other, float expandRatio) const {
-  if (!(expandRatio > 0.001F || expandRatio < -0.001F)) return OverlapsAsTheyAre(*this, other);
+  const double ratio = expandRatio;  // compared as double: 0.001F is a little more than 0.001
+  if (!(ratio > 0.001 || ratio < -0.001)) return OverlapsAsTheyAre(*this, other);
   const auto expansion = [&](float length, float otherLength) {
     const int shorter = internal::TruncateToInt(std::min(length, otherLength));
     return RoundHalfAwayFromZero(ToFloat(shorter) * expandRatio);
@@ -124,13 +129,13 @@ void Nx_Quad::GetOverlappingPolygonPointsWithOtherQuad(const Nx_Quad* other,
                                                        std::vector<NxPoint_<int>>& out) const {
   out.clear();
   if (other == nullptr) return;
-  const Polygon polygon = Overlap(vertices_, other->vertices_);
+  const Polygon polygon = Overlap(*this, *other);
   for (int i = 0; i < polygon.count; ++i) out.emplace_back(polygon.x[i], polygon.y[i]);
 }
 
 float Nx_Quad::CalcOverlappingAreaWithOtherQuad(const Nx_Quad* other) const {
   if (other == nullptr) return 0;
-  const Polygon polygon = Overlap(vertices_, other->vertices_);
+  const Polygon polygon = Overlap(*this, *other);
   const int count = polygon.count;
   if (count < 3) return 0;
   std::int32_t sum = 0;

@@ -68,7 +68,8 @@ using basic_structures::NxPoint_;
 ///     3 <---- 2
 ///
 /// A true answer also means that they are strictly convex: four turns of less than 180 degrees each
-/// make one full turn. False as soon as three consecutive points are collinear. 32-bit, wrapping.
+/// make one full turn. False as soon as three consecutive points are collinear. 32-bit: from 46,341
+/// pixels a side on the turns wrap; ask with coordinates of a smaller scale then.
 /// @param v four points
 VELMORA_EXPORT bool IsPointsClockWise(const NxPoint_<int>* const v);
 
