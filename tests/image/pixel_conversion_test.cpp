@@ -181,11 +181,13 @@ TEST(PixelConversion, TrustsGeometryOnlyIfTheLengthIsUnknown) {
   const Bytes bytes(12, 200);
   const CImageData unknown(0, bytes.data(), nullptr, 3, 1, 12, PXF_Colour8888, 0, nullptr);
   const CImageData huge(1ULL << 32, bytes.data(), nullptr, 3, 1, 12, PXF_Colour8888, 0, nullptr);
-  const CImageData copy(0, bytes.data(), 3, 1, 12, PXF_Colour8888, 0, nullptr);
+  const CImageData copy(1ULL << 32, bytes.data(), 3, 1, 12, PXF_Colour8888, 0, nullptr);
+  const CImageData endless(~0U, bytes.data(), nullptr, 1, kMax, 1, PXF_YuvSemiPlanar, 0, nullptr);
   const NxImageDataInner wrapped(16, 65536, 65536, PXF_Grayscale8);
   EXPECT_NE(Convert(unknown), nullptr);
-  EXPECT_EQ(Convert(huge), nullptr) << "of 4 GiB the low 32 bits count, and they are 0";
-  EXPECT_EQ(Convert(copy), nullptr) << "an own buffer of 0 bytes";
+  EXPECT_EQ(Convert(huge) != nullptr, sizeof(void*) == 8) << "4 GiB, where there can be so many";
+  EXPECT_EQ(Convert(copy), nullptr) << "an own buffer of 0 bytes, the low 32 bits of 4 GiB";
+  EXPECT_EQ(Convert(endless), nullptr) << "at once, and without an overflow";
   EXPECT_EQ(Convert(wrapped), nullptr) << "another whose length wraps to 0";
 }
 

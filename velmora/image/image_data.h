@@ -2,6 +2,7 @@
 /// The public image buffer.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "velmora/image/image_tag.h"
@@ -88,6 +89,14 @@ class VELMORA_EXPORT CImageData {
   /// Whether `GetBytesLength()` tells how long the buffer is: it is not 0, or the image allocated
   /// the buffer itself.
   bool IsLengthKnown() const noexcept { return bytesLength_ != 0 || hasOwnBuffer_; }
+  /// How many bytes may be read if the length is known. An adopted or borrowed buffer has all that
+  /// the application says, as far as the address space goes; of a length of 4 GiB or more an own
+  /// buffer has only the low 32 bits, and so has a length of 2^63 or more, a product that wrapped.
+  std::uint64_t GetReadableLength() const noexcept {
+    const bool isLow = hasOwnBuffer_ || bytesLength_ >> 63 != 0;
+    return isLow ? static_cast<std::uint32_t>(bytesLength_)
+                 : static_cast<std::size_t>(bytesLength_);
+  }
   int GetWidth() const noexcept { return width_; }
   int GetHeight() const noexcept { return height_; }
   int GetStride() const noexcept { return stride_; }

@@ -73,7 +73,8 @@ class VELMORA_EXPORT NxImageData : public basic_structures::CImageData, public N
   void SetExtracted(bool extracted) noexcept { extracted_ = extracted; }
   bool IsExtracted() const noexcept { return extracted_; }
 
-  /// Whether there is content of the kind; false while `IsExtracted()` is, whatever the arrays hold.
+  /// Whether there is content of the kind; always false until `SetExtracted(true)`, whatever the
+  /// arrays hold.
   bool ExistPDFVectorDatas() const noexcept;
   bool ExistPDFImageDatas() const noexcept;
   bool ExistPDFTextDatas() const noexcept;

@@ -241,11 +241,10 @@ Target TargetOf(ImagePixelFormat format, ColourChannelUsageType usage) {
   return isGrey ? Target::Grey : Target::Colour;
 }
 
-// Whether the image is known to end before the conversion would. Of a length of 4 GiB or more only
-// the low 32 bits are kept when it is copied, so they alone count.
+// Whether the image is known to end before the conversion would.
 bool IsTooShort(const CImageData& image, const ConvertData& data, Target target) {
   return image.IsLengthKnown() &&
-         ReadsBeyond(data, target, static_cast<std::uint32_t>(image.GetBytesLength()));
+         ReadsBeyond(data, target, static_cast<std::int64_t>(image.GetReadableLength()));
 }
 
 }  // namespace

@@ -37,16 +37,23 @@ class ChromaPlane {
     return std::max<std::int64_t>(outside - 2 * steps, 0);
   }
 
-  // Just behind the last chroma byte that a conversion reads.
+  // Just past the last chroma byte that a conversion reads.
+  //
+  // Three rows decide, however high the image is. Of the rows whose pairs all lie inside, the last
+  // reaches furthest. The row after it takes the fallback pair. Rows that have only some pairs
+  // inside read up to the end of the frame or to one byte before, in turn if the stride is odd: the
+  // first two of them tell.
   std::int64_t ReadEnd() const {
+    const std::int64_t rows = (std::int64_t{height_} + 1) / 2;
+    const std::int64_t room = end_ - begin_ - width_ - width_ % 2;  // above the last whole row
+    const std::int64_t wholeRows = room < 0 ? 0 : std::min(room / stride_ + 1, rows);
     std::int64_t end = 0;
-    bool hasFallback = false;
-    for (int y = 0; y < height_; y += 2) {
+    for (std::int64_t row = std::max<std::int64_t>(wholeRows - 1, 0);
+         row < std::min(wholeRows + 2, rows); ++row) {
+      const auto y = static_cast<int>(2 * row);
       const int columns = ColumnsInside(y);
       if (columns > 0) end = std::max(end, RowBegin(y) + columns + columns % 2);
-      if (columns == width_ || hasFallback) continue;
-      end = std::max(end, Fallback(RowBegin(y) + columns) + 2);
-      hasFallback = true;
+      if (row == wholeRows) end = std::max(end, Fallback(RowBegin(y) + columns) + 2);
     }
     return end;
   }
