@@ -216,6 +216,43 @@ TEST_F(ImageSourceAdapter, BlockedProducersAreLetGo) {
   }
 }
 
+// Tells when it is cloned: of an image that is pushed as a copy by a producer that is inside.
+class ClonesTag : public CFileImageTag {
+ public:
+  explicit ClonesTag(std::atomic<int>& clones) : CFileImageTag("", 0, 0), clones_(clones) {}
+  CImageTag* Clone() const override {
+    ++clones_;
+    return new ClonesTag(clones_);
+  }
+
+ private:
+  std::atomic<int>& clones_;
+};
+
+TEST_F(ImageSourceAdapter, AProducerMayBeToldToStopAndLeft) {
+  static TestSource* left;
+  const auto pushAgain = [](const unsigned char*) {
+    left->StartFetching();
+    left->AddImageToBuffer(NewImage(1), false);
+    EXPECT_TRUE(left->IsBufferEmpty()) << "refused while the source is destroyed";
+  };
+  for (int round = 0; round < 60; ++round) {
+    left = new TestSource;
+    left->SetBufferOverflowProtectionMode(BOP_Block);
+    left->StartFetching();
+    left->AddImageToBuffer(
+        new CImageData(0, nullptr, pushAgain, 0, 0, 0, PXF_Grayscale8, 0, nullptr), false);
+    std::atomic<int> clones{0};
+    const ClonesTag tag(clones);
+    const CImageData image(0, nullptr, nullptr, 0, 0, 0, PXF_Grayscale8, 0, &tag);
+    std::thread producer([&image, source = left] { source->AddImageToBuffer(&image, true); });
+    while (clones < 2) std::this_thread::yield();
+    left->StopFetching();
+    delete left;
+    producer.join();
+  }
+}
+
 // Producers, a consumer, somebody who protects, stops and restarts, and a monitor at once, with the
 // producers faster and slower than the consumer.
 TEST_F(ImageSourceAdapter, CountsAddUpAtEveryInstant) {

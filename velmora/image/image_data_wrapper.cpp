@@ -4,7 +4,13 @@
 
 namespace velmora::basic_structures {
 
-CImageDataWrapper::CImageDataWrapper(CImageData* image) : imageData_(image) {}
+CImageDataWrapper::CImageDataWrapper(CImageData* image) {
+  if (image == nullptr) return;
+  // The owner is allocated first: shared_ptr(image) would destroy the image if it could not be.
+  const auto owner = std::make_shared<std::unique_ptr<CImageData>>();
+  owner->reset(image);
+  imageData_ = std::shared_ptr<CImageData>(owner, image);
+}
 
 CImageDataWrapper::~CImageDataWrapper() = default;
 

@@ -16,6 +16,7 @@ namespace velmora::basic_structures {
 class VELMORA_EXPORT CImageDataWrapper : public NxObjectBase {
  public:
   /// @param image  taken over, destroyed with the last wrapper that shows it; may be null
+  /// @throws std::bad_alloc; the image still belongs to the caller then
   explicit CImageDataWrapper(CImageData* image);
 
   /// Copy construction and copy assignment are shallow: both wrappers then show the same image,

@@ -1,9 +1,12 @@
 #include "velmora/image/image_source_adapter.h"
 
 #include <algorithm>
+#include <chrono>
 #include <condition_variable>
-#include <deque>
+#include <iterator>
+#include <list>
 #include <mutex>
+#include <thread>
 #include <utility>
 
 #include "velmora/image/image_copy.h"
@@ -14,6 +17,8 @@ namespace velmora::basic_structures {
 namespace {
 
 using ImagePtr = std::unique_ptr<CImageData>;
+// A list, because it allocates nothing but its elements, and those before the lock is taken.
+using Images = std::list<ImagePtr>;
 
 constexpr int kNoImageId = -1;
 
@@ -34,12 +39,12 @@ class CImageSourceAdapter::State {
   std::atomic<bool> fetching{false};
   std::atomic<ColourChannelUsageType> colourChannelUsage{CCU_Unrestricted};
 
-  bool IsIdle() const { return maxImageCount <= 0 || !fetching; }
+  bool IsIdle() const { return maxImageCount <= 0 || !IsFetching(); }
   void CountRefusalWhileIdle() { ++refusedWhileIdle_; }
 
-  // Takes the image in, perhaps after a wait. Returns what has no place: nothing, the oldest image,
-  // or the new one itself.
-  ImagePtr Add(ImagePtr image) {
+  // Takes the one image in, perhaps after a wait. Returns what has no place: nothing, the oldest
+  // image, or the new one itself.
+  Images Add(Images image) {
     std::unique_lock<std::mutex> lock(bufferLock_);
     const std::int32_t limit = maxImageCount;
     // The limit may have gone since the caller asked IsIdle.
@@ -50,12 +55,15 @@ class CImageSourceAdapter::State {
     if (isFull && mode == BOP_Block && !WaitForRoom(lock)) return Refuse(std::move(image));
     if (dropOldest && HasId(*buffer_.front(), protectedImageId_)) {
       if (limit == 1) return Refuse(std::move(image));
-      std::swap(buffer_[0], buffer_[1]);
+      std::swap(buffer_.front(), *std::next(buffer_.begin()));
     }
-    buffer_.push_back(std::move(image));
-    ImagePtr dropped = dropOldest ? TakeOldest() : nullptr;
+    buffer_.splice(buffer_.end(), image);
+    if (dropOldest) {
+      image.splice(image.end(), buffer_, buffer_.begin());
+      ++counts_.dropped;
+    }
     PublishCounts();
-    return dropped;
+    return image;
   }
 
   // The newest image; null if there is none.
@@ -70,8 +78,8 @@ class CImageSourceAdapter::State {
     return image;
   }
 
-  std::deque<ImagePtr> TakeAll() {
-    std::deque<ImagePtr> images;
+  Images TakeAll() {
+    Images images;
     const std::lock_guard<std::mutex> lock(bufferLock_);
     images.swap(buffer_);
     counts_.dropped += images.size();
@@ -99,8 +107,7 @@ class CImageSourceAdapter::State {
     const auto found = Find(imageId);
     if (found == buffer_.end()) return false;
     if (protect) protectedImageId_ = imageId;
-    const auto image = buffer_.begin() + (found - buffer_.begin());
-    std::rotate(buffer_.begin(), image, image + 1);
+    buffer_.splice(buffer_.begin(), buffer_, found);
     return true;
   }
 
@@ -121,6 +128,32 @@ class CImageSourceAdapter::State {
   }
   void WakeProducers() { spaceAvailable_.notify_all(); }
 
+  // From here on the source is idle for good, even if a release function starts it again.
+  void Close() {
+    isClosed_ = true;
+    StopFetching();
+  }
+
+  // A producer is inside AddImageToBuffer as long as its visit lasts. The end of the visit is the
+  // last thing that the producer does to the state.
+  class Visit {
+   public:
+    explicit Visit(State& state) : count_(state.producersInside_) { ++count_; }
+    ~Visit() { --count_; }
+    Visit(const Visit&) = delete;
+    Visit& operator=(const Visit&) = delete;
+
+   private:
+    std::atomic<int>& count_;
+  };
+
+  // For the destructor. Polls, because a producer that announced its end through a mutex could still
+  // be unlocking it when the mutex is destroyed. The wait is rare: a producer that is inside has
+  // been woken, and leaves as soon as its copy is made and its release functions have returned.
+  void WaitForProducers() const {
+    while (producersInside_ != 0) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+
   int GetCount() const { return static_cast<int>(tally_.GetBuffered()); }
 
   ImageSourceStatistics GetStatistics() const {
@@ -132,31 +165,25 @@ class CImageSourceAdapter::State {
   }
 
  private:
+  bool IsFetching() const { return fetching && !isClosed_; }
   std::int32_t Count() const { return static_cast<std::int32_t>(buffer_.size()); }
 
   // False if fetching was off at any time of the wait.
   bool WaitForRoom(std::unique_lock<std::mutex>& lock) {
     const std::uint64_t stopCount = stopCount_;
-    while (fetching && stopCount_ == stopCount) {
+    while (IsFetching() && stopCount_ == stopCount) {
       if (Count() < maxImageCount) return true;
       spaceAvailable_.wait(lock);
     }
     return false;
   }
 
-  std::deque<ImagePtr>::const_iterator Find(int imageId) const {
+  Images::const_iterator Find(int imageId) const {
     return std::find_if(buffer_.begin(), buffer_.end(),
                         [imageId](const ImagePtr& image) { return HasId(*image, imageId); });
   }
 
-  ImagePtr TakeOldest() {
-    ImagePtr image = std::move(buffer_.front());
-    buffer_.pop_front();
-    ++counts_.dropped;
-    return image;
-  }
-
-  ImagePtr Refuse(ImagePtr image) {
+  Images Refuse(Images image) {
     ++counts_.refused;
     PublishCounts();
     return image;
@@ -169,7 +196,7 @@ class CImageSourceAdapter::State {
 
   mutable std::mutex bufferLock_;  // guards buffer_, protectedImageId_, counts_ and stopCount_
   std::condition_variable spaceAvailable_;  // producers wait on it in mode BOP_Block
-  std::deque<ImagePtr> buffer_;             // oldest first
+  Images buffer_;                           // oldest first
   std::int32_t protectedImageId_ = kNoImageId;
   internal::SourceCounts counts_;
   std::uint64_t stopCount_ = 0;  // calls of StopFetching
@@ -177,12 +204,17 @@ class CImageSourceAdapter::State {
 
   // An idle source refuses without the lock, and so counts without it.
   std::atomic<std::uint64_t> refusedWhileIdle_{0};
+
+  std::atomic<bool> isClosed_{false};
+  std::atomic<int> producersInside_{0};
 };
 
 CImageSourceAdapter::CImageSourceAdapter() : state_(std::make_unique<State>()) {}
 
 CImageSourceAdapter::~CImageSourceAdapter() {
-  ClearBuffer();
+  state_->Close();
+  state_->WaitForProducers();
+  ClearBuffer();  // not before: a producer may have added an image on its way out
 }
 
 void CImageSourceAdapter::StartFetching() {
@@ -195,13 +227,16 @@ void CImageSourceAdapter::StopFetching() {
 
 void CImageSourceAdapter::AddImageToBuffer(const CImageData* image, bool copyImage) {
   if (image == nullptr) return;
+  const State::Visit visit(*state_);  // ends after all release functions that run in here
   ImagePtr owned(copyImage ? nullptr : const_cast<CImageData*>(image));
   if (state_->IsIdle()) {  // before the copy: it would be for nothing
     state_->CountRefusalWhileIdle();
     return;
   }
   if (copyImage) owned = CopyImage(*image);
-  state_->Add(std::move(owned));
+  Images element;
+  element.push_back(std::move(owned));
+  state_->Add(std::move(element));
 }
 
 CImageData* CImageSourceAdapter::GetImage() {
@@ -256,7 +291,7 @@ bool CImageSourceAdapter::IsBufferEmpty() const {
 }
 
 void CImageSourceAdapter::ClearBuffer() {
-  const std::deque<ImagePtr> images = state_->TakeAll();
+  const Images images = state_->TakeAll();
   state_->WakeProducers();
 }
 

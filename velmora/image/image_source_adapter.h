@@ -60,15 +60,20 @@ struct ImageSourceStatistics {
 /// functions run, on whichever thread makes them superfluous, with no lock of the source held: a
 /// release function may call the source.
 ///
-/// @threadsafety every operation from any thread. Before the destructor, fetching is stopped and
-///               the producers have returned.
+/// @threadsafety every operation from any thread. No call begins once the destructor has begun,
+///               except from release functions; of the calls that are under way then, only
+///               `AddImageToBuffer` is waited for.
 /// @throws std::system_error from every operation that locks, if the mutex cannot be taken
 class VELMORA_EXPORT CImageSourceAdapter {
  public:
   CImageSourceAdapter(const CImageSourceAdapter&) = delete;
   CImageSourceAdapter& operator=(const CImageSourceAdapter&) = delete;
 
-  /// Destroys the images that are still buffered.
+  /// Stops fetching for good, waits until no producer is inside `AddImageToBuffer`, then destroys
+  /// the images that are still buffered. What their release functions push is refused. Not to be
+  /// called from a release function: it would wait for itself. Allocates nothing.
+  ///
+  /// A derived class whose threads use its own members joins them in its own destructor.
   virtual ~CImageSourceAdapter();
 
   /// Whether images may still come. For the consumer; the library does not ask.
@@ -90,8 +95,10 @@ class VELMORA_EXPORT CImageSourceAdapter {
 
   /// The number of images the buffer holds at most; 1 at first, 0 or less refuses every image.
   ///
-  /// If the buffer holds more than @p count, the newest in excess leave it without being destroyed:
-  /// they belong again to whoever pushed them. A negative count takes nothing out.
+  /// If the buffer holds more than @p count, the newest in excess leave it without being destroyed.
+  /// They belong again to the producers that pushed them; of an image that was pushed as a copy no
+  /// producer has the pointer, so the copy is lost. To keep that from happening take the images out
+  /// first, with `GetImage` or `ClearBuffer`. A negative count takes nothing out.
   void SetMaxImageCount(int count);
   int GetMaxImageCount() const noexcept;
 
@@ -106,9 +113,13 @@ class VELMORA_EXPORT CImageSourceAdapter {
   /// Whether an image whose tag has that id is buffered. -1 stands for no id and matches none.
   bool HasImage(int imageId) const;
 
-  /// Moves the first image, from the oldest on, whose tag has that id to the place of the oldest.
+  /// Moves the first image, from the oldest on, whose tag has that id to the place of the oldest:
+  /// the next one for a derived source that hands out the oldest first. `GetImage` of this class
+  /// goes on returning the newest.
   ///
-  /// @param keepInBuffer  protects it from being dropped until the next `GetImage`
+  /// @param keepInBuffer  protects the image from being dropped until the next `GetImage`. What is
+  ///                      protected is the id: the protection outlives `ClearBuffer` and holds for
+  ///                      a later image with the same id
   /// @return false if there is none; nothing changes then
   bool SetNextImageToReturn(int imageId, bool keepInBuffer);
 
@@ -116,7 +127,7 @@ class VELMORA_EXPORT CImageSourceAdapter {
   int GetImageCount() const noexcept;
   bool IsBufferEmpty() const;
 
-  /// Destroys every buffered image.
+  /// Destroys every buffered image. Allocates nothing.
   void ClearBuffer();
 
   /// @param listener  borrowed until it is replaced; may be null
