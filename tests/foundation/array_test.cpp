@@ -38,6 +38,11 @@ TEST(CharArray, CopyReplacesTheOldString) {
   Nx_CopyCharArray(nullptr, &text);
   EXPECT_STREQ(text, "") << "a null source changes nothing";
   Nx_CopyCharArray("x", nullptr);
+  const std::string own = "longer than what a heap writes into a block that it got back";
+  Nx_CopyCharArray(own.c_str(), &text);
+  Nx_CopyCharArray(text, &text);
+  Nx_CopyCharArray(text + 2, &text);
+  EXPECT_EQ(text, own.substr(2));
   for (int twice = 0; twice < 2; ++twice) {
     Nx_DeleteCharArray(&text);
     EXPECT_EQ(text, nullptr);

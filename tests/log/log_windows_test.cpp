@@ -21,6 +21,16 @@ std::string testing::LineHead() {
 
 namespace {
 
+// DeleteCriticalSection frees the debug block, which knows whose it is.
+TEST(WindowsLocks, KeepTheirOwnDebugBlockWhenAssigned) {
+  SyncObject locks[2];
+  locks[0] = locks[1];
+  for (const SyncObject& lock : locks) {
+    const auto& section = reinterpret_cast<const CRITICAL_SECTION&>(lock);
+    EXPECT_EQ(section.DebugInfo->CriticalSection, &section);
+  }
+}
+
 TEST(WindowsModules, HandlesAreTheSystems) {
   HINSTANCE module = nullptr;
   void* const function = NxModuleLoaderBase::loadModuleFunc("kernel32.dll", "GetTickCount", module);

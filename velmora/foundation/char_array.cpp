@@ -2,13 +2,26 @@
 
 #include <cstddef>
 #include <cstring>
+#include <memory>
+#include <utility>
 
 #include "velmora/foundation/core_module.h"
 #include "velmora/foundation/internal/byte_allocator.h"
 
+namespace {
+
+struct StringDeleter {
+  void operator()(char* text) const { Nx_DeleteCharArray(&text); }
+};
+
+using OldString = std::unique_ptr<char, StringDeleter>;
+
+}  // namespace
+
 void Nx_CopyCharArray(const char* src, char** dst) {
   if (src == nullptr || dst == nullptr) return;
-  Nx_DeleteCharArray(dst);
+  // Freed at the end: src may point into it.
+  const OldString old(std::exchange(*dst, nullptr));
   *dst = velmora::internal::DuplicateString(src);
 }
 

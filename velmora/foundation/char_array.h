@@ -10,10 +10,10 @@ extern "C" {
 
 /// Replaces the C string at @p dst by a copy of @p src. Nothing happens if either is null.
 ///
-/// @param src  NUL-terminated; must not be the string that @p dst holds
+/// @param src  NUL-terminated; may be, or point into, the string that @p dst holds
 /// @param dst  where the owning pointer stands: null, or a string that this function made, which is
-///             freed first. Free the new one with `Nx_DeleteCharArray` or `CCoreModule::FreeBytes`,
-///             never with an allocator of your own module
+///             freed after the copy is made. Free the new one with `Nx_DeleteCharArray` or
+///             `CCoreModule::FreeBytes`, never with an allocator of your own module
 /// @throws std::bad_alloc; the pointer at @p dst is null then, its old string gone
 /// @threadsafety any thread, as long as nobody else uses @p dst
 VELMORA_EXPORT void Nx_CopyCharArray(const char* src, char** dst);

@@ -9,8 +9,8 @@ namespace velmora {
 
 /// The platform's recursive lock as a base class: whoever derives from it can be locked.
 ///
-/// `std::lock_guard<const SyncObject>` takes it. Assignment copies the lock object byte for byte;
-/// never assign while anyone uses either side.
+/// `std::lock_guard<const SyncObject>` takes it. Assignment copies the lock object byte for byte,
+/// except for what the destructor frees; never assign while another thread uses either side.
 ///
 /// Locking and errors are those of `platform::CriticalSection`.
 ///

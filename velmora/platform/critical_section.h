@@ -4,6 +4,10 @@
 
 #include <cstddef>
 
+#if !defined(_WIN32)
+#include <pthread.h>
+#endif
+
 #include "velmora/platform/export.h"
 
 namespace velmora::platform {
@@ -23,8 +27,8 @@ class VELMORA_EXPORT CriticalSection {
   ~CriticalSection();
   CriticalSection(const CriticalSection&) = delete;
 
-  /// Copies the lock object byte for byte, as the platform's structure would be assigned. Neither
-  /// side may be held or waited for.
+  /// Copies the lock object byte for byte, as the platform's structure would be assigned, except for
+  /// what the destructor frees: each object keeps its own. Neither side may be held or waited for.
   CriticalSection& operator=(const CriticalSection& other) noexcept;
 
   /// @throws std::system_error if its owner locks it more often than the system counts (never on
@@ -34,10 +38,13 @@ class VELMORA_EXPORT CriticalSection {
   void unlock() const;
 
  private:
-  // Room for the system's structure, which is not named here so that no system header reaches a
-  // client. 24 and 40 bytes are the sizes on 32 and 64 bits, on Windows and on Linux alike; the
-  // sources assert it.
+  // Room for the system's structure. <windows.h> must not reach a client, so that its size is written
+  // out there and asserted in the source.
+#if defined(_WIN32)
   static constexpr std::size_t kSize = sizeof(void*) == 4 ? 24 : 40;
+#else
+  static constexpr std::size_t kSize = sizeof(pthread_mutex_t);
+#endif
   alignas(void*) mutable unsigned char storage_[kSize];
 };
 

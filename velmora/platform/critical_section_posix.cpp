@@ -20,7 +20,7 @@ void ThrowIfFailed(int error, const char* what) {
 }  // namespace
 
 CriticalSection::CriticalSection() {
-  static_assert(sizeof(pthread_mutex_t) <= kSize && alignof(pthread_mutex_t) <= alignof(void*));
+  static_assert(alignof(pthread_mutex_t) <= alignof(void*));
   pthread_mutexattr_t attributes;
   ThrowIfFailed(pthread_mutexattr_init(&attributes), "pthread_mutexattr_init");
   pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_RECURSIVE);

@@ -24,7 +24,13 @@ CriticalSection::~CriticalSection() {
 }
 
 CriticalSection& CriticalSection::operator=(const CriticalSection& other) noexcept {
-  if (this != &other) std::memcpy(storage_, other.storage_, kSize);
+  if (this == &other) return *this;
+  CRITICAL_SECTION& section = *Section(storage_);
+  const CRITICAL_SECTION own = section;
+  std::memcpy(storage_, other.storage_, kSize);
+  // DeleteCriticalSection frees these two.
+  section.DebugInfo = own.DebugInfo;
+  section.LockSemaphore = own.LockSemaphore;
   return *this;
 }
 
