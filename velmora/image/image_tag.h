@@ -25,8 +25,7 @@ enum VideoFrameQuality : std::int32_t {};
 ///
 /// Whoever is given a tag (an image, a result) keeps a `Clone()` of it, never the tag itself.
 ///
-/// The library asks tags for their class with `dynamic_cast`: compile a derived class with run-time
-/// type information.
+/// A derived class is compiled with run-time type information: the library casts tags.
 ///
 /// @threadsafety as a plain value
 class VELMORA_EXPORT CImageTag {

@@ -5,7 +5,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <functional>
-#include <typeinfo>
 
 #include "velmora/util/internal/base64_tables.h"
 
@@ -35,6 +34,15 @@ bool IsInside(const unsigned char* p, const unsigned char* buffer, std::uint32_t
   return buffer != nullptr && !isBefore(p, buffer) && isBefore(p, buffer + capacity);
 }
 
+// Not typeid: a class derived in a program that is built without run-time type information has no
+// type to ask for. In the C++ ABI of both targets a polymorphic object begins with the pointer to its
+// class's table of virtual operations.
+bool IsExactlyBase64(const CBase64& codec) {
+  const CBase64 exact;
+  return std::memcmp(static_cast<const void*>(&codec), static_cast<const void*>(&exact),
+                     sizeof(void*)) == 0;
+}
+
 unsigned char* AsBytes(const char* text) {
   return reinterpret_cast<unsigned char*>(const_cast<char*>(text));
 }
@@ -58,7 +66,7 @@ unsigned long CBase64::Encode(unsigned char* const bytes, unsigned long length) 
   decodedLength_ = static_cast<std::uint32_t>(length);
   AllocEncode(length > ULONG_MAX / 2 ? ULONG_MAX : 2 * length);
   if (encodeBuffer_ != nullptr) {
-    if (typeid(*this) == typeid(CBase64)) {
+    if (IsExactlyBase64(*this)) {
       EncodeExactly();
     } else {
       EncodeGroups();
@@ -88,7 +96,7 @@ void CBase64::Decode(unsigned char* const text, unsigned long length) {
   // The short way would decode over text that stands in the buffer of decoded bytes before it has
   // kept the characters.
   const bool isInPlace = IsInside(text, decodeBuffer_, decodeCapacity_);
-  if (typeid(*this) == typeid(CBase64) && !isInPlace) return DecodeExactly(text, length);
+  if (IsExactlyBase64(*this) && !isInPlace) return DecodeExactly(text, length);
   // Counted first, because the text may lie in this object's own buffers.
   const auto paddings = std::count(text, text + length, '=');
   SetEncodeBuffer(text, length);

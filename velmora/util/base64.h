@@ -21,8 +21,9 @@ namespace velmora {
 /// An object may be reused; its buffers only grow. Texts and bytes are ended by no 0 of their own:
 /// go by the lengths, because a reused buffer may hold more of an earlier result.
 ///
-/// Every step is virtual for derived classes with buffers or character rules of their own. An
-/// object that is exactly a `CBase64` takes a shorter way to the same result.
+/// Every step is virtual for derived classes with buffers or character rules of their own, which may
+/// be compiled without run-time type information. An object that is exactly a `CBase64` takes a
+/// shorter way to the same result.
 ///
 /// A copy shares both buffers with its original, and both would free them: copy only what is
 /// detached or never destroyed.
