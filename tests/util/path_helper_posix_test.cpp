@@ -26,7 +26,7 @@ void AsSomebodyElse(Action action) {
   EXPECT_EQ(isSuperuser ? seteuid(0) : 0, 0);
 }
 
-TEST(PosixPaths, LinksAreFollowedUntilTheyLeadBackAndClosedDirectoriesAddNothing) {
+TEST(PosixPaths, LinksAreFollowedToEachDirectoryOnceAndClosedDirectoriesAddNothing) {
   const testing::TemporaryDirectory directory;
   for (const char* name : {"a", "b", "closed", "listed"}) {
     fs::create_directory(directory / name);
@@ -45,8 +45,8 @@ TEST(PosixPaths, LinksAreFollowedUntilTheyLeadBackAndClosedDirectoriesAddNothing
     const std::string root = directory.GetPath().string();
     Names files = GetAllFiles(root, true, nullptr)->GetVector();
     for (std::string& file : files) file.erase(0, root.size());
-    EXPECT_EQ(files, (Names{"/a/file", "/a/side/file", "/b/file", "/b/side/file", "/broken",
-                            "/listed/file", "/pipe", "/round"}));
+    EXPECT_EQ(files,
+              (Names{"/a/file", "/a/side/file", "/broken", "/listed/file", "/pipe", "/round"}));
     EXPECT_EQ(GetAllFiles(directory / "closed", true, nullptr)->GetVector(), Names());
     for (const auto& [name, want] : {std::pair{"round", PathHelper::PT_Invalid},
                                      {"pipe", PathHelper::PT_Invalid},
@@ -56,6 +56,16 @@ TEST(PosixPaths, LinksAreFollowedUntilTheyLeadBackAndClosedDirectoriesAddNothing
       EXPECT_EQ(PathHelper::JudgePathType((directory / name).c_str()), want) << name;
   });
   for (const char* name : {"closed", "listed"}) fs::permissions(directory / name, fs::perms::all);
+}
+
+TEST(PosixPaths, FindTheLibraryByEachOfItsNames) {
+  std::string found;
+  for (const char* name :
+       {"VelmoraCorex86", "VelmoraCorex86.dll", "VelmoraCore", "libVelmoraCore.so",
+        "libVelmoraCore.so.4", "libVelmoraCore.so.4.6.50.9329"})
+    EXPECT_TRUE(PathHelper::GetDLLDirectory(name, found)) << name;
+  for (const char* name : {"Core", "libVelmora", "libVelmoraCore.so.5", "x86"})
+    EXPECT_FALSE(PathHelper::GetDLLDirectory(name, found)) << name;
 }
 
 }  // namespace

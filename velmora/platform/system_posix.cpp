@@ -36,15 +36,27 @@ std::string_view FileNameOf(std::string_view path) {
   return path.substr(path.rfind('/') + 1);
 }
 
+// Whether two file names are alike but for the end of a version: "Foo.so", "Foo.so.4", "Foo.so.4.6".
+bool AreVersionsOfOne(std::string_view a, std::string_view b) {
+  const std::string_view shorter = a.size() < b.size() ? a : b;
+  const std::string_view longer = a.size() < b.size() ? b : a;
+  return !shorter.empty() && longer.substr(0, shorter.size()) == shorter &&
+         (longer.size() == shorter.size() || longer[shorter.size()] == '.');
+}
+
 struct ModuleSearch {
-  const char* fileName;
+  std::string_view fileName;
+  bool anyVersion;
   char path[PATH_MAX];  // a plain buffer: the callback below may not throw through the C library
 };
 
 int StopAtModule(dl_phdr_info* info, std::size_t, void* context) {
   ModuleSearch& search = *static_cast<ModuleSearch*>(context);
   const std::string_view path = info->dlpi_name == nullptr ? "" : info->dlpi_name;
-  if (FileNameOf(path) != search.fileName || path.size() >= sizeof search.path) return 0;
+  const std::string_view name = FileNameOf(path);
+  const bool isWanted =
+      search.anyVersion ? AreVersionsOfOne(name, search.fileName) : name == search.fileName;
+  if (!isWanted || path.size() >= sizeof search.path) return 0;
   std::memcpy(search.path, path.data(), path.size());
   search.path[path.size()] = '\0';
   return 1;
@@ -84,10 +96,16 @@ void* FindFunction(ModuleHandle module, const char* name) {
 
 std::optional<std::string> LoadedModulePath(const std::string& moduleName) {
   if (moduleName.empty()) return std::nullopt;
-  const std::string fileName = ModuleFileName(moduleName);
+  const std::string fileName = ModuleFileName(moduleName), libraryName = "lib" + fileName;
   ModuleSearch search;
-  search.fileName = fileName.c_str();
-  if (dl_iterate_phdr(StopAtModule, &search) == 0) return std::nullopt;
+  const auto finds = [&search](const std::string& name, bool anyVersion) {
+    search.fileName = name;
+    search.anyVersion = anyVersion;
+    return dl_iterate_phdr(StopAtModule, &search) != 0;
+  };
+  // The name itself first: a module "Foo" is not mistaken for a library "libFoo.so.1" beside it.
+  if (!finds(fileName, false) && !finds(fileName, true) && !finds(libraryName, true))
+    return std::nullopt;
   if (search.path[0] == '/') return search.path;
   // A module opened by a relative path keeps that path.
   const std::unique_ptr<char, FreeDeleter> full(realpath(search.path, nullptr));
@@ -147,8 +165,16 @@ std::tm LocalTime() {
 }
 
 std::string FormatText(const char* format, std::va_list arguments) {
+  if (format == nullptr) return {};
   char text[kFormattedTextLimit + 1];
-  const int length = std::vsnprintf(text, sizeof text, format, arguments);
+  std::va_list again;
+  va_copy(again, arguments);
+  int length = std::vsnprintf(text, sizeof text, format, arguments);
+  if (const char* const last = std::strrchr(format, '%'); length < 0 && last != nullptr) {
+    // A conversion that the end of the format cuts off ("100%") is refused with the whole text.
+    length = std::vsnprintf(text, sizeof text, std::string(format, last).c_str(), again);
+  }
+  va_end(again);
   if (length < 0) return {};
   return {text, std::min(static_cast<std::size_t>(length), kFormattedTextLimit)};
 }

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <set>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -43,11 +44,8 @@ class FileLister {
 
   void Descend(const std::string& directory) {
     const auto identity = platform::GetFileIdentity(directory);
-    if (!identity) return List(directory);  // a file system without identities has no loops
-    if (std::find(wayDown_.begin(), wayDown_.end(), *identity) != wayDown_.end()) return;
-    wayDown_.push_back(*identity);
-    List(directory);
-    wayDown_.pop_back();
+    // A file system without identities has no links.
+    if (!identity || listed_.insert(*identity).second) List(directory);
   }
 
   std::vector<std::string> TakeFiles() { return std::move(files_); }
@@ -62,7 +60,7 @@ class FileLister {
   const bool recursive_;
   const bool hasFilter_;
   std::string_view extension_;
-  std::vector<platform::FileIdentity> wayDown_;  // the directories that are being listed
+  std::set<platform::FileIdentity> listed_;  // directories, so that each is listed once
   std::vector<std::string> files_;
 };
 

@@ -49,7 +49,7 @@ class VELMORA_EXPORT NxModuleLoaderBase : public SyncObject {
   NxModuleLoaderBase(const NxModuleLoaderBase&) = delete;
   NxModuleLoaderBase& operator=(const NxModuleLoaderBase&) = delete;
 
-  /// Loads a module.
+  /// Loads a module. Every call counts a load of its own, to be taken back by `releaseModule`.
   ///
   /// @param moduleName      "Foo" asks for the file "Foox86.dll"; "Pagemill", "PagemillCore" and
   ///                        "Classification", whose files do not carry the architecture, for
@@ -65,7 +65,8 @@ class VELMORA_EXPORT NxModuleLoaderBase : public SyncObject {
 
   /// Loads the module with `LoadModule` if @p module is null, and looks up a function.
   ///
-  /// Threads that share the variable @p module load only once.
+  /// Threads that share the variable @p module and this loader load only once. Different loaders do not
+  /// know of each other: through two of them a shared variable may be loaded twice.
   /// @return the function's address; null without the module or the function, or for null names
   void* DynamicLoadDllFunc(HINSTANCE& module, const char* moduleName, const char* functionName,
                            unsigned long flags, bool nameIsFileName, const char* anchorName);

@@ -49,7 +49,8 @@ class VELMORA_EXPORT PathHelper {
   ///
   /// @param moduleName  its file name without directory; the extension may be missing. On Linux
   ///                    the name of the same module on Windows is understood too: "Foox86",
-  ///                    "Foox86.dll" and "Foo.dll" all stand for "Foo.so"
+  ///                    "Foox86.dll" and "Foo.dll" all stand for "Foo.so", and where that is not
+  ///                    loaded, for "Foo.so.4", "libFoo.so" or "libFoo.so.4", whatever the version
   /// @return false, with @p out unchanged, if no such module is loaded
   static bool GetDLLDirectory(const std::string& moduleName, std::string& out);
   static bool GetDLLDirectory(const std::string& moduleName, NxSafeString& out);
@@ -73,8 +74,8 @@ class VELMORA_EXPORT PathHelper {
 /// @p directory already ends with is not doubled.
 ///
 /// Names are sorted bytewise within a directory; a subdirectory's files stand where its own name
-/// sorts. Everything that is not a directory counts as a file. Links to directories are followed,
-/// unless they lead back to a directory on the way down, so that a loop of links ends.
+/// sorts. Everything that is not a directory counts as a file. Links to directories are followed, but
+/// each directory is listed once, where the listing first comes to it.
 ///
 /// @param recursive        whether to descend into subdirectories
 /// @param extensionFilter  keeps only names whose extension, the part behind the last ".", equals

@@ -38,7 +38,8 @@ void* FindFunction(ModuleHandle module, const char* name);
 
 // The full path of a module that is loaded in this process, by its name without directory; a
 // missing extension is completed. On POSIX the name is turned into a file name as kModuleSuffix
-// and kPlainModuleSuffix say ("Foox86", "Foox86.dll" and "Foo.dll" stand for "Foo.so").
+// and kPlainModuleSuffix say ("Foox86", "Foox86.dll" and "Foo.dll" stand for "Foo.so"); where no such
+// file is loaded, another version of it ("Foo.so.4") or a library of that name ("libFoo.so.4") is it.
 std::optional<std::string> LoadedModulePath(const std::string& moduleName);
 
 // The full path of the running program; empty if the system does not tell.
@@ -68,8 +69,8 @@ std::vector<DirectoryEntry> ListDirectory(const std::string& directory);
 struct FileIdentity {
   std::uint64_t volume;
   std::uint64_t index;
-  bool operator==(const FileIdentity& other) const {
-    return volume == other.volume && index == other.index;
+  bool operator<(const FileIdentity& other) const {
+    return volume != other.volume ? volume < other.volume : index < other.index;
   }
 };
 
@@ -90,7 +91,8 @@ std::tm LocalTime();
 
 constexpr std::size_t kFormattedTextLimit = 1023;
 
-// Formats as wvsprintfA does on Windows and as vsnprintf does on POSIX; longer texts are cut to
+// Formats as wvsprintfA does on Windows and as vsnprintf does on POSIX; null formats to nothing, a
+// conversion that the end of the format cuts off ("100%") too; longer texts are cut to
 // kFormattedTextLimit characters on both. Only %c %d %i %u %x %X %s %p and %l-forms mean the same on
 // both; %f, %e and %g do not: wvsprintfA prints the letter and takes no argument.
 std::string FormatText(const char* format, std::va_list arguments);
