@@ -96,6 +96,13 @@ TEST_F(Log, FormatsAlikeOnEverySystem) {
   EXPECT_EQ(Messages(), want);
 }
 
+TEST_F(Log, FormatsWithoutAnEndAreCutAndNullIsEmpty) {
+  // Not literals, which the compiler would refuse.
+  for (const char* const format : {"100%", "%d of 100%", "%d%%", static_cast<const char*>(nullptr)})
+    log.WriteTextLog(1, format, 7);
+  EXPECT_EQ(Messages(), (Lines{"100", "7 of 100", "7%", ""}));
+}
+
 TEST_F(Log, KeepsOrCountsWhatCannotBeWritten) {
   log.InitLogFromSetting(LM_Text, 1, (directory / "missing/").c_str());
   const std::uint64_t lost = log.GetLostLineCount();
@@ -135,6 +142,22 @@ TEST_F(Log, FilesJsonRecordsWithTheirStages) {
   }
   EXPECT_FALSE(log.AddJsonStage(first, "late"));
   EXPECT_GT(log.AddJsonRecord(full), fourth);
+  EXPECT_TRUE(log.OutputJsonLog());
+}
+
+TEST_F(Log, WritesTheOldestJsonRecordsWhenTooManyWait) {
+  const std::uint64_t first = log.AddJsonRecord(Json::objectValue);
+  for (int i = 1; i < 4'096; ++i) log.AddJsonRecord(i);
+  EXPECT_TRUE(log.AddJsonStage(first, "in time"));
+  log.InitLogFromSetting(LM_Text, 1, (directory / "missing/").c_str());
+  log.AddJsonRecord(4'096);
+  EXPECT_TRUE(log.AddJsonStage(first, "kept, for the file refuses")) << "so all are kept";
+  Configure(LM_Text, 1);
+  EXPECT_EQ(ReadFile(LogFile()), "");
+  log.AddJsonRecord(4'097);
+  EXPECT_FALSE(log.AddJsonStage(first, "too late"));
+  const std::string text = ReadFile(LogFile());
+  EXPECT_EQ(text.substr(text.rfind('}')), "}\n1\n");
   EXPECT_TRUE(log.OutputJsonLog());
 }
 

@@ -13,12 +13,27 @@ using internal::GetLogState;
 using internal::LogState;
 using Lock = std::lock_guard<platform::CriticalSection>;
 
+constexpr std::size_t kWaitingRecords = 4096;
+
+// Appends the oldest record to the main log file and forgets it. False, with the record kept, if the
+// file refuses: a record that was cut short is written again in full, because readers look for whole
+// records.
+bool OutputOldest(LogState& state) {
+  const auto oldest = state.jsonRecords.begin();
+  const std::string text = JsonConverter::GetStyledString(oldest->second) + '\n';
+  if (!internal::AppendWhole(state, text)) return false;
+  state.jsonRecords.erase(oldest);
+  return true;
+}
+
 }  // namespace
 
 std::uint64_t NxLog::AddJsonRecord(const Json::Value& record) {
   LogState& state = GetLogState();
   const Lock lock(state.lock);
   state.jsonRecords.emplace(state.lastRecordNumber + 1, record);
+  while (state.jsonRecords.size() > kWaitingRecords && OutputOldest(state)) {
+  }
   return ++state.lastRecordNumber;
 }
 
@@ -39,12 +54,7 @@ bool NxLog::OutputJsonLog() {
   LogState& state = GetLogState();
   const Lock lock(state.lock);
   while (!state.jsonRecords.empty()) {
-    const auto oldest = state.jsonRecords.begin();
-    const std::string text = JsonConverter::GetStyledString(oldest->second) + '\n';
-    // A record that the file cut short is written again in full by the next call: readers look for
-    // whole records.
-    if (!internal::AppendWhole(state, text)) return false;
-    state.jsonRecords.erase(oldest);
+    if (!OutputOldest(state)) return false;
   }
   return true;
 }

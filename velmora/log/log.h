@@ -52,7 +52,8 @@ using ImageLogWriter = bool (*)(const void* context, const char* path);
 ///
 /// Formats are those of the system's bounded formatting: `wvsprintfA` on Windows, `vsnprintf`
 /// elsewhere. A message is cut after 1023 characters on every system. %f, %e and %g are not to be
-/// used: Windows prints the letter and shifts the arguments behind it.
+/// used: Windows prints the letter and shifts the arguments behind it. g++ and clang++ check formats
+/// against their arguments.
 ///
 /// The object has neither constructor nor destructor to run: it may be used from other objects'
 /// static construction and destruction.
@@ -116,15 +117,16 @@ class VELMORA_EXPORT NxLog {
   /// Writes "[TID:thread][yyyy/mm/dd hh:mm:ss]message" and a newline, to the main log file or into
   /// the cache. Does nothing unless `AllowLogging(level, LM_Text)`. A line that the file refuses is
   /// counted by `GetLostLineCount`.
-  void WriteTextLog(int level, const char* format, ...);
+  /// @param format  null is an empty message; a lone "%" at its end is dropped
+  void WriteTextLog(int level, const char* format, ...) VELMORA_PRINTF_FORMAT(3, 4);
 
   /// Writes "FuncStart %s" with the formatted text.
-  void WriteFuncStartLog(int level, const char* format, ...);
+  void WriteFuncStartLog(int level, const char* format, ...) VELMORA_PRINTF_FORMAT(3, 4);
 
   /// Writes "FuncEnd %s, duration %d".
   /// @param name      a format for the arguments behind @p duration
   /// @param duration  in milliseconds
-  void WriteFuncEndLog(int level, const char* name, int duration, ...);
+  void WriteFuncEndLog(int level, const char* name, int duration, ...) VELMORA_PRINTF_FORMAT(3, 5);
 
   /// Appends the cached lines to the main log file and empties the cache.
   /// @return whether all went out; what the file refuses stays cached for the next call
@@ -137,12 +139,16 @@ class VELMORA_EXPORT NxLog {
   }
 
   /// Files a JSON record, until `OutputJsonLog`. The caller asks `AllowLogging` first.
+  ///
+  /// At most 4,096 records wait: one more writes the oldest as `OutputJsonLog` does. While the file
+  /// refuses, all are kept.
   /// @return the record's number, never 0, never used again in this process
   std::uint64_t AddJsonRecord(const Json::Value& record);
 
   /// Appends @p stage to the array "Stages" of a filed record; anything there that is no array is
   /// replaced by one.
-  /// @return false if the record is not filed (any more) or is no JSON object
+  /// @return false if the record is not filed (any more), for example because 4,096 younger ones are,
+  ///         or is no JSON object
   bool AddJsonStage(std::uint64_t recordNumber, const Json::Value& stage);
 
   /// Appends the filed records, oldest first, as styled text with a newline behind each, to the main
@@ -190,7 +196,7 @@ VELMORA_EXPORT void SetLogImgName(const char* name);
 
 /// `NxLog::WriteImgLog` with a formatted name, cut after 255 characters.
 VELMORA_EXPORT std::string WriteImgLog(ImageLogWriter writer, const void* context, int level,
-                                       const char* format, ...);
+                                       const char* format, ...) VELMORA_PRINTF_FORMAT(4, 5);
 
 }  // namespace velmora
 

@@ -1,5 +1,5 @@
 /// @file
-/// The one macro that marks what the library exports.
+/// Macros on declarations: what the library exports, and whose arguments the compiler can check.
 #pragma once
 
 /// Marks a class, function or variable that clients of the shared library may use.
@@ -16,4 +16,18 @@
 #define VELMORA_EXPORT __attribute__((visibility("default")))
 #else
 #define VELMORA_EXPORT
+#endif
+
+/// Has the compiler check a printf format against its arguments. Parameters are counted from 1, for
+/// a member function from 2.
+/// @param format         number of the parameter that is the format
+/// @param firstArgument  number of the "..."
+#if defined(__MINGW32__) && !defined(__clang__)
+#define VELMORA_PRINTF_FORMAT(format, firstArgument) \
+  __attribute__((__format__(__ms_printf__, format, firstArgument)))
+#elif defined(__GNUC__)
+#define VELMORA_PRINTF_FORMAT(format, firstArgument) \
+  __attribute__((__format__(__printf__, format, firstArgument)))
+#else
+#define VELMORA_PRINTF_FORMAT(format, firstArgument)
 #endif

@@ -166,6 +166,7 @@ std::tm LocalTime() {
 }
 
 std::string FormatText(const char* format, std::va_list arguments) {
+  if (format == nullptr) return {};
   // wvsprintfA takes no size: it writes up to 1024 bytes, terminator included or not.
   char text[1025] = {};
   wvsprintfA(text, format, arguments);

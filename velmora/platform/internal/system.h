@@ -91,8 +91,8 @@ std::tm LocalTime();
 
 constexpr std::size_t kFormattedTextLimit = 1023;
 
-// Formats as wvsprintfA does on Windows and as vsnprintf does on POSIX; null formats to nothing, a
-// conversion that the end of the format cuts off ("100%") too; longer texts are cut to
+// Formats as wvsprintfA does on Windows and as vsnprintf does on POSIX; a lone "%" at
+// the end of the format is dropped, and null formats to nothing. Longer texts are cut to
 // kFormattedTextLimit characters on both. Only %c %d %i %u %x %X %s %p and %l-forms mean the same on
 // both; %f, %e and %g do not: wvsprintfA prints the letter and takes no argument.
 std::string FormatText(const char* format, std::va_list arguments);
