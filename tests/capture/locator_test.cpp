@@ -1,5 +1,4 @@
-// The algorithms of the Locator against slow obvious twins, and what it takes for a code. Also the
-// units of the examples.
+// The algorithms of the Locator against slow obvious twins, and what it takes for a code.
 
 #include <gtest/gtest.h>
 
@@ -10,41 +9,16 @@
 #include <utility>
 #include <vector>
 
-#include "examples/module_author/spots_unit.h"
 #include "modules/locator/candidates.h"
 #include "modules/locator/components.h"
 #include "modules/locator/min_rectangle.h"
 #include "modules/locator/threshold.h"
-#include "velmora_kit/units.h"
 
 namespace velmora::modules {
 
 using namespace kit;
 
 namespace {
-
-TEST(Units, ClonesHaveAllThatObserversRead) {
-  using namespace intermediate_results;
-  const NxRef<spots::SpotsUnit> spots = new spots::SpotsUnit(nullptr, nullptr);
-  const NxRef<CandidatesUnit> candidates = new CandidatesUnit(nullptr, nullptr);
-  const NxRef<BinaryImageUnit> binary = new BinaryImageUnit(nullptr, nullptr);
-  for (CIntermediateResultUnit* unit : std::initializer_list<CIntermediateResultUnit*>{
-           spots.get(), candidates.get(), binary.get()}) {
-    unit->SetUsageCount(3);
-    for (const auto type : {TMT_OriginalToLocal, TMT_Matrix1, TMT_Matrix2}) {
-      const double given[9] = {1, 0, static_cast<double>(7 + type), 0, 1, 0, 0, 0, 1};
-      unit->SetTransformMatrix(type, given);
-    }
-    CIntermediateResultUnit* const clone = unit->Clone();
-    EXPECT_EQ(clone->GetUsageCount(), 3);
-    for (const auto type : {TMT_OriginalToLocal, TMT_Matrix1, TMT_Matrix2}) {
-      double matrix[9];
-      clone->GetTransformMatrix(type, matrix);
-      EXPECT_EQ(matrix[2], static_cast<double>(7 + type));
-    }
-    clone->Release();
-  }
-}
 
 GreyImage RandomImage(int width, int height, std::mt19937& random, int values) {
   GreyImage image(width, height);

@@ -11,6 +11,7 @@
 #include "velmora_capture/internal/dynamic_library.h"
 #include "velmora_capture/internal/json_node.h"
 #include "velmora_capture/internal/task_settings.h"
+#include "velmora_capture/internal/template.h"
 
 namespace velmora::capture {
 namespace {
@@ -109,6 +110,20 @@ TEST(TaskSettings, FilesFaultsAtTheirPlacesAndReadsOn) {
       "2:69 S.upper: is below the lower one\n"
       "2:80 S.left: there is no key \"left\" here; allowed are \"int\", \"double\", \"bool\", "
       "\"string\", \"strings\", \"choice\", \"choices\", \"upper\", \"absent\"\n");
+}
+
+TEST(TaskSettings, StandWhereTheirTaskDoesIfThereAreNone) {
+  JsonDocument document("t", R"({"Name": "t", "Definitions": [{"Name": "A", "Priority": 3,
+"Tasks": [ {"Name": "x", "Module": "M"}]}]})");
+  ASSERT_TRUE(document.Parse());
+  const Template read = ReadTemplate(document);
+  ASSERT_TRUE(document.GetErrors().empty()) << document.GetErrors()[0].ToString();
+  EXPECT_EQ(read.definitions[0].priority, 3);
+  const TaskTemplate& task = read.definitions[0].tasks[0];
+  TaskSettings(document, task.settings, task.settingsPlace.path).AddError("key", "is needed");
+  EXPECT_EQ(document.GetErrors()[0].ToString(),
+            "t:2:12: Definitions[0].Tasks[0].Settings: is needed (-10038: The parameter value is "
+            "invalid or out of range.)");
 }
 
 }  // namespace

@@ -30,7 +30,7 @@ constexpr int kHeight = 10;
 class Probe final : public Recogniser {
  public:
   explicit Probe(std::function<int(RegionWork&)> work)
-      : Recogniser({"First", "Second"}), work_(std::move(work)) {
+      : Recogniser({"First", "Second", "Third"}), work_(std::move(work)) {
     SetTargetDefName("definition");
     SetTaskName("task");
   }
@@ -54,7 +54,7 @@ class Task {
     const Nx_Quad quad(corners);
     NxRef<NxRegionObject> region = new NxRegionObject(
         source.get(), kCandidateRegion, new NxRegionImageInfo(image.get(), kIdentity), &quad);
-    output_ = new NxTaskOutput(region, region, "task", TT_ATOMIC_0, false, 2);
+    output_ = new NxTaskOutput(region, region, "task", TT_ATOMIC_0, false, 3);
     probe_->AppendWorkOutputs(output_.get(), 0);
   }
 
@@ -88,8 +88,9 @@ TEST(Recogniser, TriesItsWorkModesInTurn) {
   });
   EXPECT_EQ(task.DoNext(), 1);
   EXPECT_EQ(task.DoNext(), 2);
+  EXPECT_EQ(task.DoNext(), 3);
   EXPECT_EQ(task.DoNext(), -1);
-  EXPECT_EQ(modes, (std::vector<std::string>{"First", "Second"}));
+  EXPECT_EQ(modes, (std::vector<std::string>{"First", "Second", "Third"}));
 
   Task coloured(kSquare, PXF_Colour888, [](RegionWork&) { return 0; });
   EXPECT_EQ(coloured.DoNext(), EC_ImagePixelFormatNotMet) << "modules work on grey";

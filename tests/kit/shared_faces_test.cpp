@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <initializer_list>
 #include <string>
 
+#include "examples/module_author/spots_unit.h"
 #include "velmora/image/image_tag.h"
 #include "velmora/image/nx_image_data.h"
 #include "velmora_kit/units.h"
@@ -94,6 +96,28 @@ TEST(Units, CopiesAreDeepAndKeepWhereTheyCameFrom) {
   EXPECT_EQ(pictureCopy->GetImageData(), nullptr);
   listCopy->Release();
   pictureCopy->Release();
+}
+
+TEST(Units, ClonesHaveAllThatObserversRead) {
+  const NxRef<spots::SpotsUnit> spots = new spots::SpotsUnit(nullptr, nullptr);
+  const NxRef<CandidatesUnit> candidates = new CandidatesUnit(nullptr, nullptr);
+  const NxRef<BinaryImageUnit> binary = new BinaryImageUnit(nullptr, nullptr);
+  for (CIntermediateResultUnit* unit : std::initializer_list<CIntermediateResultUnit*>{
+           spots.get(), candidates.get(), binary.get()}) {
+    unit->SetUsageCount(3);
+    for (const auto type : {TMT_OriginalToLocal, TMT_Matrix1, TMT_Matrix2}) {
+      const double given[9] = {1, 0, static_cast<double>(7 + type), 0, 1, 0, 0, 0, 1};
+      unit->SetTransformMatrix(type, given);
+    }
+    CIntermediateResultUnit* const clone = unit->Clone();
+    EXPECT_EQ(clone->GetUsageCount(), 3);
+    for (const auto type : {TMT_OriginalToLocal, TMT_Matrix1, TMT_Matrix2}) {
+      double matrix[9];
+      clone->GetTransformMatrix(type, matrix);
+      EXPECT_EQ(matrix[2], static_cast<double>(7 + type));
+    }
+    clone->Release();
+  }
 }
 
 TEST(BinaryImageUnit, RefusesOtherPixelFormats) {

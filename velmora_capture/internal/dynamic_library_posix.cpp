@@ -9,6 +9,7 @@ namespace velmora::capture {
 void* OpenLibrary(const std::string& file, std::string& reason) {
   void* const library = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
   if (library == nullptr) {
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): each thread has words of its own
     const char* const words = dlerror();
     reason = words != nullptr ? words : "the system gave no reason";
   }

@@ -101,8 +101,7 @@ bool JsonNode::Has(const std::string& key) const {
 }
 
 JsonNode JsonNode::operator[](const std::string& key) const {
-  const Json::Value& member = value_[key];
-  return {document_, member, path_.empty() ? key : path_ + "." + key, Has(key) ? member : where_};
+  return {document_, value_[key], path_.empty() ? key : path_ + "." + key};
 }
 
 JsonNode JsonNode::operator[](Json::ArrayIndex index) const {

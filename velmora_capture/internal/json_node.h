@@ -44,14 +44,13 @@ class JsonDocument {
 };
 
 /// A value in a document, with its path. What is missing or of another type is filed as an error
-/// and read as empty or as the value for an absent key. An absent member's place is that of the
-/// object which should have it.
+/// and read as empty or as the value for an absent key.
 class JsonNode {
  public:
   JsonNode(JsonDocument& document, const Json::Value& value, std::string path)
-      : JsonNode(document, value, std::move(path), value) {}
+      : document_(document), value_(value), path_(std::move(path)) {}
 
-  JsonPlace GetPlace() const { return document_.PlaceOf(where_, path_); }
+  JsonPlace GetPlace() const { return document_.PlaceOf(value_, path_); }
   const Json::Value& GetValue() const { return value_; }
   bool IsObject() const;
 
@@ -76,13 +75,8 @@ class JsonNode {
   void AddTypeError(const std::string& wanted) const;
 
  private:
-  JsonNode(JsonDocument& document, const Json::Value& value, std::string path,
-           const Json::Value& where)
-      : document_(document), value_(value), where_(where), path_(std::move(path)) {}
-
   JsonDocument& document_;
   const Json::Value& value_;
-  const Json::Value& where_;  // whose place is told
   std::string path_;
 };
 

@@ -57,6 +57,7 @@ kit::CreateWorkObjectFunction Load(const std::string& file, std::string& fault) 
 
 ModuleRegistry::ModuleRegistry(const std::vector<std::string>& folders) {
   std::vector<fs::path> paths;
+  paths.reserve(folders.size() + 2);
   for (const std::string& folder : folders) paths.push_back(fs::absolute(fs::u8path(folder)));
   paths.push_back(fs::u8path(FolderOfOwnLibrary()) / kOwnFolder);
   paths.push_back(fs::u8path(FolderOfProgram()));
@@ -74,9 +75,12 @@ kit::CreateWorkObjectFunction ModuleRegistry::Find(const std::string& module,
     const fs::path path = fs::u8path(folder) / fs::u8path(name);
     std::error_code error;
     if (!fs::is_regular_file(path, error)) continue;
-    const kit::CreateWorkObjectFunction create = Load(path.u8string(), fault);
-    if (create == nullptr)
-      fault = "module \"" + module + "\" cannot be used: " + path.u8string() + ": " + fault;
+    std::string reason;
+    const kit::CreateWorkObjectFunction create = Load(path.u8string(), reason);
+    if (create == nullptr) {
+      fault = "module \"" + module + "\" cannot be used: ";
+      fault.append(path.u8string()).append(": ").append(reason);
+    }
     return create;
   }
   fault = "module \"" + module + "\" was not found: there is no " + name + " in " +

@@ -61,6 +61,7 @@ TaskTemplate ReadTask(const JsonNode& node) {
   if (node.Has("Settings") && node["Settings"].IsObject()) {
     task.settings = node["Settings"].GetValue();
   } else {
+    // What a module finds wrong with settings that are absent stands where the task does.
     task.settings.setOffsetStart(node.GetValue().getOffsetStart());
   }
   task.modulePlace = node["Module"].GetPlace();
