@@ -2,16 +2,18 @@
 
 enable_language(RC)
 
-# velmora_windows_dll(TARGET)
+# velmora_windows_dll(TARGET DESCRIPTION IMAGE_BASE)
 # Name, version resource and a link that gives the same bytes each time. Address-space layout
 # randomisation and no-execute are the linker's defaults; tests/windows checks that they stay.
-function(velmora_windows_dll target)
-  set(resource ${PROJECT_BINARY_DIR}/version_windows.rc)
+function(velmora_windows_dll target description image_base)
+  set(VELMORA_DLL_NAME ${target})
+  set(VELMORA_DLL_DESCRIPTION ${description})
+  set(resource ${PROJECT_BINARY_DIR}/${target}_version.rc)
   configure_file(${PROJECT_SOURCE_DIR}/velmora/platform/version_windows.rc.in ${resource} @ONLY)
   target_sources(${target} PRIVATE ${resource})
-  set_target_properties(${target} PROPERTIES PREFIX "" OUTPUT_NAME VelmoraCorex86)
+  set_target_properties(${target} PROPERTIES PREFIX "" OUTPUT_NAME ${target}x86)
   # Without these, the image base is a hash of the output path and the header carries the time.
-  target_link_options(${target} PRIVATE LINKER:--image-base,0x61a00000
+  target_link_options(${target} PRIVATE LINKER:--image-base,${image_base}
                       LINKER:--no-insert-timestamp)
 endfunction()
 

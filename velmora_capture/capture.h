@@ -47,8 +47,10 @@ class ReadErrorSource {
  public:
   /// @param image  without pixels, as it came from `GetImage`
   virtual CaptureError GetReadError(const basic_structures::CImageData& image) const = 0;
-  /// How long reading the image took, in nanoseconds; 0 if nobody knows.
-  virtual std::int64_t GetReadTime(const basic_structures::CImageData& image) const = 0;
+  /// When the image was read: `RunMoment::Now()` on the thread that did it, before and after.
+  /// @return false if nobody knows
+  virtual bool GetReadMoments(const basic_structures::CImageData& image, RunMoment& begin,
+                              RunMoment& end) const = 0;
 
  protected:
   ~ReadErrorSource() = default;

@@ -77,7 +77,7 @@ TEST(Output, TraceHasOneLaneAThread) {
     EXPECT_GE(event["ts"].asDouble(), end[lane]) << "a thread does one thing at a time";
     end[lane] = event["ts"].asDouble() + event["dur"].asDouble();
   }
-  EXPECT_EQ(lanes.size(), 5u) << "router, source and the pool";
+  EXPECT_EQ(lanes.size(), 5u) << "caller, source and the pool";
   EXPECT_EQ(counts["read"], 2);
   EXPECT_EQ(counts["work"], counts["item"]);
 }

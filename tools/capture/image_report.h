@@ -7,7 +7,8 @@
 #include <vector>
 
 #include "velmora/foundation/ref.h"
-#include "velmora/image/nx_image_data.h"
+#include "velmora/image/image_data.h"
+#include "velmora_capture/capture_result.h"
 
 namespace velmora::capture {
 
@@ -49,8 +50,11 @@ struct ImageReport {
   std::vector<CodeReport> codes;
   std::vector<RegionReport> regions;
   std::vector<ErrorReport> errors;
-  int errorCode = 0;           ///< of the image; 0 if all went well
-  NxRef<NxImageData> picture;  ///< as captured; empty if it could not be read
+  int errorCode = 0;                                      ///< of the image; 0 if all went well
+  const basic_structures::CImageData* picture = nullptr;  ///< as captured; of the result
 };
+
+/// @param result  outlives the report
+ImageReport Describe(const CaptureResult& result, std::string name);
 
 }  // namespace velmora::capture

@@ -1,5 +1,6 @@
 #include "tools/capture/image_source.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <utility>
@@ -10,8 +11,8 @@ namespace velmora::capture {
 
 using namespace basic_structures;
 
-ImageSource::ImageSource(Settings settings, NxSemaphore& events, Trace& trace)
-    : settings_(std::move(settings)), events_(events), trace_(trace) {
+ImageSource::ImageSource(Settings settings, Capture& capture)
+    : settings_(std::move(settings)), capture_(capture) {
   SetMaxImageCount(settings_.bufferSize);
   SetBufferOverflowProtectionMode(settings_.drops ? BOP_DropOldest : BOP_Block);
 }
@@ -37,31 +38,46 @@ bool ImageSource::HasMoreImages() const {
 }
 
 CImageData* ImageSource::GetImage() {
-  if (settings_.drops) return CImageSourceAdapter::GetImage();
-  // The base hands out the newest first: taking all turns them round.
-  if (taken_.empty())
-    while (CImageData* image = CImageSourceAdapter::GetImage()) taken_.emplace_front(image);
+  if (settings_.drops) {
+    if (CImageData* image = CImageSourceAdapter::GetImage()) return image;
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (failures_.empty()) return nullptr;
+    CImageData* failure = failures_.front().release();
+    failures_.pop_front();
+    return failure;
+  }
+  // The base hands out the newest first, and newer ones come while they are taken.
+  if (taken_.empty()) {
+    while (CImageData* image = CImageSourceAdapter::GetImage()) taken_.emplace_back(image);
+    std::sort(taken_.begin(), taken_.end(), [](const auto& a, const auto& b) {
+      return a->GetImageTag()->GetImageId() < b->GetImageTag()->GetImageId();
+    });
+  }
   if (taken_.empty()) return nullptr;
   CImageData* oldest = taken_.front().release();
   taken_.pop_front();
   return oldest;
 }
 
-bool ImageSource::TakeFailure(ImageReport& failure) {
+CaptureError ImageSource::GetReadError(const CImageData& image) const {
   const std::lock_guard<std::mutex> lock(mutex_);
-  if (failures_.empty()) return false;
-  failure = std::move(failures_.front());
-  failures_.pop_front();
+  return entries_.at(static_cast<std::size_t>(image.GetImageTag()->GetImageId())).error;
+}
+
+bool ImageSource::GetReadMoments(const CImageData& image, RunMoment& begin, RunMoment& end) const {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  const Entry& entry = entries_.at(static_cast<std::size_t>(image.GetImageTag()->GetImageId()));
+  begin = entry.readBegin;
+  end = entry.readEnd;
   return true;
 }
 
 std::string ImageSource::GetName(int imageId) const {
   const std::lock_guard<std::mutex> lock(mutex_);
-  return names_.at(static_cast<std::size_t>(imageId));
+  return entries_.at(static_cast<std::size_t>(imageId)).name;
 }
 
 void ImageSource::Run() {
-  trace_.AddLane("source");
   for (const std::string& file : settings_.files) {
     if (IsStopped()) break;
     if (settings_.raw.IsGiven()) {
@@ -74,18 +90,16 @@ void ImageSource::Run() {
     const std::lock_guard<std::mutex> lock(mutex_);
     isReading_ = false;
   }
-  events_.Produce();
+  capture_.NotifySource();
 }
 
 void ImageSource::ReadPicture(const std::string& file) {
   const int id = AddName(file);
-  LoadedImage loaded;
-  {
-    const TraceScope span(SpanKind::kRead, "read", id);
-    loaded = LoadImageFile(file, id);
-  }
+  const RunMoment begin = RunMoment::Now();
+  LoadedImage loaded = LoadImageFile(file, id);
+  SetReadMoments(id, begin);
   if (loaded.image == nullptr) {
-    Fail(file, loaded.code, loaded.reason);
+    Fail(id, {loaded.code, loaded.reason, {}, {}});
   } else {
     Push(std::move(loaded.image));
   }
@@ -96,27 +110,26 @@ void ImageSource::ReadFrames(const std::string& file) {
   LoadedImage failure;
   const File in = OpenToRead(file, failure);
   if (in == nullptr) {
-    AddName(file);
-    return Fail(file, failure.code, failure.reason);
+    return Fail(AddName(file), {failure.code, failure.reason, {}, {}});
   }
   std::vector<unsigned char> bytes(raw.FrameBytes());
-  auto due = TraceLane::Clock::now();
+  auto due = std::chrono::steady_clock::now();
   for (int number = 0; !IsStopped(); ++number) {
-    const TraceStamp begin = TraceStamp::Now();
+    const RunMoment begin = RunMoment::Now();
     const std::size_t count = std::fread(bytes.data(), 1, bytes.size(), in.get());
     if (count == 0 && number > 0) return;
     const std::string name = file + "#" + std::to_string(number);
     const int id = AddName(name);
     if (count < bytes.size())
-      return Fail(name, EC_ImageReadFailed, "the file ends within the frame");
+      return Fail(id, {EC_ImageReadFailed, "the file ends within the frame", {}, {}});
     CVideoFrameTag tag(VideoFrameQuality{}, false, nullptr, raw.width, raw.height, 0);
     tag.SetImageId(id);
     auto frame = std::make_unique<CImageData>(bytes.size(), bytes.data(), raw.width, raw.height,
                                               raw.Stride(), raw.pixels, 0, &tag);
-    Trace::CurrentLane().Add(SpanKind::kRead, "read", id, begin, TraceStamp::Now());
+    SetReadMoments(id, begin);
     Push(std::move(frame));
     if (raw.framesPerSecond <= 0) continue;
-    due += std::chrono::duration_cast<TraceLane::Clock::duration>(
+    due += std::chrono::duration_cast<std::chrono::steady_clock::duration>(
         std::chrono::duration<double>(1 / raw.framesPerSecond));
     std::this_thread::sleep_until(due);
   }
@@ -125,26 +138,36 @@ void ImageSource::ReadFrames(const std::string& file) {
 // Waits inside while the buffer is full and the source blocks.
 void ImageSource::Push(std::unique_ptr<CImageData> image) {
   AddImageToBuffer(image.release(), false);
-  events_.Produce();
+  capture_.NotifySource();
 }
 
-void ImageSource::Fail(const std::string& name, int code, const std::string& reason) {
-  ImageReport failure;
+// Takes the place of an image, without pixels.
+void ImageSource::Fail(int id, const CaptureError& error) {
+  CFileImageTag tag(nullptr, 0, 1);
+  tag.SetImageId(id);
+  auto image = std::make_unique<CImageData>();
+  image->SetImageTag(&tag);
   {
     const std::lock_guard<std::mutex> lock(mutex_);
-    failure.id = static_cast<int>(names_.size()) - 1;
-    failure.name = name;
-    failure.errorCode = code;
-    failure.errors.push_back({code, reason, {}, {}});
-    failures_.push_back(std::move(failure));
+    entries_[static_cast<std::size_t>(id)].error = error;
+    if (settings_.drops) failures_.push_back(std::move(image));
   }
-  events_.Produce();
+  if (image != nullptr) return Push(std::move(image));
+  capture_.NotifySource();
 }
 
 int ImageSource::AddName(const std::string& name) {
   const std::lock_guard<std::mutex> lock(mutex_);
-  names_.push_back(name);
-  return static_cast<int>(names_.size()) - 1;
+  entries_.push_back({name, {}, {}, {}});
+  return static_cast<int>(entries_.size()) - 1;
+}
+
+void ImageSource::SetReadMoments(int id, const RunMoment& begin) {
+  const RunMoment end = RunMoment::Now();
+  const std::lock_guard<std::mutex> lock(mutex_);
+  Entry& entry = entries_[static_cast<std::size_t>(id)];
+  entry.readBegin = begin;
+  entry.readEnd = end;
 }
 
 bool ImageSource::IsStopped() const {

@@ -2,6 +2,7 @@
 /// Where the images come from.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <deque>
 #include <memory>
@@ -10,11 +11,9 @@
 #include <thread>
 #include <vector>
 
-#include "tools/capture/image_report.h"
-#include "velmora/foundation/semaphore.h"
 #include "velmora/image/image_source_adapter.h"
+#include "velmora_capture/capture.h"
 #include "velmora_capture/image_file/raw_format.h"
-#include "velmora_capture/internal/trace.h"
 
 namespace velmora::capture {
 
@@ -25,7 +24,7 @@ namespace velmora::capture {
 /// drops hands out the newest, as the base does.
 ///
 /// @threadsafety all operations from the thread that made the source
-class ImageSource final : public basic_structures::CImageSourceAdapter {
+class ImageSource final : public basic_structures::CImageSourceAdapter, public ReadErrorSource {
  public:
   struct Settings {
     std::vector<std::string> files;
@@ -34,8 +33,8 @@ class ImageSource final : public basic_structures::CImageSourceAdapter {
     bool drops = false;
   };
 
-  /// @param events  produced whenever there is an image, a failure or the end; outlives the source
-  ImageSource(Settings settings, NxSemaphore& events, Trace& trace);
+  /// @param capture  notified whenever there is an image, a failure or the end; outlives the source
+  ImageSource(Settings settings, Capture& capture);
   ~ImageSource() override;
 
   /// Starts to read.
@@ -43,9 +42,9 @@ class ImageSource final : public basic_structures::CImageSourceAdapter {
   bool HasMoreImages() const override;
   basic_structures::CImageData* GetImage() override;
 
-  /// Takes one of the images that could not be read: its id, name and error.
-  /// @return false if there is none
-  bool TakeFailure(ImageReport& failure);
+  CaptureError GetReadError(const basic_structures::CImageData& image) const override;
+  bool GetReadMoments(const basic_structures::CImageData& image, RunMoment& begin,
+                      RunMoment& end) const override;
   std::string GetName(int imageId) const;
 
  private:
@@ -53,17 +52,23 @@ class ImageSource final : public basic_structures::CImageSourceAdapter {
   void ReadPicture(const std::string& file);
   void ReadFrames(const std::string& file);
   void Push(std::unique_ptr<basic_structures::CImageData> image);
-  void Fail(const std::string& name, int code, const std::string& reason);
+  void Fail(int id, const CaptureError& error);
   int AddName(const std::string& name);
+  void SetReadMoments(int id, const RunMoment& begin);
   bool IsStopped() const;
 
   const Settings settings_;
-  NxSemaphore& events_;
-  Trace& trace_;
+  Capture& capture_;
   std::deque<std::unique_ptr<basic_structures::CImageData>> taken_;  // oldest first
   mutable std::mutex mutex_;                                         // guards what follows
-  std::vector<std::string> names_;
-  std::deque<ImageReport> failures_;
+  struct Entry {
+    std::string name;
+    RunMoment readBegin;
+    RunMoment readEnd;
+    CaptureError error;
+  };
+  std::vector<Entry> entries_;                                          // by image id
+  std::deque<std::unique_ptr<basic_structures::CImageData>> failures_;  // of a source that drops
   bool isReading_ = false;
   bool isStopped_ = false;
   std::thread thread_;  // the maker's alone

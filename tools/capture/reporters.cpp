@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <iomanip>
 #include <string>
+#include <utility>
 
 #include "tools/capture/system.h"
 #include "velmora/foundation/error_code.h"
@@ -67,6 +68,12 @@ Json::Value ToJson(const ErrorReport& error) {
   return value;
 }
 
+Corners CornersOf(const basic_structures::CQuadrilateral& location) {
+  Corners corners;
+  for (std::size_t i = 0; i < 4; ++i) corners[i] = {location.points[i][0], location.points[i][1]};
+  return corners;
+}
+
 template <typename Reports>
 Json::Value ToJsonArray(const Reports& reports) {
   Json::Value array(Json::arrayValue);
@@ -76,8 +83,29 @@ Json::Value ToJsonArray(const Reports& reports) {
 
 }  // namespace
 
+ImageReport Describe(const CaptureResult& result, std::string name) {
+  ImageReport report;
+  const basic_structures::CImageTag* tag = result.GetSourceImageTag();
+  report.id = tag != nullptr ? tag->GetImageId() : -1;
+  report.name = std::move(name);
+  report.width = result.GetWidth();
+  report.height = result.GetHeight();
+  for (int i = 0; i < result.GetCodeCount(); ++i) {
+    const CodeItem& code = result.GetCode(i);
+    report.codes.push_back({code.GetSymbology(), code.GetText(), CornersOf(code.GetLocation()),
+                            code.GetTargetROIDefName(), code.GetTaskName()});
+  }
+  for (const FoundRegion& region : result.GetRegions())
+    report.regions.push_back({CornersOf(region.location), region.definition, region.task});
+  for (const CaptureError& error : result.GetErrors())
+    report.errors.push_back({error.code, error.text, error.definition, error.task});
+  report.errorCode = result.GetErrorCode();
+  report.picture = result.GetImage();
+  return report;
+}
+
 void WriteText(std::ostream& out, const ImageReport& report) {
-  if (report.errorCode != 0 && !report.picture) return;  // there is nothing but its errors
+  if (report.errorCode != 0 && report.width == 0) return;  // there is nothing but its errors
   out << report.name << ": " << report.width << "x" << report.height << ", "
       << (report.codes.empty() ? "no code" : std::to_string(report.codes.size()) + " code")
       << (report.codes.size() > 1 ? "s" : "") << "\n";

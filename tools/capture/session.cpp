@@ -1,6 +1,8 @@
 #include "tools/capture/session.h"
 
 #include <algorithm>
+#include <atomic>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <filesystem>
@@ -11,14 +13,9 @@
 
 #include "tools/capture/inputs.h"
 #include "tools/capture/reporters.h"
+#include "tools/capture/system.h"
 #include "velmora/log/log.h"
 #include "velmora/util/path_helper.h"
-#include "velmora_capture/internal/clock_thread.h"
-#include "velmora_capture/internal/dynamic_library.h"
-#include "velmora_capture/internal/graph_writer.h"
-#include "velmora_capture/internal/module_registry.h"
-#include "velmora_capture/internal/router.h"
-#include "velmora_capture/internal/thread_pool.h"
 
 namespace velmora::capture {
 namespace {
@@ -55,12 +52,6 @@ void MakeFolder(const std::string& folder) {
     throw UsageError("the folder '" + folder + "' cannot be made");
 }
 
-// Where the modules lie beside the program's folder.
-std::vector<std::string> ModuleFolders() {
-  const auto program = std::filesystem::u8path(FolderOfProgram());
-  return {(program.parent_path() / "lib/velmora/modules").u8string()};
-}
-
 // A file name for what is written about an image: its number keeps names of different folders apart.
 std::string FileNameFor(const ImageReport& report, const char* extension) {
   char number[16];
@@ -80,34 +71,49 @@ std::string Milliseconds(std::int64_t nanoseconds) {
   return text;
 }
 
-// The graph of a template as it stands after a run.
-GraphSummary Summarise(const Template& source, CaptureGraph& graph,
-                       const TaskStatistics& statistics) {
-  GraphSummary summary{source.name, {}};
-  for (const DefinitionTemplate& definition : source.definitions) {
-    summary.definitions.push_back({definition.name, definition.parents, {}});
-    const auto& node =
-        static_cast<CaptureDefinition&>(*graph.GetTargetDefNodesMap().at(definition.name));
-    for (const TaskTemplate& task : definition.tasks) {
-      TaskSummary described;
-      described.name = task.name;
-      described.module = task.module;
-      described.unlessFoundBy = task.unlessFoundBy;
-      described.isLeftOut = true;
-      for (const NxRef<NxTargetTaskSetting>& setting : node.GetTasks()) {
-        if (setting->GetTaskName() != task.name) continue;
-        described.isLeftOut = false;
-        statistics.Describe(*setting->GetTaskObject(), described);
-      }
-      summary.definitions.back().tasks.push_back(described);
-    }
+std::int64_t Sum(const std::vector<StageTime>& stages, RunStage stage) {
+  std::int64_t sum = 0;
+  for (const StageTime& time : stages) sum += time.stage == stage ? time.nanoseconds : 0;
+  return sum;
+}
+
+// Ends the work when the user interrupts it: a signal handler may not do more than set a flag.
+class InterruptWatch {
+ public:
+  explicit InterruptWatch(Capture& capture)
+      : thread_([this, &capture] {
+          while (!isOver_ && !IsInterrupted())
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+          if (IsInterrupted()) capture.Cancel();
+        }) {}
+  ~InterruptWatch() {
+    isOver_ = true;
+    thread_.join();
   }
-  return summary;
+  InterruptWatch(const InterruptWatch&) = delete;
+  InterruptWatch& operator=(const InterruptWatch&) = delete;
+
+ private:
+  std::atomic<bool> isOver_{false};
+  std::thread thread_;
+};
+
+// Writes the file as SVG through Graphviz; without it, leaves the DOT text beside it.
+// Returns the name of the file written; empty if it could not be.
+std::string WriteGraphFile(const std::string& file, const std::string& graph) {
+  std::string dotFile = file + ".dot";
+  std::ofstream dot(dotFile, std::ios::binary);
+  dot << graph;
+  dot.close();
+  if (!dot) return {};
+  if (RunProgram({"dot", "-Tsvg", "-o", file, dotFile}) != 0) return dotFile;
+  std::remove(dotFile.c_str());
+  return file;
 }
 
 }  // namespace
 
-Session::Session(const Options& options) : options_(options), trace_(!options.traceFile.empty()) {}
+Session::Session(const Options& options) : options_(options) {}
 
 ExitStatus Session::Run() {
   if (!options_.logConfig.empty()) {
@@ -117,7 +123,7 @@ ExitStatus Session::Run() {
   PrepareOutputs();
   if (!LoadTemplate()) return kBadUsage;
   std::signal(SIGINT, Interrupt);
-  Capture();
+  CaptureAll();
   WriteSummary(options_.json ? std::cerr : std::cout, seconds_);
   WriteFiles();
   NxLog::GetInstance().OutputCacheLog();
@@ -129,65 +135,58 @@ void Session::PrepareOutputs() const {
   MakeFolder(options_.overlayFolder);
   MakeFolder(options_.intermediateFolder);
   CheckWritable(options_.traceFile, "the trace");
-  if (!options_.graphFile.empty()) CheckWritable(DotFileFor(options_.graphFile), "the graph");
+  if (!options_.graphFile.empty()) CheckWritable(options_.graphFile + ".dot", "the graph");
 }
 
 bool Session::LoadTemplate() {
   const bool isBuiltIn = options_.templateFile.empty();
-  JsonDocument document(
-      isBuiltIn ? "the built-in template" : options_.templateFile,
-      isBuiltIn ? GetDefaultTemplate() : ReadTextFile(options_.templateFile, "the template"));
-  if (document.Parse()) template_ = ReadTemplate(document);
-  if (document.GetErrors().empty()) {
-    if (!options_.intermediateFolder.empty()) {
-      intermediateWriter_ = std::make_unique<IntermediateWriter>(options_.intermediateFolder);
-      receivers_.push_back(intermediateWriter_.get());
-    }
-    const ModuleRegistry registry(ModuleFolders());
-    GraphBuilder builder(registry, managers_, receivers_, document);
-    graph_ = builder.Build(template_);
-    for (const CaptureDefinition* definition : graph_->GetDefinitions())
-      for (const NxRef<NxTargetTaskSetting>& task : definition->GetTasks())
-        statistics_.AddTask(task->GetTaskObject(), task->GetTaskFullName());
-    graph_->SetStatistics(&statistics_);
-    for (const std::string& note : builder.GetNotes()) std::cerr << "note: " << note << "\n";
+  CaptureOptions options;
+  options.templateName = isBuiltIn ? "the built-in template" : options_.templateFile;
+  options.threads = options_.threads;
+  options.timeoutMs = options_.timeoutMs;
+  options.keepImages = !options_.overlayFolder.empty();
+  options.keepTrace = !options_.traceFile.empty();
+  if (!options_.intermediateFolder.empty()) {
+    intermediateWriter_ = std::make_unique<IntermediateWriter>(options_.intermediateFolder);
+    options.receivers.push_back(intermediateWriter_.get());
   }
-  for (const TemplateError& error : document.GetErrors()) std::cerr << error.ToString() << "\n";
-  return document.GetErrors().empty();
+  std::vector<TemplateError> errors;
+  capture_ = Capture::Create(
+      isBuiltIn ? GetDefaultTemplate() : ReadTextFile(options_.templateFile, "the template"),
+      options, errors);
+  for (const TemplateError& error : errors) std::cerr << error.ToString() << "\n";
+  if (capture_ == nullptr) return false;
+  for (const std::string& note : capture_->GetNotes()) std::cerr << "note: " << note << "\n";
+  return true;
 }
 
-void Session::Capture() {
-  const auto begin = TraceLane::Clock::now();
-  trace_.AddLane("router");
+void Session::CaptureAll() {
+  const auto begin = std::chrono::steady_clock::now();
   ImageSource::Settings settings;
   settings.files = ExpandInputs(options_.inputs);
   settings.raw = options_.raw;
   settings.bufferSize = options_.bufferSize;
   settings.drops = options_.overflow == Overflow::kDrop ||
                    (options_.overflow == Overflow::kByKind && options_.raw.IsGiven());
-  threads_ = options_.threads > 0
-                 ? options_.threads
-                 : std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
+  threads_ = capture_->GetThreadCount();
   progress_ = std::make_unique<ProgressBar>(options_.raw.IsGiven()
                                                 ? options_.raw.CountFrames(settings.files)
                                                 : static_cast<int>(settings.files.size()));
-
-  NxSemaphore events(0);
-  CaptureThreadPool pool(threads_, trace_);
-  const ClockThread clock(managers_, IsInterrupted);
-  ImageSource source(settings, events, trace_);
-  const auto show = [&](const ImageReport& report) {
-    Show(report);
+  const InterruptWatch watch(*capture_);
+  ImageSource source(settings, *capture_);
+  const auto show = [&](const NxRef<CaptureResult>& result) {
+    const int id = result->GetSourceImageTag()->GetImageId();
+    Show(Describe(*result, source.GetName(id)));
     // What was dropped needs no more time either.
     progress_->Show(images_ + static_cast<int>(source.GetStatistics().dropped));
   };
-  const Router::Settings routing{options_.timeoutMs > 0 ? options_.timeoutMs : template_.timeoutMs,
-                                 !settings.drops, show, IsInterrupted};
+  RunOptions run;
+  run.inOrder = !settings.drops;
   source.StartFetching();
-  Router(routing, *graph_, statistics_).Run(source, pool, events);
+  capture_->Run(source, show, run);
   sourceStatistics_ = source.GetStatistics();
   progress_.reset();
-  seconds_ = std::chrono::duration<double>(TraceLane::Clock::now() - begin).count();
+  seconds_ = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
 }
 
 void Session::Show(const ImageReport& report) {
@@ -222,21 +221,21 @@ void Session::WriteSummary(std::ostream& out, double seconds) const {
   WriteStages(out);
 }
 
-// The engine's share is what the pool spends around the modules' work, and the router on deciding.
+// The engine's share is what the pool spends around the modules' work, and on beginning images.
 void Session::WriteStages(std::ostream& out) const {
   out << "time by stage:";
   const char* separator = " ";
-  for (const Trace::StageTotal& stage : trace_.GetTotals()) {
-    if (stage.kind == SpanKind::kItem || stage.kind == SpanKind::kSchedule) continue;
+  const std::vector<StageTime> stages = capture_->GetStageTimes();
+  for (const StageTime& stage : stages) {
+    if (stage.stage == RunStage::kItem || stage.stage == RunStage::kSchedule) continue;
     out << separator << stage.name << " " << Milliseconds(stage.nanoseconds);
     separator = ", ";
   }
-  const std::int64_t work = trace_.GetNanoseconds(SpanKind::kWork);
+  const std::int64_t work = Sum(stages, RunStage::kWork);
   const std::int64_t engine =
-      trace_.GetNanoseconds(SpanKind::kItem) - work + trace_.GetNanoseconds(SpanKind::kSchedule);
-  const std::int64_t all = engine + work + trace_.GetNanoseconds(SpanKind::kRead) +
-                           trace_.GetNanoseconds(SpanKind::kConvert) +
-                           trace_.GetNanoseconds(SpanKind::kReport);
+      Sum(stages, RunStage::kItem) - work + Sum(stages, RunStage::kSchedule);
+  const std::int64_t all = engine + work + Sum(stages, RunStage::kRead) +
+                           Sum(stages, RunStage::kConvert) + Sum(stages, RunStage::kReport);
   char share[32];
   std::snprintf(share, sizeof share, "%.2f %%",
                 all > 0 ? 100.0 * static_cast<double>(engine) / static_cast<double>(all) : 0.0);
@@ -246,13 +245,12 @@ void Session::WriteStages(std::ostream& out) const {
 void Session::WriteFiles() {
   if (!options_.traceFile.empty()) {
     std::ofstream out(options_.traceFile, std::ios::binary);
-    trace_.WriteJson(out);
+    capture_->WriteTrace(out);
     out.close();
     if (!out) throw UsageError("the trace '" + options_.traceFile + "' cannot be written");
   }
   if (options_.graphFile.empty()) return;
-  const std::string written =
-      WriteGraphFile(options_.graphFile, Summarise(template_, *graph_, statistics_));
+  const std::string written = WriteGraphFile(options_.graphFile, capture_->GetGraphDot());
   if (written.empty()) throw UsageError("the graph '" + options_.graphFile + "' cannot be written");
   if (written != options_.graphFile)
     std::cerr << "note: Graphviz is not there; the graph is in " << written << "\n";

@@ -11,10 +11,7 @@
 #include "tools/capture/intermediate_writer.h"
 #include "tools/capture/options.h"
 #include "tools/capture/progress.h"
-#include "velmora_capture/internal/graph_builder.h"
-#include "velmora_capture/internal/task_statistics.h"
-#include "velmora_capture/internal/template.h"
-#include "velmora_capture/internal/trace.h"
+#include "velmora_capture/capture.h"
 
 namespace velmora::capture {
 
@@ -32,20 +29,15 @@ class Session {
  private:
   bool LoadTemplate();
   void PrepareOutputs() const;
-  void Capture();
+  void CaptureAll();
   void Show(const ImageReport& report);
   void WriteSummary(std::ostream& out, double seconds) const;
   void WriteStages(std::ostream& out) const;
   void WriteFiles();
 
   const Options& options_;
-  Trace trace_;
-  TaskStatistics statistics_;
-  NxDataManagerPool managers_;
   std::unique_ptr<IntermediateWriter> intermediateWriter_;
-  IntermediateResultReceiverVector receivers_;
-  Template template_;
-  NxRef<CaptureGraph> graph_;
+  std::unique_ptr<Capture> capture_;
   std::unique_ptr<ProgressBar> progress_;
   basic_structures::ImageSourceStatistics sourceStatistics_{};
   int threads_ = 0;

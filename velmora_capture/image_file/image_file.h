@@ -11,6 +11,7 @@
 
 #include "velmora/foundation/error_code.h"
 #include "velmora/image/image_data.h"
+#include "velmora_capture/export.h"
 
 namespace velmora::capture {
 
@@ -28,7 +29,7 @@ using File = std::unique_ptr<std::FILE, CloseFile>;
 
 /// Opens a file to read its bytes.
 /// @param failure  filled in if the result is empty
-File OpenToRead(const std::string& path, LoadedImage& failure);
+VELMORA_CAPTURE_EXPORT File OpenToRead(const std::string& path, LoadedImage& failure);
 
 /// Pixels of an image that is decoded, unless the caller says otherwise: 16384 x 16384.
 inline constexpr std::int64_t kMaxPixels = std::int64_t{1} << 28;
@@ -39,20 +40,21 @@ inline constexpr std::int64_t kMaxPixels = std::int64_t{1} << 28;
 /// @param bytes      @p size bytes, borrowed for the call
 /// @param tag        cloned into the image
 /// @param maxPixels  a larger image is not decoded: EC_ImageReadFailed
-LoadedImage DecodeImage(const unsigned char* bytes, std::size_t size,
-                        const basic_structures::CImageTag& tag,
-                        std::int64_t maxPixels = kMaxPixels);
+VELMORA_CAPTURE_EXPORT LoadedImage DecodeImage(const unsigned char* bytes, std::size_t size,
+                                               const basic_structures::CImageTag& tag,
+                                               std::int64_t maxPixels = kMaxPixels);
 
 /// Decodes a file as `DecodeImage` does.
 /// @param path     kept in the file tag of the image
 /// @param imageId  for the tag
-LoadedImage LoadImageFile(const std::string& path, int imageId);
+VELMORA_CAPTURE_EXPORT LoadedImage LoadImageFile(const std::string& path, int imageId);
 
 /// Whether the name ends like those of the files that `LoadImageFile` reads.
-bool HasPictureExtension(const std::string& path);
+VELMORA_CAPTURE_EXPORT bool HasPictureExtension(const std::string& path);
 
 /// The bytes of a PNG file with the picture.
 /// @param image  8-bit grey, or B, G, R
-std::vector<unsigned char> EncodePng(const basic_structures::CImageData& image);
+VELMORA_CAPTURE_EXPORT std::vector<unsigned char> EncodePng(
+    const basic_structures::CImageData& image);
 
 }  // namespace velmora::capture

@@ -7,11 +7,12 @@
 #include <vector>
 
 #include "velmora/image/image_data.h"
+#include "velmora_capture/export.h"
 
 namespace velmora::capture {
 
 /// The shape of the frames in a raw file, which follow each other without anything between them.
-struct RawFormat {
+struct VELMORA_CAPTURE_EXPORT RawFormat {
   int width = 0;
   int height = 0;
   basic_structures::ImagePixelFormat pixels{};
@@ -26,6 +27,6 @@ struct RawFormat {
 
 /// Reads "WIDTHxHEIGHT:FORMAT" or "WIDTHxHEIGHT:FORMAT@RATE"; the formats are nv12, nv21 and rgb.
 /// @throws std::invalid_argument with a sentence on what is wrong
-RawFormat ParseRawFormat(const std::string& text);
+VELMORA_CAPTURE_EXPORT RawFormat ParseRawFormat(const std::string& text);
 
 }  // namespace velmora::capture

@@ -3,36 +3,60 @@
 #include <algorithm>
 #include <utility>
 
-#include "velmora/engine/dependency_finish_flag.h"
 #include "velmora/engine/target_roi_def_event.h"
 #include "velmora/engine/work_object_base.h"
-#include "velmora/engine/work_output.h"
 #include "velmora/engine/work_output_table.h"
 #include "velmora_capture/internal/capture_graph.h"
-#include "velmora_capture/internal/guarded_work_item.h"
 
 namespace velmora::capture {
 namespace {
 
-// How many work outputs of a task have ended.
-int CountEnded(const NxTaskOutput& task) {
-  int ended = 0;
-  for (const auto& mode : task.GetWorkOutputs())
-    for (const NxRef<NxWorkOutput>& work : mode)
-      ended += work->GetResultStatus() != TOS_NO_RESULT ? 1 : 0;
-  return ended;
+// How many regions were found; outputs also hold results that are none.
+int CountFound(const NxTaskOutput& output) {
+  int found = 0;
+  for (int i = 0; i < output.GetResultCount(); ++i) {
+    const NxRef<NxTaskOutputAtomResult> result = output.GetResult(i);
+    found += result && result->GetRegion() ? 1 : 0;
+  }
+  return found;
 }
 
-// Called for each task that waited for one that has finished.
-void ReleaseWaitingTask(NxTaskOutput* task, TargetROIDefEvent* event) {
-  --static_cast<ImageJob*>(event->GetData())->tasks[task].waitsFor;
+// A module may add what it finds to its piece instead of the task.
+void TakeOverResults(const NxWorkOutput& piece, NxTaskOutput& task) {
+  for (int i = 0; i < piece.GetResultCount(); ++i) {
+    NxRef<NxTaskOutputAtomResult> result = piece.GetResult(i);
+    if (result && result->GetRegion() && !task.AlreadyExistObject(result->GetRegion().get()))
+      task.AddResult(std::move(result));
+  }
+}
+
+void DropPieces(TaskRun& task) {
+  task.heldBack.reset();
+  while (task.output->GetWorkTable()->GetNextTopPriorityWorkOutput({})) {
+  }
+}
+
+// Whether work on the task has to stop, which the image is told if it took too long.
+bool IsOver(TaskRun& task) {
+  CaptureJob& job = *task.region->job;
+  int code = EC_Ok;
+  const bool isOver = job.IsOver(code);
+  if (code != EC_Ok) job.AddError(static_cast<ErrorCode>(code), task);
+  return isOver;
+}
+
+RegionRun& RunOf(NxROIDefOutput* output) {
+  return static_cast<RegionRun&>(*output);
 }
 
 }  // namespace
 
-CaptureDefinition::CaptureDefinition(const std::string& name) : name_(name) {
+CaptureDefinition::CaptureDefinition(const std::string& name, std::size_t index)
+    : name_(name), index_(index) {
   GetTargetDefSetting()->SetTargetDefName(name);
 }
+
+CaptureDefinition::~CaptureDefinition() = default;
 
 bool CaptureDefinition::IsOutputTask(const std::string& task) const {
   return GetTargetDefSetting()->GetOutputTaskMap().count(task) != 0;
@@ -40,6 +64,12 @@ bool CaptureDefinition::IsOutputTask(const std::string& task) const {
 
 void CaptureDefinition::AddTask(const std::string& task, NxRef<Nx_WorkObjectBase> work,
                                 bool isOutput, const std::vector<std::string>& unlessFoundBy) {
+  TaskPlan plan;
+  plan.unlessFoundBy = unlessFoundBy;
+  // A work object without work modes still has one list of the table.
+  plan.modes = 1;
+  for (const Nx_WorkObjectBase* one = work.get(); one != nullptr; one = one->GetNextWorkObject())
+    plan.modes = std::max(plan.modes, static_cast<int>(one->GetWorkModes().size()));
   NxRef<NxTargetTaskSetting> setting =
       new NxTargetTaskSetting(name_, task, TT_ATOMIC_0, static_cast<int>(tasks_.size()));
   setting->SetTaskObject(std::move(work));
@@ -49,181 +79,243 @@ void CaptureDefinition::AddTask(const std::string& task, NxRef<Nx_WorkObjectBase
     GetTargetDefSetting()->AddTaskSetting(task, setting);
   }
   setting->ActivateTask();
-  unlessFoundBy_[task] = unlessFoundBy;
   tasks_.push_back(setting);
+  plans_.push_back(std::move(plan));
 }
 
-void CaptureDefinition::Start(ImageJob& job) {
-  DefinitionRun& run = job.definitions[this];
-  int code = EC_Ok;
-  const bool isOver = job.source->IsCheckPointNeedExit(&code, CheckPointLevel{});
-  if (isOver && code != EC_Ok && !tasks_.empty())
-    job.source->AddErrorCodeInfo(static_cast<ErrorCode>(code), name_.c_str(),
-                                 tasks_.front()->GetTaskName().c_str(), nullptr, nullptr);
-  if (!isOver && !tasks_.empty()) {
-    if (run.regions.empty()) run.regions.push_back(job.wholeImage);
-    for (const NxRef<NxRegionObject>& found : run.regions) {
-      // The definition's own view of the region: named after it, found in what the parent found.
-      NxRef<NxRegionObject> region = new NxRegionObject(*found);
-      NxRef<NxRegionObject> origin = found;
-      region->SetTargetROIDefName(name_);
-      region->SetReferenceRegion(origin);
-      run.outputs.push_back(CreateROIDefOutput(region, region, job.semaphore));
-    }
-    run.unfinished = run.outputs.size();
-    for (const NxRef<NxROIDefOutput>& output : run.outputs) {
-      FileTasks(*output, job);
-      AppendWorkItems(output.get(), job.pool);
+void CaptureDefinition::Prepare() {
+  for (std::size_t task = 0; task < plans_.size(); ++task) {
+    for (const std::string& name : plans_[task].unlessFoundBy) {
+      for (std::size_t other = 0; other < tasks_.size(); ++other) {
+        if (tasks_[other]->GetTaskName() != name) continue;
+        plans_[task].waitsFor.push_back(other);
+        plans_[other].waitedForBy.push_back(task);
+      }
     }
   }
-  if (run.unfinished == 0) Finish(job);
+}
+
+void CaptureDefinition::Start(CaptureJob& job) noexcept {
+  DefinitionRun& run = job.definitions[index_];
+  const char* firstTask = tasks_.empty() ? "" : tasks_.front()->GetTaskName().c_str();
+  try {
+    int code = EC_Ok;
+    if (!tasks_.empty() && !job.IsOver(code)) MakeRegions(job, run);
+    if (code != EC_Ok) job.AddError(static_cast<ErrorCode>(code), name_.c_str(), firstTask);
+  } catch (...) {
+    run.regions.clear();
+    job.AddCurrentException(name_.c_str(), firstTask);
+  }
+  if (run.regions.empty()) return Finish(job);
+  run.unfinished = run.regions.size();
+  for (const NxRef<RegionRun>& region : run.regions) AppendWorkItems(region.get(), job.pool);
+}
+
+void CaptureDefinition::MakeRegions(CaptureJob& job, DefinitionRun& run) {
+  for (const NxRef<NxRegionObject>& found : FindRegions(job)) {
+    // The definition's own view of the region: named after it, found in what the parent found.
+    NxRef<NxRegionObject> region = new NxRegionObject(*found);
+    NxRef<NxRegionObject> origin = found;
+    region->SetTargetROIDefName(name_);
+    region->SetReferenceRegion(origin);
+    const NxRef<NxROIDefOutput> output = CreateROIDefOutput(region, region, &job.semaphore);
+    RunOf(output.get()).job = &job;
+    run.regions.emplace_back(&RunOf(output.get()));
+  }
+}
+
+// What the parents found, in the order of parents, regions and tasks; otherwise the whole image.
+std::vector<NxRef<NxRegionObject>> CaptureDefinition::FindRegions(const CaptureJob& job) const {
+  std::vector<NxRef<NxRegionObject>> found;
+  for (const NxTargetROIDef* parent : GetParentDefNodes()) {
+    const auto& definition = static_cast<const CaptureDefinition&>(*parent);
+    for (const NxRef<RegionRun>& region : job.definitions[definition.index_].regions) {
+      for (const TaskRun& task : region->tasks) {
+        for (int i = 0; i < task.output->GetResultCount(); ++i) {
+          const NxRef<NxTaskOutputAtomResult> result = task.output->GetResult(i);
+          if (result && result->GetRegion()) found.push_back(result->GetRegion());
+        }
+      }
+    }
+  }
+  if (found.empty()) found.push_back(job.wholeImage);
+  return found;
 }
 
 NxRef<NxROIDefOutput> CaptureDefinition::CreateROIDefOutput(const NxRef<NxRegionObject>& region,
                                                             const NxRef<NxRegionObject>& reference,
                                                             NxSemaphore* semaphore) {
-  NxRef<NxROIDefOutput> output = new NxROIDefOutput(region, reference, semaphore);
-  for (const NxRef<NxTargetTaskSetting>& task : tasks_) {
-    if (!task->IsActivatedTask()) continue;
-    Nx_WorkObjectBase* work = task->GetTaskObject();
-    const int modes = static_cast<int>(work->GetWorkModes().size());
-    NxRef<NxTaskOutput> taskOutput =
-        new NxTaskOutput(region, reference, task->GetTaskName(), task->GetTaskType(), false, modes);
-    work->AppendWorkOutputs(taskOutput.get(), 0);
-    output->AddTaskOutput(taskOutput);
+  const NxRef<RegionRun> run = new RegionRun(region, reference, semaphore);
+  run->definition = this;
+  run->tasks.resize(tasks_.size());
+  run->unfinished = tasks_.size();
+  for (std::size_t i = 0; i < tasks_.size(); ++i) {
+    TaskRun& task = run->tasks[i];
+    task.region = run.get();
+    task.index = i;
+    task.setting = tasks_[i].get();
+    task.waitsFor = plans_[i].waitsFor.size();
+    task.output = new NxTaskOutput(region, reference, task.setting->GetTaskName(),
+                                   task.setting->GetTaskType(), false, plans_[i].modes);
+    run->AddTaskOutput(task.output);
   }
-  return output;
-}
-
-// With the job; each task that waits for others with their finish flags too.
-void CaptureDefinition::FileTasks(NxROIDefOutput& output, ImageJob& job) {
-  for (int i = 0; i < output.GetOutputCount(); ++i) {
-    NxTaskOutput& task = *output.GetTaskOutput(i);
-    TaskRun& run = job.tasks[&task];
-    run.definition = this;
-    run.output = &output;
-    for (const std::string& name : unlessFoundBy_.at(task.GetTaskName())) {
-      const NxRef<NxTaskOutput> other = output.GetTaskOutputByTaskName(name);
-      if (!other) continue;  // an optional task whose module is missing
-      other->GetFinishFlag()->AddRelatedOutputTask(&task);
-      ++run.waitsFor;
-    }
-  }
+  return run;
 }
 
 void CaptureDefinition::AppendWorkItems(NxROIDefOutput* output, ThreadPoolBase*) {
-  ImageJob& job = JobOf(*output);
-  for (int i = 0; i < output->GetOutputCount(); ++i) {
-    NxTaskOutput& task = *output->GetTaskOutput(i);
-    if (job.tasks[&task].waitsFor == 0) QueueNextWork(task, job);
-  }
+  // A task that finishes at once may have started one that comes later here.
+  for (TaskRun& task : RunOf(output).tasks)
+    if (task.waitsFor == 0 && task.work == nullptr && !task.isFinished) StartTask(task);
 }
 
-bool CaptureDefinition::IsROIDefOutputFinished(NxROIDefOutput* output) {
-  for (int i = 0; i < output->GetOutputCount(); ++i)
-    if (output->GetTaskOutput(i)->GetResultStatus() != TOS_FINISHED) return false;
-  return true;
+void CaptureDefinition::StartTask(TaskRun& task) noexcept {
+  if (IsNeedless(task)) return FinishTask(task);
+  BeginSection(task, *task.setting->GetTaskObject());
+  Advance(task);
 }
 
-void CaptureDefinition::Advance(NxROIDefOutput& output, ImageJob& job) {
-  // Two threads that end work at the same time both come here, when all of it has ended.
-  if (IsROIDefOutputFinished(&output)) return;
-  // A task that finishes may release one that stands before it.
-  for (bool goesOn = true; goesOn;) {
-    goesOn = false;
-    for (int task = 0; task < output.GetOutputCount(); ++task)
-      goesOn = AdvanceTask(output, *output.GetTaskOutput(task), job) || goesOn;
-  }
-  if (!IsROIDefOutputFinished(&output)) return;
-  FilterROIDefOutput(&output);
-  DispatchROIDefOutput(&output);
-  if (--job.definitions[this].unfinished == 0) Finish(job);
-}
-
-bool CaptureDefinition::IsNeedless(NxROIDefOutput& output, const NxTaskOutput& task) const {
-  const auto& names = unlessFoundBy_.at(task.GetTaskName());
-  return std::any_of(names.begin(), names.end(), [&](const std::string& name) {
-    const NxRef<NxTaskOutput> other = output.GetTaskOutputByTaskName(name);
-    return other && other->GetResultCount() > 0;
+bool CaptureDefinition::IsNeedless(const TaskRun& task) const {
+  const std::vector<std::size_t>& others = plans_[task.index].waitsFor;
+  return std::any_of(others.begin(), others.end(), [&](std::size_t other) {
+    return CountFound(*task.region->tasks[other].output) > 0;
   });
 }
 
-// Returns whether the task has finished now.
-bool CaptureDefinition::AdvanceTask(NxROIDefOutput& output, NxTaskOutput& task,
-                                    ImageJob& job) const {
-  const TaskRun& run = job.tasks[&task];
-  if (task.GetResultStatus() == TOS_FINISHED || run.waitsFor > 0 ||
-      CountEnded(task) < run.queuedItems)
-    return false;
-  // What was tried has ended. The next work mode follows while there is reason to hope.
-  const bool goesOn = task.GetResultCount() == 0 && task.GetWorkTable()->HasNextWorkOutput() &&
-                      !job.source->IsCheckPointNeedExit(nullptr, CheckPointLevel{}) &&
-                      !(run.queuedItems == 0 && IsNeedless(output, task));
-  if (goesOn) {
-    QueueNextWork(task, job);
-  } else {
-    FinishTask(task, job);
+void CaptureDefinition::BeginSection(TaskRun& task, Nx_WorkObjectBase& work) const noexcept {
+  task.work = &work;
+  task.hasMode = false;
+  task.mostInFlight = 0;
+  task.foundBefore = CountFound(*task.output);
+  task.region->job->CallOut(name_.c_str(), task.setting->GetTaskName().c_str(), [&] {
+    task.mostInFlight = std::max(0, work.GetMaxThreadNumInOneTask());
+    // The table says what was appended.
+    work.AppendWorkOutputs(task.output.get(), work.GetIndexInTask());
+  });
+}
+
+void CaptureDefinition::EndPiece(TaskRun& task, CaptureWorkItem* item) noexcept {
+  --task.inFlight;
+  if (item != nullptr) {
+    try {
+      TakeOverResults(item->GetPiece(), *task.output);
+    } catch (...) {
+      task.region->job->AddCurrentException(task);
+    }
   }
-  return !goesOn;
+  Advance(task);
 }
 
-void CaptureDefinition::QueueNextWork(NxTaskOutput& task, ImageJob& job) const {
-  ++job.tasks[&task].queuedItems;
-  job.pool->AppendWorkItem(new GuardedWorkItem(task, job.source->GetImageId(), GraphOf()));
+void CaptureDefinition::Advance(TaskRun& task) noexcept {
+  for (;;) {
+    QueuePieces(task);
+    if (task.inFlight > 0) return;
+    Nx_WorkObjectBase* const next = task.work->GetNextWorkObject();
+    if (next == nullptr || IsOver(task)) return FinishTask(task);
+    BeginSection(task, *next);
+  }
 }
 
-void CaptureDefinition::FinishTask(NxTaskOutput& task, ImageJob& job) const {
-  WorkOf(task)->DealTaskResults(&task, job.semaphore);
-  task.SetResultStatus(TOS_FINISHED);
-  // Unreferenced on the stack: the loop only lends the event to its callback.
-  TargetROIDefEvent event(TRDET_TASK_UNIT_OUTPUT_COMPLETE, nullptr, &job, nullptr);
-  task.GetFinishFlag()->LoopAllRelatedOutputTasks(&ReleaseWaitingTask, &event);
-  task.GetFinishFlag()->RemoveAllRelatedOutputTasks(&task);
+void CaptureDefinition::QueuePieces(TaskRun& task) const noexcept {
+  try {
+    while (task.mostInFlight == 0 || task.inFlight < task.mostInFlight) {
+      const NxRef<NxWorkOutput> piece = TakePiece(task);
+      if (!piece) return;
+      QueuePiece(task, piece);
+    }
+  } catch (...) {
+    task.region->job->AddCurrentException(task);
+  }
 }
 
-Nx_WorkObjectBase* CaptureDefinition::WorkOf(const NxTaskOutput& task) const {
-  for (const NxRef<NxTargetTaskSetting>& setting : tasks_)
-    if (setting->GetTaskName() == task.GetTaskName()) return setting->GetTaskObject();
-  return nullptr;
+// Empty if nothing is left, or what is left has to wait.
+NxRef<NxWorkOutput> CaptureDefinition::TakePiece(TaskRun& task) {
+  NxRef<NxWorkOutput> piece;
+  piece.swap(task.heldBack);
+  if (!piece) piece = task.output->GetWorkTable()->GetNextTopPriorityWorkOutput({});
+  if (!piece) return piece;
+  const bool isNewMode = !task.hasMode || piece->GetWorkMode() != task.mode;
+  if (isNewMode && task.inFlight > 0) {
+    task.heldBack = std::move(piece);
+    return nullptr;
+  }
+  if (task.hasMode && !MayGoOn(task, *piece)) {
+    DropPieces(task);
+    return nullptr;
+  }
+  task.hasMode = true;
+  if (isNewMode) task.mode = piece->GetWorkMode();
+  return piece;
+}
+
+// Whether there is reason to take a piece after others of the same work object.
+bool CaptureDefinition::MayGoOn(TaskRun& task, const NxWorkOutput& piece) {
+  const bool isNewMode = piece.GetWorkMode() != task.mode;
+  if (isNewMode && CountFound(*task.output) > task.foundBefore) return false;
+  return !IsOver(task);
+}
+
+void CaptureDefinition::QueuePiece(TaskRun& task, const NxRef<NxWorkOutput>& piece) const noexcept {
+  ++task.inFlight;
+  try {
+    Nx_WorkObjectBase* const named = piece->GetWorkObject();
+    Nx_WorkObjectBase& work = named != nullptr ? *named : *task.work;
+    const NxRef<CaptureWorkItem> item =
+        new CaptureWorkItem(*task.region->job, task, piece, work, GraphOf().FindTurn(work),
+                            static_cast<std::uint64_t>(GetPriorityLevel()));
+    item->Queue();
+  } catch (...) {
+    --task.inFlight;
+    task.region->job->AddCurrentException(task);
+  }
+}
+
+void CaptureDefinition::FinishTask(TaskRun& task) noexcept {
+  RegionRun& region = *task.region;
+  task.isFinished = true;
+  region.job->CallOut(name_.c_str(), task.setting->GetTaskName().c_str(), [&] {
+    task.setting->GetTaskObject()->DealTaskResults(task.output.get(), &region.job->semaphore);
+  });
+  task.output->SetResultStatus(TOS_FINISHED);
+  for (const std::size_t other : plans_[task.index].waitedForBy)
+    if (--region.tasks[other].waitsFor == 0) StartTask(region.tasks[other]);
+  if (--region.unfinished == 0) FinishRegion(region);
+}
+
+bool CaptureDefinition::IsROIDefOutputFinished(NxROIDefOutput* output) {
+  return RunOf(output).unfinished == 0;
+}
+
+void CaptureDefinition::FinishRegion(RegionRun& region) noexcept {
+  CaptureJob& job = *region.job;
+  FilterROIDefOutput(&region);
+  DispatchROIDefOutput(&region);
+  if (--job.definitions[index_].unfinished == 0) Finish(job);
 }
 
 void CaptureDefinition::DispatchROIDefOutput(NxROIDefOutput* output) {
+  RegionRun& region = RunOf(output);
   EventOutputStruct content{output};
-  TargetROIDefEvent event(TRDET_SINGLE_REGION_COMPLETE, this, &JobOf(*output), &content);
+  TargetROIDefEvent event(TRDET_SINGLE_REGION_COMPLETE, this, region.job, &content);
   for (TargetROIDefEventListener* listener : GetListeners())
-    listener->HandleSingleRegionCompeleteEvent(&event);
+    region.job->CallOut(name_.c_str(), "",
+                        [&] { listener->HandleSingleRegionCompeleteEvent(&event); });
 }
 
-void CaptureDefinition::Finish(ImageJob& job) {
-  if (GetGraph()->GetEndNode() == this) job.isDone = true;
+void CaptureDefinition::Finish(CaptureJob& job) noexcept {
+  if (GetGraph()->GetEndNode() == this) job.SetDone();
   EventOutputStruct content{nullptr};
   TargetROIDefEvent event(TRDET_TASK_UNIT_OUTPUT_COMPLETE, this, &job, &content);
   for (TargetROIDefEventListener* listener : GetListeners())
-    listener->HandleTaskUnitOutputCompeleteEvent(&event);
-}
-
-void CaptureDefinition::HandleSingleRegionCompeleteEvent(TargetROIDefEvent* event) {
-  NxROIDefOutput& output = *event->GetOutput()->output;
-  auto& regions = static_cast<ImageJob*>(event->GetData())->definitions[this].regions;
-  for (int i = 0; i < output.GetOutputCount(); ++i) {
-    const NxRef<NxTaskOutput>& task = output.GetTaskOutput(i);
-    for (int r = 0; r < task->GetResultCount(); ++r)
-      if (const NxRef<NxRegionObject>& region = task->GetResult(r)->GetRegion())
-        regions.push_back(region);
-  }
+    job.CallOut(name_.c_str(), "", [&] { listener->HandleTaskUnitOutputCompeleteEvent(&event); });
 }
 
 void CaptureDefinition::HandleTaskUnitOutputCompeleteEvent(TargetROIDefEvent* event) {
-  ImageJob& job = *static_cast<ImageJob*>(event->GetData());
-  if (--job.definitions[this].parentsLeft == 0) Start(job);
+  CaptureJob& job = *static_cast<CaptureJob*>(event->GetData());
+  if (--job.definitions[index_].parentsLeft == 0) Start(job);
 }
 
 CaptureGraph& CaptureDefinition::GraphOf() const {
   return *static_cast<CaptureGraph*>(GetGraph());
-}
-
-ImageJob& CaptureDefinition::JobOf(const NxROIDefOutput& output) const {
-  return GraphOf().GetJob(output.GetRegion()->GetSourceImageObject()->GetImageId());
 }
 
 }  // namespace velmora::capture

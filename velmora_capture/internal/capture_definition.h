@@ -2,13 +2,15 @@
 /// A target ROI definition that runs.
 #pragma once
 
-#include <map>
+#include <cstddef>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "velmora/engine/target_roi_def.h"
 #include "velmora/engine/target_task_setting.h"
-#include "velmora_capture/internal/image_job.h"
+#include "velmora_capture/internal/capture_job.h"
+#include "velmora_capture/internal/capture_work_item.h"
 
 namespace velmora {
 
@@ -21,55 +23,77 @@ struct EventOutputStruct {
 
 namespace velmora::capture {
 
-class CaptureGraph;
-
 /// A node of the graph: starts when its parents have finished, on the regions that they found, or on
 /// the whole image if they found none; runs its tasks on each of them; then tells its listeners.
 ///
-/// @threadsafety built before the first image; then called by the graph, with its lock held
+/// @threadsafety built before the first image; then called by the strands of the jobs, those of
+///               several jobs at once
 class CaptureDefinition final : public NxTargetROIDef {
  public:
-  explicit CaptureDefinition(const std::string& name);
+  /// @param index  among the definitions of its graph
+  CaptureDefinition(const std::string& name, std::size_t index);
+  ~CaptureDefinition() override;
 
   const std::string& GetName() const { return name_; }
+  std::size_t GetIndex() const { return index_; }
   /// Tasks of this definition in the order of the template.
   const std::vector<NxRef<NxTargetTaskSetting>>& GetTasks() const { return tasks_; }
   bool IsOutputTask(const std::string& task) const;
 
+  /// @param work           the head of a chain, which is complete
   /// @param unlessFoundBy  names of tasks that this one waits for, and that make it needless
   void AddTask(const std::string& task, NxRef<Nx_WorkObjectBase> work, bool isOutput,
                const std::vector<std::string>& unlessFoundBy);
   void SetParents(const std::vector<NxTargetROIDef*>& parents) { SetParentDefNodes(parents); }
+  /// To be called once all tasks are there.
+  void Prepare();
 
   /// Begins the work on an image whose parents have all finished.
-  void Start(ImageJob& job);
-  /// Some work on the region of the output has ended: queues what comes next for it, or tells the
-  /// listeners that it is finished.
-  void Advance(NxROIDefOutput& output, ImageJob& job);
+  void Start(CaptureJob& job) noexcept;
+  /// A piece of a task has ended: queues what comes next, or finishes the task and all that waited
+  /// for it.
+  /// @param item  null if the piece was lost
+  void EndPiece(TaskRun& task, CaptureWorkItem* item) noexcept;
 
+  /// @name For the strand of the job that the output belongs to
+  /// @{
   NxRef<NxROIDefOutput> CreateROIDefOutput(const NxRef<NxRegionObject>& region,
                                            const NxRef<NxRegionObject>& reference,
                                            NxSemaphore* semaphore) override;
   void AppendWorkItems(NxROIDefOutput* output, ThreadPoolBase* pool) override;
   bool IsROIDefOutputFinished(NxROIDefOutput* output) override;
   void DispatchROIDefOutput(NxROIDefOutput* output) override;
-  void HandleSingleRegionCompeleteEvent(TargetROIDefEvent* event) override;
   void HandleTaskUnitOutputCompeleteEvent(TargetROIDefEvent* event) override;
+  /// @}
 
  private:
-  Nx_WorkObjectBase* WorkOf(const NxTaskOutput& task) const;
-  CaptureGraph& GraphOf() const;
-  void QueueNextWork(NxTaskOutput& task, ImageJob& job) const;
-  void FileTasks(NxROIDefOutput& output, ImageJob& job);
-  bool IsNeedless(NxROIDefOutput& output, const NxTaskOutput& task) const;
-  bool AdvanceTask(NxROIDefOutput& output, NxTaskOutput& task, ImageJob& job) const;
-  void FinishTask(NxTaskOutput& task, ImageJob& job) const;
-  void Finish(ImageJob& job);
-  ImageJob& JobOf(const NxROIDefOutput& output) const;
+  // What a task is beside its setting.
+  struct TaskPlan {
+    std::vector<std::string> unlessFoundBy;
+    std::vector<std::size_t> waitsFor;     // indices of these tasks
+    std::vector<std::size_t> waitedForBy;  // and of those that wait for this one
+    int modes = 0;                         // most of any work object of the chain
+  };
 
-  std::string name_;
+  void MakeRegions(CaptureJob& job, DefinitionRun& run);
+  std::vector<NxRef<NxRegionObject>> FindRegions(const CaptureJob& job) const;
+  void StartTask(TaskRun& task) noexcept;
+  bool IsNeedless(const TaskRun& task) const;
+  void BeginSection(TaskRun& task, Nx_WorkObjectBase& work) const noexcept;
+  void Advance(TaskRun& task) noexcept;
+  void QueuePieces(TaskRun& task) const noexcept;
+  static NxRef<NxWorkOutput> TakePiece(TaskRun& task);
+  static bool MayGoOn(TaskRun& task, const NxWorkOutput& piece);
+  void QueuePiece(TaskRun& task, const NxRef<NxWorkOutput>& piece) const noexcept;
+  void FinishTask(TaskRun& task) noexcept;
+  void FinishRegion(RegionRun& region) noexcept;
+  void Finish(CaptureJob& job) noexcept;
+  CaptureGraph& GraphOf() const;
+
+  const std::string name_;
+  const std::size_t index_;
   std::vector<NxRef<NxTargetTaskSetting>> tasks_;
-  std::map<std::string, std::vector<std::string>> unlessFoundBy_;
+  std::vector<TaskPlan> plans_;  // as the tasks
 };
 
 }  // namespace velmora::capture

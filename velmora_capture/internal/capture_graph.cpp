@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "velmora/engine/work_object_base.h"
 #include "velmora/foundation/error_code.h"
 
 namespace velmora::capture {
@@ -11,6 +12,19 @@ namespace {
 constexpr char kBeginName[] = "{begin}";
 constexpr char kEndName[] = "{end}";
 
+// The owner of a job that is waited for with a semaphore: lives until then.
+class SemaphoreOwner final : public JobOwner {
+ public:
+  explicit SemaphoreOwner(NxSemaphore* semaphore) : semaphore_(semaphore) {}
+  void OnJobDone(CaptureJob&) noexcept override {
+    const std::unique_ptr<SemaphoreOwner> self(this);
+    if (semaphore_ != nullptr) semaphore_->Produce();
+  }
+
+ private:
+  NxSemaphore* semaphore_;
+};
+
 }  // namespace
 
 CaptureGraph::CaptureGraph() {
@@ -19,8 +33,10 @@ CaptureGraph::CaptureGraph() {
   definitions_.clear();
 }
 
+CaptureGraph::~CaptureGraph() = default;
+
 CaptureDefinition* CaptureGraph::AddDefinition(const std::string& name) {
-  auto* definition = new CaptureDefinition(name);
+  auto* definition = new CaptureDefinition(name, GetTargetDefNodesMap().size());
   AddTargetROIDefNode(name, definition);
   definition->SetGraph(this);
   definitions_.push_back(definition);
@@ -34,6 +50,7 @@ void CaptureGraph::Link(const std::map<std::string, std::vector<std::string>>& p
       nodes.push_back(GetTargetDefNodesMap().at(name).get());
     if (nodes.empty()) nodes.push_back(GetBeginNode());
     definition->SetParents(nodes);
+    definition->Prepare();
   }
   std::vector<NxTargetROIDef*> last;
   for (CaptureDefinition* definition : definitions_)
@@ -43,59 +60,33 @@ void CaptureGraph::Link(const std::map<std::string, std::vector<std::string>>& p
 
 int CaptureGraph::Run(const NxRef<NxRegionObject>& wholeImage, ThreadPoolBase* pool,
                       NxSemaphore* semaphore) {
-  if (!wholeImage || !wholeImage->GetSourceImageObject()) return EC_NullPointer;
-  auto job = std::make_unique<ImageJob>();
-  job->source = wholeImage->GetSourceImageObject();
-  job->wholeImage = wholeImage;
-  job->pool = pool;
-  job->semaphore = semaphore;
-  for (const auto& [name, node] : GetTargetDefNodesMap()) {
-    DefinitionRun& run = job->definitions[static_cast<CaptureDefinition*>(node.get())];
-    run.parentsLeft = node->GetParentDefNodes().size();
-  }
-  const std::uint64_t imageId = job->source->GetImageId();
-  bool isDone = false;
-  {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    ImageJob& added = *(jobs_[imageId] = std::move(job));
-    static_cast<CaptureDefinition*>(GetBeginNode())->Start(added);
-    isDone = MoveIfDone(imageId);
-  }
-  if (isDone) semaphore->Produce();
+  if (!wholeImage || !wholeImage->GetSourceImageObject() || pool == nullptr) return EC_NullPointer;
+  auto owner = std::make_unique<SemaphoreOwner>(semaphore);
+  const NxRef<CaptureJob> job = new CaptureJob(*this, wholeImage, pool, *owner);
+  owner.release();  // NOLINT(bugprone-unused-return-value): the end of the job destroys it
+  job->Start();
   return EC_Ok;
 }
 
-void CaptureGraph::Advance(std::uint64_t imageId, NxTaskOutput* task) {
-  NxSemaphore* semaphore = nullptr;
-  {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    const auto at = jobs_.find(imageId);
-    if (at == jobs_.end()) return;
-    semaphore = at->second->semaphore;
-    const TaskRun& run = at->second->tasks.at(task);
-    run.definition->Advance(*run.output, *at->second);
-    if (!MoveIfDone(imageId)) return;
+void CaptureGraph::Begin(CaptureJob& job) {
+  for (const auto& [name, node] : GetTargetDefNodesMap()) {
+    const auto& definition = static_cast<const CaptureDefinition&>(*node);
+    job.definitions[definition.GetIndex()].parentsLeft = node->GetParentDefNodes().size();
   }
-  // Without the lock, which whoever wakes up takes first.
-  semaphore->Produce();
+  static_cast<CaptureDefinition*>(GetBeginNode())->Start(job);
 }
 
-bool CaptureGraph::MoveIfDone(std::uint64_t imageId) {
-  const auto at = jobs_.find(imageId);
-  if (!at->second->isDone) return false;
-  done_.push_back(std::move(at->second));
-  jobs_.erase(at);
-  return true;
-}
-
-std::vector<std::unique_ptr<ImageJob>> CaptureGraph::TakeDone() {
+Turn* CaptureGraph::FindTurn(const Nx_WorkObjectBase& work) {
+  if (!work.IsSingleThread()) return nullptr;
   const std::lock_guard<std::mutex> lock(mutex_);
-  return std::exchange(done_, {});
+  std::unique_ptr<Turn>& turn = turns_[&work];
+  if (turn == nullptr) turn = std::make_unique<Turn>();
+  return turn.get();
 }
 
-std::size_t CaptureGraph::GetJobCount() const {
+const char* CaptureGraph::KeepName(const std::string& name) {
   const std::lock_guard<std::mutex> lock(mutex_);
-  return jobs_.size() + done_.size();
+  return names_.insert(name).first->c_str();
 }
 
 }  // namespace velmora::capture

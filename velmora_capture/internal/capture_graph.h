@@ -2,31 +2,28 @@
 /// A template that runs.
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
 #include <map>
 #include <memory>
 #include <mutex>
+#include <set>
+#include <string>
 #include <vector>
 
 #include "velmora/engine/dependency_graph.h"
 #include "velmora_capture/internal/capture_definition.h"
-#include "velmora_capture/internal/image_job.h"
+#include "velmora_capture/internal/capture_job.h"
+#include "velmora_capture/internal/observers.h"
+#include "velmora_capture/internal/turn.h"
 
 namespace velmora::capture {
 
-class TaskStatistics;
-
-/// The definitions of a template between a begin and an end node, and the images that are on their
-/// way from one to the other.
+/// The definitions of a template between a begin and an end node.
 ///
-/// Whoever ended a piece of work calls `Advance`, which finds out what comes next for that image.
-///
-/// @threadsafety built before the first image; then `Run`, `Advance`, `TakeDone` and `GetJobCount`
-///               from any thread; the definitions are called with the lock held
+/// @threadsafety built before the first image; then any thread
 class CaptureGraph final : public NxDependencyGraph {
  public:
   CaptureGraph();
+  ~CaptureGraph() override;
 
   CaptureDefinition* AddDefinition(const std::string& name);
   /// The definitions of the template in its order, without begin and end.
@@ -35,35 +32,29 @@ class CaptureGraph final : public NxDependencyGraph {
   /// once, when all definitions are there.
   void Link(const std::map<std::string, std::vector<std::string>>& parents);
 
-  /// Begins the work on an image. The region must have a source image object, whose image id names
-  /// the job. The semaphore is produced once the job is done.
+  /// @param observers  outlive the graph; none are told otherwise
+  void SetObservers(const Observers& observers) { observers_ = &observers; }
+  const Observers& GetObservers() const { return *observers_; }
+
+  /// Begins the work on an image; the semaphore is produced once that is done.
   int Run(const NxRef<NxRegionObject>& wholeImage, ThreadPoolBase* pool,
           NxSemaphore* semaphore) override;
 
-  /// Moves an image on after some work for the task has ended. Does nothing if the image is done.
-  void Advance(std::uint64_t imageId, NxTaskOutput* task);
-  /// The jobs that are done, each once.
-  std::vector<std::unique_ptr<ImageJob>> TakeDone();
-  /// Jobs that were begun and not taken yet.
-  std::size_t GetJobCount() const;
+  /// Begins a job, on its strand.
+  void Begin(CaptureJob& job);
 
-  /// Counts the work from now on; borrowed.
-  void SetStatistics(TaskStatistics* statistics) { statistics_ = statistics; }
-  TaskStatistics& GetStatistics() const { return *statistics_; }
-
-  /// For the definitions while they are called.
-  ImageJob& GetJob(std::uint64_t imageId) { return *jobs_.at(imageId); }
+  /// The turn of a single-thread work object; null for others.
+  Turn* FindTurn(const Nx_WorkObjectBase& work);
+  /// @return the name, valid as long as the graph
+  const char* KeepName(const std::string& name);
 
  private:
-  // With the lock held: moves a job that is done to the others of its kind.
-  bool MoveIfDone(std::uint64_t imageId);
-
+  const Observers nobody_;
+  const Observers* observers_ = &nobody_;
   std::vector<CaptureDefinition*> definitions_;
-  TaskStatistics* statistics_ = nullptr;
-  // Taken before the lock of the pool, which gets new items while it is held.
-  mutable std::mutex mutex_;  // guards what follows, and all that belongs to a job
-  std::map<std::uint64_t, std::unique_ptr<ImageJob>> jobs_;
-  std::vector<std::unique_ptr<ImageJob>> done_;
+  std::mutex mutex_;  // guards what follows
+  std::set<std::string> names_;
+  std::map<const Nx_WorkObjectBase*, std::unique_ptr<Turn>> turns_;
 };
 
 }  // namespace velmora::capture

@@ -1,7 +1,6 @@
 #include "velmora_capture/internal/clock_thread.h"
 
 #include <chrono>
-#include <utility>
 
 namespace velmora::capture {
 
@@ -10,8 +9,8 @@ using Clock = std::chrono::steady_clock;
 constexpr std::chrono::milliseconds kTick(2);
 }  // namespace
 
-ClockThread::ClockThread(NxDataManagerPool& managers, std::function<bool()> isCancelled)
-    : managers_(managers), isCancelled_(std::move(isCancelled)), thread_([this] { Run(); }) {}
+ClockThread::ClockThread(NxDataManagerPool& managers)
+    : managers_(managers), thread_([this] { Run(); }) {}
 
 ClockThread::~ClockThread() {
   {
@@ -22,16 +21,29 @@ ClockThread::~ClockThread() {
   thread_.join();
 }
 
+void ClockThread::SetBusy(bool isBusy) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  isBusy_ = isBusy;
+  // Between two images that follow each other closely it need not be woken: it ticks anyway.
+  if (isBusy && isAsleep_) wakeUp_.notify_one();
+}
+
 void ClockThread::Run() {
   Clock::time_point charged = Clock::now();
   std::unique_lock<std::mutex> lock(mutex_);
-  while (!wakeUp_.wait_for(lock, kTick, [this] { return isStopping_; })) {
+  for (;;) {
+    if (!isBusy_) {
+      isAsleep_ = true;
+      wakeUp_.wait(lock, [this] { return isStopping_ || isBusy_; });
+      isAsleep_ = false;
+      charged = Clock::now();
+    }
+    if (wakeUp_.wait_for(lock, kTick, [this] { return isStopping_; })) return;
     // Whole milliseconds; what is left over counts with the next tick.
     const auto elapsed =
         std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - charged);
     charged += elapsed;
     managers_.GetActiveWorkUnitManager()->AddTimeCheckCountForActiveWorkUnit(elapsed.count());
-    if (isCancelled_()) managers_.GetTaskEffectTimeManager()->SetTimePointToTaskEffect(1);
   }
 }
 

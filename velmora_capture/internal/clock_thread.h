@@ -3,7 +3,6 @@
 #pragma once
 
 #include <condition_variable>
-#include <functional>
 #include <mutex>
 #include <thread>
 
@@ -11,23 +10,28 @@
 
 namespace velmora::capture {
 
-/// Charges elapsed time to every image that has work in flight, every few milliseconds, and stops
-/// all work once the run is cancelled.
+/// Charges elapsed time to every image that has work in flight, every few milliseconds. Sleeps
+/// without a time-out while there is none.
+///
+/// @threadsafety SetBusy from any thread
 class ClockThread {
  public:
-  /// @param isCancelled  asked with each tick; the first true opens the pool's time point
-  ClockThread(NxDataManagerPool& managers, std::function<bool()> isCancelled);
+  explicit ClockThread(NxDataManagerPool& managers);
   ~ClockThread();
   ClockThread(const ClockThread&) = delete;
   ClockThread& operator=(const ClockThread&) = delete;
+
+  /// Tells whether any image is in flight.
+  void SetBusy(bool isBusy);
 
  private:
   void Run();
 
   NxDataManagerPool& managers_;
-  std::function<bool()> isCancelled_;
-  std::mutex mutex_;  // guards isStopping_
+  std::mutex mutex_;  // guards the flags
   std::condition_variable wakeUp_;
+  bool isBusy_ = false;
+  bool isAsleep_ = false;
   bool isStopping_ = false;
   std::thread thread_;
 };

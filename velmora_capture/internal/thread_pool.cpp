@@ -8,25 +8,36 @@ namespace velmora::capture {
 
 namespace {
 
-// The pool whose thread this is, while that thread is about to come back for an item.
-thread_local const CaptureThreadPool* comesBackTo = nullptr;
+// What a pool knows about the thread that is running.
+struct ThreadState {
+  CaptureThreadPool* pool = nullptr;
+  bool comesBack = false;   // it is about to come back for an item
+  bool leftAnItem = false;  // one was queued for it, and nobody was woken
+};
+
+thread_local ThreadState self;
 
 }  // namespace
 
-CaptureThreadPool::CaptureThreadPool(int threads, Trace& trace) : trace_(trace) {
+CaptureThreadPool::CaptureThreadPool(int threads, const Observers& observers)
+    : observers_(observers), threadCount_(threads) {
   for (int i = 1; i <= threads; ++i) threads_.emplace_back([this, i] { RunThread(i); });
 }
 
 void CaptureThreadPool::AppendWorkItem(RtrThreadWorkItemBase* item) {
+  const NxRef<RtrThreadWorkItemBase> kept = item;  // what is dropped is destroyed without the lock
   item->LogPush();
   {
     const std::lock_guard<std::mutex> lock(mutex_);
-    queue_.push(item);
+    if (isStopping_) return;
+    queues_[item->GetPriority()].push(kept);
+    ++queued_;
   }
   // A thread that ends an item takes the next one itself: waking another for it costs more than most
   // of what the engine does for an item. From the second one on there is work for others.
-  if (comesBackTo == this) {
-    comesBackTo = nullptr;
+  if (self.pool == this && self.comesBack) {
+    self.comesBack = false;
+    self.leftAnItem = true;
   } else {
     wakeUp_.notify_one();
   }
@@ -42,24 +53,40 @@ void CaptureThreadPool::Stop() {
   threads_.clear();
 }
 
+bool CaptureThreadPool::IsOwnThread() const {
+  return self.pool == this;
+}
+
+void CaptureThreadPool::LetOthersWork() {
+  self.comesBack = false;
+  if (self.leftAnItem) self.pool->wakeUp_.notify_one();
+  self.leftAnItem = false;
+}
+
 NxRef<RtrThreadWorkItemBase> CaptureThreadPool::TakeItem() {
   std::unique_lock<std::mutex> lock(mutex_);
-  wakeUp_.wait(lock, [this] { return isStopping_ || !queue_.empty(); });
-  if (queue_.empty()) return nullptr;
-  NxRef<RtrThreadWorkItemBase> item = queue_.front();
-  queue_.pop();
-  return item;
+  wakeUp_.wait(lock, [this] { return isStopping_ || queued_ > 0; });
+  for (auto& [priority, queue] : queues_) {
+    if (queue.empty()) continue;
+    NxRef<RtrThreadWorkItemBase> item = queue.front();
+    queue.pop();
+    --queued_;
+    return item;
+  }
+  return nullptr;
 }
 
 void CaptureThreadPool::RunThread(int number) {
-  trace_.AddLane("pool " + std::to_string(number));
+  self.pool = this;
+  observers_.ThreadStarted(("pool " + std::to_string(number)).c_str());
   while (const NxRef<RtrThreadWorkItemBase> item = TakeItem()) {
-    const TraceScope span(SpanKind::kItem, "work item", -1);
+    const SpanScope span(observers_, RunStage::kItem, "work item", -1);
     item->LogPop();
     item->Process(this);
-    comesBackTo = this;
+    self.comesBack = true;
     item->FinishWork();
-    comesBackTo = nullptr;
+    self.comesBack = false;
+    self.leftAnItem = false;
   }
 }
 

@@ -3,39 +3,54 @@
 #pragma once
 
 #include <condition_variable>
+#include <cstdint>
+#include <map>
 #include <mutex>
 #include <thread>
 #include <vector>
 
 #include "velmora/engine/task_unit_queue.h"
 #include "velmora/foundation/thread_pool_base.h"
-#include "velmora_capture/internal/trace.h"
+#include "velmora_capture/internal/observers.h"
 
 namespace velmora::capture {
 
-/// A fixed number of threads that take items off one queue, first in first out.
+/// A fixed number of threads. They take the item with the lowest priority number first, and those of
+/// one priority in the order in which they came.
 ///
-/// @threadsafety AppendWorkItem from any thread; Stop from the thread that made the pool
+/// @threadsafety Stop from the thread that made the pool; the rest from any thread
 class CaptureThreadPool final : public ThreadPoolBase {
  public:
-  CaptureThreadPool(int threads, Trace& trace);
+  /// @param observers  outlive the pool
+  CaptureThreadPool(int threads, const Observers& observers);
   ~CaptureThreadPool() { Stop(); }
   CaptureThreadPool(const CaptureThreadPool&) = delete;
   CaptureThreadPool& operator=(const CaptureThreadPool&) = delete;
 
+  /// Once the pool stops, the item is dropped.
+  /// @throws std::bad_alloc; the item was not taken then
   void AppendWorkItem(RtrThreadWorkItemBase* item) override;
-  int GetThreadCount() const override { return static_cast<int>(threads_.size()); }
+  int GetThreadCount() const override { return threadCount_; }
   void Stop() override;
+
+  /// Whether the calling thread is one of this pool's.
+  bool IsOwnThread() const;
+
+  /// To be called before code of unknown length runs: if the calling thread belongs to a pool and an
+  /// item was left for it to take next, another thread is woken for that.
+  static void LetOthersWork();
 
  private:
   void RunThread(int number);
   // Waits for an item; empty once the pool has stopped and nothing is left.
   NxRef<RtrThreadWorkItemBase> TakeItem();
 
-  Trace& trace_;
-  std::mutex mutex_;                // guards what follows
-  std::condition_variable wakeUp_;  // an item was queued, or the pool stops
-  TaskUnitQueue queue_;
+  const Observers& observers_;
+  const int threadCount_;
+  std::mutex mutex_;                               // guards what follows
+  std::condition_variable wakeUp_;                 // an item was queued, or the pool stops
+  std::map<std::uint64_t, TaskUnitQueue> queues_;  // by priority; empty ones stay
+  int queued_ = 0;                                 // items in all queues
   bool isStopping_ = false;
   std::vector<std::thread> threads_;  // the maker's alone
 };

@@ -7,19 +7,17 @@
 #include <cstring>
 #include <iomanip>
 
-#include "tools/capture/system.h"
-
 namespace velmora::capture {
 namespace {
 
-thread_local TraceLane* currentLane = nullptr;
+using Clock = std::chrono::steady_clock;
 
-const char* CategoryOf(SpanKind kind) {
+const char* CategoryOf(RunStage stage) {
   static constexpr const char* kNames[] = {"read", "convert", "schedule", "item", "work", "report"};
-  return kNames[static_cast<int>(kind)];
+  return kNames[static_cast<int>(stage)];
 }
 
-std::int64_t Nanoseconds(TraceLane::Clock::duration time) {
+std::int64_t Nanoseconds(Clock::duration time) {
   return std::chrono::duration_cast<std::chrono::nanoseconds>(time).count();
 }
 
@@ -32,75 +30,143 @@ struct Microseconds {
   }
 };
 
+std::uint64_t NextSerial() {
+  static std::atomic<std::uint64_t> serial{0};
+  return ++serial;
+}
+
 }  // namespace
 
-TraceStamp TraceStamp::Now() {
-  return {TraceLane::Clock::now(), ThreadNanoseconds()};
-}
+// The spans of one thread.
+class Trace::Lane {
+ public:
+  explicit Lane(std::string name) : name_(std::move(name)) {}
 
-void TraceLane::Add(SpanKind kind, const char* name, int image, const TraceStamp& begin,
-                    const TraceStamp& end) {
-  if (keepsSpans_) spans_.push_back({kind, name, image, begin.time, end.time});
-  auto total = std::find_if(totals_.begin(), totals_.end(), [&](const Total& t) {
-    return t.kind == kind && (t.name == name || std::strcmp(t.name, name) == 0);
-  });
-  if (total == totals_.end()) total = totals_.insert(total, {kind, name, 0, 0});
-  total->nanoseconds += end.processorNanoseconds - begin.processorNanoseconds;
-  ++total->count;
-}
+  void Add(const RunSpan& span, bool isKept) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (isKept)
+      spans_.push_back(
+          {span.stage, span.name, span.workMode, span.jobNumber, span.begin.time, span.end.time});
+    AddTotal(span.stage, span.name,
+             span.end.processorNanoseconds - span.begin.processorNanoseconds);
+  }
 
-TraceLane* Trace::AddLane(const std::string& name) {
-  const std::lock_guard<std::mutex> lock(mutex_);
-  lanes_.push_back(std::make_unique<TraceLane>(name, keepsSpans_));
-  return currentLane = lanes_.back().get();
-}
-
-TraceLane& Trace::CurrentLane() {
-  return *currentLane;
-}
-
-std::vector<Trace::StageTotal> Trace::GetTotals() const {
-  const std::lock_guard<std::mutex> lock(mutex_);
-  std::vector<StageTotal> stages;
-  for (const auto& lane : lanes_) {
-    for (const TraceLane::Total& total : lane->totals_) {
-      auto stage = std::find_if(stages.begin(), stages.end(), [&](const StageTotal& s) {
-        return s.kind == total.kind && s.name == total.name;
+  void AddTotalsTo(std::vector<StageTime>& stages) const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    for (const Total& total : totals_) {
+      auto stage = std::find_if(stages.begin(), stages.end(), [&](const StageTime& s) {
+        return s.stage == total.stage && s.name == total.name;
       });
-      if (stage == stages.end()) stage = stages.insert(stage, {total.kind, total.name, 0, 0});
+      if (stage == stages.end()) stage = stages.insert(stage, {total.stage, total.name, 0, 0});
       stage->nanoseconds += total.nanoseconds;
       stage->count += total.count;
     }
   }
-  std::stable_sort(stages.begin(), stages.end(), [](const StageTotal& a, const StageTotal& b) {
-    return a.kind != b.kind ? a.kind < b.kind : a.name < b.name;
-  });
-  return stages;
+
+  void Write(std::ostream& out, std::size_t number, Clock::time_point start) const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    out << "{\"ph\":\"M\",\"name\":\"thread_name\",\"pid\":1,\"tid\":" << number
+        << ",\"args\":{\"name\":" << Json::valueToQuotedString(name_.c_str()) << "}}";
+    for (const Span& span : spans_) {
+      out << ",\n{\"ph\":\"X\",\"name\":" << Json::valueToQuotedString(span.name) << ",\"cat\":\""
+          << CategoryOf(span.stage) << "\",\"pid\":1,\"tid\":" << number
+          << ",\"ts\":" << Microseconds{Nanoseconds(span.begin - start)}
+          << ",\"dur\":" << Microseconds{Nanoseconds(span.end - span.begin)};
+      if (span.job >= 0) {
+        out << ",\"args\":{\"image\":" << span.job;
+        if (*span.mode != 0) out << ",\"mode\":" << Json::valueToQuotedString(span.mode);
+        out << "}";
+      }
+      out << "}";
+    }
+  }
+
+ private:
+  struct Span {
+    RunStage stage;
+    const char* name;
+    const char* mode;
+    std::int64_t job;
+    Clock::time_point begin;
+    Clock::time_point end;
+  };
+  struct Total {
+    RunStage stage;
+    const char* name;
+    std::int64_t nanoseconds;
+    std::int64_t count;
+  };
+
+  // With the lock held. Names are compared by address first: a lane has few.
+  void AddTotal(RunStage stage, const char* name, std::int64_t nanoseconds) {
+    auto total = std::find_if(totals_.begin(), totals_.end(), [&](const Total& t) {
+      return t.stage == stage && (t.name == name || std::strcmp(t.name, name) == 0);
+    });
+    if (total == totals_.end()) total = totals_.insert(total, {stage, name, 0, 0});
+    total->nanoseconds += nanoseconds;
+    ++total->count;
+  }
+
+  const std::string name_;
+  mutable std::mutex mutex_;  // guards what follows
+  std::vector<Span> spans_;
+  std::vector<Total> totals_;
+};
+
+Trace::Trace(bool keepsSpans)
+    : keepsSpans_(keepsSpans), serial_(NextSerial()), start_(Clock::now()) {}
+
+Trace::~Trace() = default;
+
+void Trace::OnThreadStarted(const char* name) {
+  auto lane = std::make_unique<Lane>(name);
+  const std::lock_guard<std::mutex> lock(mutex_);
+  byThread_[std::this_thread::get_id()] = lane.get();
+  lanes_.push_back(std::move(lane));
 }
 
-std::int64_t Trace::GetNanoseconds(SpanKind kind) const {
-  std::int64_t sum = 0;
-  for (const StageTotal& stage : GetTotals()) sum += stage.kind == kind ? stage.nanoseconds : 0;
-  return sum;
+Trace::Lane& Trace::FindLane() {
+  // Of the trace that the thread worked for last.
+  thread_local std::uint64_t lastSerial = 0;
+  thread_local Lane* last = nullptr;
+  if (lastSerial == serial_) return *last;
+  const std::lock_guard<std::mutex> lock(mutex_);
+  last = byThread_.at(std::this_thread::get_id());
+  lastSerial = serial_;
+  return *last;
+}
+
+void Trace::OnSpan(const RunSpan& span) {
+  FindLane().Add(span, keepsSpans_);
+}
+
+void Trace::AddSourceSpan(const RunSpan& span) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  if (source_ == nullptr) {
+    lanes_.push_back(std::make_unique<Lane>("source"));
+    source_ = lanes_.back().get();
+  }
+  source_->Add(span, keepsSpans_);
+}
+
+std::vector<StageTime> Trace::GetStageTimes() const {
+  std::vector<StageTime> stages;
+  {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    for (const auto& lane : lanes_) lane->AddTotalsTo(stages);
+  }
+  std::stable_sort(stages.begin(), stages.end(), [](const StageTime& a, const StageTime& b) {
+    return a.stage != b.stage ? a.stage < b.stage : a.name < b.name;
+  });
+  return stages;
 }
 
 void Trace::WriteJson(std::ostream& out) const {
   const std::lock_guard<std::mutex> lock(mutex_);
   out << "{\"displayTimeUnit\":\"ms\",\"traceEvents\":[\n";
-  for (std::size_t lane = 0; lane < lanes_.size(); ++lane) {
-    const std::size_t tid = lane + 1;
-    out << "{\"ph\":\"M\",\"name\":\"thread_name\",\"pid\":1,\"tid\":" << tid
-        << ",\"args\":{\"name\":" << Json::valueToQuotedString(lanes_[lane]->GetName().c_str())
-        << "}}";
-    for (const TraceLane::Span& span : lanes_[lane]->spans_) {
-      out << ",\n{\"ph\":\"X\",\"name\":" << Json::valueToQuotedString(span.name) << ",\"cat\":\""
-          << CategoryOf(span.kind) << "\",\"pid\":1,\"tid\":" << tid
-          << ",\"ts\":" << Microseconds{Nanoseconds(span.begin - start_)}
-          << ",\"dur\":" << Microseconds{Nanoseconds(span.end - span.begin)};
-      if (span.image >= 0) out << ",\"args\":{\"image\":" << span.image << "}";
-      out << "}";
-    }
-    out << (lane + 1 < lanes_.size() ? ",\n" : "\n");
+  for (std::size_t i = 0; i < lanes_.size(); ++i) {
+    lanes_[i]->Write(out, i + 1, start_);
+    out << (i + 1 < lanes_.size() ? ",\n" : "\n");
   }
   out << "]}\n";
 }

@@ -1,0 +1,129 @@
+#include "velmora_capture/internal/delivery.h"
+
+#include <chrono>
+#include <utility>
+
+#include "velmora/foundation/error_code.h"
+#include "velmora_capture/internal/capture_engine.h"
+#include "velmora_capture/internal/source_image.h"
+
+namespace velmora::capture {
+
+using namespace basic_structures;
+
+/// One submitted image.
+class Delivery::Submission final : public JobOwner {
+ public:
+  Submission(Delivery& delivery, Capture::Handler handler)
+      : handler_(std::move(handler)), delivery_(delivery) {}
+
+  void OnJobDone(CaptureJob& job) noexcept override {
+    delivery_.engine_.Release(job);
+    delivery_.Push(*this);
+  }
+
+  const Capture::Handler handler_;
+  Offer offer_;
+  NxRef<CaptureJob> job_;         // empty if there was nothing to work on
+  NxRef<CaptureResult> failure_;  // then this is there
+  Submission* next_ = nullptr;
+
+ private:
+  Delivery& delivery_;
+};
+
+Delivery::Delivery(CaptureEngine& engine) : engine_(engine), thread_([this] { RunThread(); }) {}
+
+Delivery::~Delivery() {
+  {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    isStopping_ = true;
+  }
+  wakeUp_.notify_one();
+  thread_.join();
+}
+
+int Delivery::Submit(std::unique_ptr<CImageData> image, Capture::Handler handler, int waitMs) {
+  if (!WaitForRoom(waitMs)) {
+    engine_.CountRefused();
+    return EC_CallRejectedWhileCapturing;
+  }
+  engine_.IntroduceThread();
+  try {
+    auto owned = std::make_unique<Submission>(*this, std::move(handler));
+    Submission& submission = *owned;
+    submission.offer_ = engine_.MakeOffer(true);
+    if (!IsReadable(*image)) {
+      submission.failure_ = engine_.ReportFailure(
+          submission.offer_, {EC_ImageDataParameterInvalid, {}, {}, {}}, image->GetImageTag());
+    } else {
+      const NxRef<NxImageData> picture = TakeOverImage(std::move(image));
+      submission.job_ = engine_.MakeJob(submission.offer_, picture, submission);
+      if (!submission.job_) {
+        submission.failure_ = engine_.ReportFailure(
+            submission.offer_, {EC_ImagePixelFormatNotMet, {}, {}, {}}, picture->GetImageTag());
+      }
+    }
+    // From here on the list owns it.
+    owned.release();  // NOLINT(bugprone-unused-return-value)
+    if (const NxRef<CaptureJob> job = submission.job_) {
+      engine_.Begin(*job);
+    } else {
+      Push(submission);
+    }
+    return EC_Ok;
+  } catch (...) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    --inFlight_;
+    throw;
+  }
+}
+
+bool Delivery::WaitForRoom(int waitMs) {
+  // Neither the delivery nor the pool waits for itself.
+  const bool mayWait = std::this_thread::get_id() != thread_.get_id() && !engine_.IsPoolThread();
+  std::unique_lock<std::mutex> lock(mutex_);
+  const auto hasRoom = [this] { return inFlight_ < engine_.GetMostInFlight(); };
+  const std::chrono::milliseconds wait(mayWait && waitMs > 0 ? waitMs : 0);
+  if (!hasRoom_.wait_for(lock, wait, hasRoom)) return false;
+  ++inFlight_;
+  return true;
+}
+
+void Delivery::Push(Submission& submission) noexcept {
+  // Notified with the lock held: the delivery may be gone as soon as it is free.
+  const std::lock_guard<std::mutex> lock(mutex_);
+  (first_ == nullptr ? first_ : last_->next_) = &submission;
+  last_ = &submission;
+  wakeUp_.notify_one();
+}
+
+void Delivery::RunThread() {
+  engine_.IntroduceThread("delivery");
+  std::unique_lock<std::mutex> lock(mutex_);
+  for (;;) {
+    wakeUp_.wait(lock, [this] { return first_ != nullptr || (isStopping_ && inFlight_ == 0); });
+    const std::unique_ptr<Submission> next(first_);
+    if (next == nullptr) return;
+    first_ = next->next_;
+    --inFlight_;
+    hasRoom_.notify_one();
+    lock.unlock();
+    HandOver(*next);
+    lock.lock();
+  }
+}
+
+void Delivery::HandOver(Submission& submission) noexcept {
+  const SpanScope span(engine_.GetObservers(), RunStage::kReport, "report",
+                       submission.offer_.number);
+  try {
+    NxRef<CaptureResult> result = submission.failure_;
+    if (!result) result = engine_.Report(*submission.job_);
+    engine_.CountDelivered();
+    submission.handler_(result);
+  } catch (...) {  // NOLINT(bugprone-empty-catch): the handler is not to throw; others wait
+  }
+}
+
+}  // namespace velmora::capture

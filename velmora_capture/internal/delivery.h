@@ -1,0 +1,51 @@
+/// @file
+/// Results for handlers that are called later.
+#pragma once
+
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <thread>
+
+#include "velmora_capture/capture.h"
+#include "velmora_capture/internal/capture_job.h"
+
+namespace velmora::capture {
+
+class CaptureEngine;
+
+/// The images of `Capture::Submit`, and the thread that calls their handlers.
+///
+/// @threadsafety any thread
+class Delivery {
+ public:
+  explicit Delivery(CaptureEngine& engine);
+  /// Waits until every handler was called.
+  ~Delivery();
+  Delivery(const Delivery&) = delete;
+  Delivery& operator=(const Delivery&) = delete;
+
+  /// As `Capture::Submit`. @throws std::bad_alloc; the handler is not called then
+  int Submit(std::unique_ptr<basic_structures::CImageData> image, Capture::Handler handler,
+             int waitMs);
+
+ private:
+  class Submission;
+
+  bool WaitForRoom(int waitMs);
+  void Push(Submission& submission) noexcept;
+  void RunThread();
+  void HandOver(Submission& submission) noexcept;
+
+  CaptureEngine& engine_;
+  std::mutex mutex_;                // guards what follows
+  std::condition_variable wakeUp_;  // something is to be delivered, or to stop
+  std::condition_variable hasRoom_;
+  int inFlight_ = 0;             // submitted and not yet delivered
+  Submission* first_ = nullptr;  // owned; to be delivered, in the order of their end
+  Submission* last_ = nullptr;
+  bool isStopping_ = false;
+  std::thread thread_;
+};
+
+}  // namespace velmora::capture

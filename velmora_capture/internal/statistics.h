@@ -1,0 +1,41 @@
+/// @file
+/// How long each task worked, and how it ended.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "velmora/engine/target_task_setting.h"
+#include "velmora_capture/capture.h"
+#include "velmora_capture/internal/template.h"
+
+namespace velmora::capture {
+
+/// Counts the work of every task.
+///
+/// @threadsafety any thread
+class Statistics final : public RunObserver {
+ public:
+  /// @param running  full names of the tasks that are not left out
+  void AddTasks(const Template& source, const std::vector<std::string>& running);
+
+  void OnSpan(const RunSpan& span) override;
+  /// Counts an error that an image recorded, also of work that did not begin.
+  void AddError(const std::string& definition, const std::string& task, int code);
+  void AddFound(const NxTargetTaskSetting& task, std::int64_t count);
+
+  std::vector<TaskCounts> GetTasks() const;
+
+ private:
+  TaskCounts* Find(std::string_view fullName);
+
+  mutable std::mutex mutex_;  // guards what follows
+  std::vector<TaskCounts> tasks_;
+  std::map<std::string, std::size_t, std::less<>> indices_;  // by full name
+};
+
+}  // namespace velmora::capture
