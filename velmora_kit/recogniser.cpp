@@ -1,7 +1,5 @@
 #include "velmora_kit/recogniser.h"
 
-#include <mutex>
-
 #include "velmora/engine/task_output.h"
 #include "velmora/engine/work_item.h"
 #include "velmora/engine/work_output.h"
@@ -11,8 +9,6 @@
 namespace velmora::kit {
 
 int Recogniser::Work(ExecutableWorkItem* item, NxSemaphore*) {
-  std::unique_lock<std::mutex> turn(mutex_, std::defer_lock);
-  if (IsSingleThread()) turn.lock();
   auto& output = static_cast<NxWorkOutput&>(*item->GetOutput());
   const int code = DoWork(output);
   item->SetWorkFinished();
