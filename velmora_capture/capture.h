@@ -158,7 +158,8 @@ class VELMORA_CAPTURE_EXPORT Capture {
   CaptureStatistics GetStatistics() const;
   std::vector<StageTime> GetStageTimes() const;
   int GetThreadCount() const;
-  /// A sentence on each optional task whose module is missing.
+  /// Sentences on what the user may not have meant: optional tasks whose module is missing, a
+  /// template without an output.
   const std::vector<std::string>& GetNotes() const;
 
   /// Writes the spans in the trace-event format that Perfetto and chrome://tracing open.

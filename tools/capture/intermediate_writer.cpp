@@ -4,12 +4,10 @@
 #include <json/writer.h>
 
 #include <cstdio>
-#include <filesystem>
-#include <fstream>
-#include <iostream>
 #include <utility>
 #include <vector>
 
+#include "tools/capture/output_file.h"
 #include "velmora/geometry/quadrilateral.h"
 #include "velmora/image/image_data.h"
 #include "velmora/results/detection_units.h"
@@ -56,26 +54,29 @@ std::string ToJson(const CPredetectedRegionsUnit& unit) {
   return Json::writeString(builder, root) + "\n";
 }
 
-void WriteFile(const std::string& file, const char* bytes, std::size_t size) {
-  std::ofstream out(file, std::ios::binary);
-  out.write(bytes, static_cast<std::streamsize>(size));
-  out.close();
-  if (!out) std::cerr << file << " could not be written\n";
-}
-
 }  // namespace
 
-IntermediateWriter::IntermediateWriter(std::string folder) : folder_(std::move(folder)) {}
+IntermediateWriter::IntermediateWriter(std::string folder,
+                                       std::function<void(const std::string&)> onFailure)
+    : folder_(std::move(folder)), onFailure_(std::move(onFailure)) {}
 
 void IntermediateWriter::OnUnitResultReceived(CIntermediateResultUnit* unit,
                                               const IntermediateResultInfo* info) {
   if (const basic_structures::CImageData* image = ImageOf(*unit)) {
     const std::vector<unsigned char> png = EncodePng(*image);
-    WriteFile(NextFile(*unit, *info, ".png"), reinterpret_cast<const char*>(png.data()),
-              png.size());
+    Write(NextFile(*unit, *info, ".png"), reinterpret_cast<const char*>(png.data()), png.size());
   } else if (const auto* regions = dynamic_cast<const CPredetectedRegionsUnit*>(unit)) {
     const std::string json = ToJson(*regions);
-    WriteFile(NextFile(*unit, *info, ".json"), json.data(), json.size());
+    Write(NextFile(*unit, *info, ".json"), json.data(), json.size());
+  }
+}
+
+void IntermediateWriter::Write(const std::string& file, const char* bytes, std::size_t size) const {
+  try {
+    WriteFile(file, "the intermediate file",
+              [&](std::ostream& out) { out.write(bytes, static_cast<std::streamsize>(size)); });
+  } catch (const OutputError& error) {
+    onFailure_(error.what());
   }
 }
 
@@ -91,7 +92,7 @@ std::string IntermediateWriter::NextFile(const CIntermediateResultUnit& unit,
   }
   const std::string name =
       std::string(numbers) + info.targetROIDefName + "-" + info.taskName + extension;
-  return (std::filesystem::path(folder_) / name).string();
+  return (ToPath(folder_) / ToPath(name)).u8string();
 }
 
 }  // namespace velmora::capture

@@ -1,7 +1,8 @@
 /// @file
-/// What an observer of the work sees.
+/// What a receiver of intermediate results sees.
 #pragma once
 
+#include <functional>
 #include <mutex>
 #include <ostream>
 #include <string>
@@ -16,7 +17,8 @@ namespace velmora::capture {
 /// @threadsafety called from the threads of the pool, several at once
 class IntermediateWriter final : public intermediate_results::CAbstractIntermediateResultReceiver {
  public:
-  explicit IntermediateWriter(std::string folder);
+  /// @param onFailure  told in a sentence what could not be written
+  IntermediateWriter(std::string folder, std::function<void(const std::string&)> onFailure);
 
   void OnTargetROIResultsReceived(const intermediate_results::CIntermediateResult*,
                                   const intermediate_results::IntermediateResultInfo*) override {}
@@ -28,11 +30,13 @@ class IntermediateWriter final : public intermediate_results::CAbstractIntermedi
                             const intermediate_results::IntermediateResultInfo* info) override;
 
  private:
+  void Write(const std::string& file, const char* bytes, std::size_t size) const;
   std::string NextFile(const intermediate_results::CIntermediateResultUnit& unit,
                        const intermediate_results::IntermediateResultInfo& info,
                        const char* extension);
 
   const std::string folder_;
+  const std::function<void(const std::string&)> onFailure_;
   std::mutex mutex_;  // guards written_
   int written_ = 0;
 };

@@ -4,32 +4,44 @@
 #include <exception>
 #include <iostream>
 #include <string>
-#include <vector>
 
 #include "tools/capture/options.h"
+#include "tools/capture/output_file.h"
 #include "tools/capture/session.h"
 #include "tools/capture/system.h"
+#include "tools/capture/text.h"
 #include "velmora/foundation/core_module.h"
 
+namespace {
+
+using namespace velmora::capture;
+
+int RunProgramWith(const Options& options) {
+  if (options.help) {
+    WriteStandardOutput(GetHelp());
+    return kAllRead;
+  }
+  if (options.version) {
+    WriteStandardOutput(std::string("velmora-capture ") + velmora::Nx_GetLibVersion() + "\n");
+    return kAllRead;
+  }
+  return Session(options).Run();
+}
+
+int Complain(const std::string& sentence, int status) {
+  std::cerr << "velmora-capture: " << sentence << "\n";
+  return status;
+}
+
+}  // namespace
+
 int main(int argc, char** argv) {
-  using namespace velmora::capture;
   try {
-    const Options options = ParseOptions(std::vector<std::string>(argv + 1, argv + argc));
-    KeepLineEnds();
-    if (options.help) {
-      std::cout << kHelp;
-      return kAllRead;
-    }
-    if (options.version) {
-      std::cout << "velmora-capture " << velmora::Nx_GetLibVersion() << "\n";
-      return kAllRead;
-    }
-    return Session(options).Run();
+    PrepareStandardStreams();
+    return RunProgramWith(ParseOptions(GetArguments(argc, argv)));
   } catch (const UsageError& error) {
-    std::cerr << "velmora-capture: " << error.what() << "; --help tells more\n";
-    return kBadUsage;
+    return Complain(Printable(error.what()) + "; --help tells more", kBadUsage);
   } catch (const std::exception& error) {
-    std::cerr << "velmora-capture: " << error.what() << "\n";
-    return kSomeFailed;
+    return Complain(Printable(error.what()), kSomeFailed);
   }
 }

@@ -1,13 +1,11 @@
 #include "tools/capture/options.h"
 
+#include <algorithm>
 #include <cstddef>
-#include <functional>
-#include <map>
+#include <iterator>
 
 namespace velmora::capture {
 namespace {
-
-constexpr int kMaxNumber = 1'000'000'000;
 
 int ParseNumber(const std::string& option, const std::string& text, int smallest, int largest) {
   const bool isNumber = !text.empty() && text.size() <= 9 &&
@@ -33,89 +31,150 @@ RawFormat ParseRaw(const std::string& text) {
   }
 }
 
-using Setter = std::function<void(Options&, const std::string&)>;
+std::vector<std::string> ParseList(const std::string& text) {
+  std::vector<std::string> items;
+  for (std::size_t at = 0; at <= text.size();) {
+    const std::size_t comma = std::min(text.find(',', at), text.size());
+    items.push_back(text.substr(at, comma - at));
+    at = comma + 1;
+  }
+  return items;
+}
 
-const std::map<std::string, std::function<void(Options&)>> kFlags = {
-    {"--json", [](Options& o) { o.json = true; }},
-    {"--help", [](Options& o) { o.help = true; }},
-    {"--version", [](Options& o) { o.version = true; }},
+constexpr int kMostMs = 999'999'999;
+constexpr int kMostPixels = 999'999'999;  // a buffer of three bytes each has to fit in 32 bits
+
+using O = Options;
+using V = const std::string&;
+
+// One option, or a heading or another line of the help text where there is no setter.
+struct Row {
+  const char* name;   // as on the command line; empty for what is no option
+  const char* value;  // what stands for the value in the help text; empty for a flag
+  const char* help;
+  void (*set)(Options&, const std::string&);
 };
 
-const std::map<std::string, Setter> kSettings = {
-    {"--raw", [](Options& o, const std::string& v) { o.raw = ParseRaw(v); }},
-    {"--buffer",
-     [](Options& o, const std::string& v) { o.bufferSize = ParseNumber("--buffer", v, 1, 1000); }},
-    {"--overflow", [](Options& o, const std::string& v) { o.overflow = ParseOverflow(v); }},
-    {"--template", [](Options& o, const std::string& v) { o.templateFile = v; }},
-    {"--threads",
-     [](Options& o, const std::string& v) { o.threads = ParseNumber("--threads", v, 1, 256); }},
-    {"--timeout",
-     [](Options& o, const std::string& v) {
-       o.timeoutMs = ParseNumber("--timeout", v, 1, kMaxNumber - 1);
-     }},
-    {"--overlay", [](Options& o, const std::string& v) { o.overlayFolder = v; }},
-    {"--intermediate", [](Options& o, const std::string& v) { o.intermediateFolder = v; }},
-    {"--graph", [](Options& o, const std::string& v) { o.graphFile = v; }},
-    {"--trace", [](Options& o, const std::string& v) { o.traceFile = v; }},
-    {"--log-config", [](Options& o, const std::string& v) { o.logConfig = v; }},
+// The help text, the man page and the completion of shells are all made from it.
+constexpr Row kRows[] = {
+    {"", "What to read", "", nullptr},
+    {"", "FILE", "a picture: PNG, JPEG, BMP, PGM or PPM; pipes too", nullptr},
+    {"", "DIRECTORY", "every picture in it and below it", nullptr},
+    {"", "-", "the files named on standard input, one a line", nullptr},
+    {"-0", "", "names on standard input end in NUL, as find -print0 writes them",
+     [](O& o, V) { o.endsNamesWithNul = true; }},
+    {"--watch", "DIRECTORY", "pictures that come into it, each when it is finished",
+     [](O& o, V v) { o.watchedDirectory = v; }},
+    {"--raw", "WxH:FORMAT",
+     "the files, or - itself, hold raw video frames: nv12, nv21 or rgb;\n"
+     "FORMAT@RATE plays that many a second, otherwise all are read",
+     [](O& o, V v) { o.raw = ParseRaw(v); }},
+    {"--buffer", "N", "images waiting between the source and the pool (4)",
+     [](O& o, V v) { o.bufferSize = ParseNumber("--buffer", v, 1, 1000); }},
+    {"--overflow", "MODE",
+     "block: when the buffer is full the source waits; drop: the oldest\n"
+     "image is dropped, as it is for frames with a rate",
+     [](O& o, V v) { o.overflow = ParseOverflow(v); }},
+    {"--max-pixels", "N", "larger pictures are not read (268435456)",
+     [](O& o, V v) { o.maxPixels = ParseNumber("--max-pixels", v, 1, kMostPixels); }},
+    {"", "How to read", "", nullptr},
+    {"--template", "FILE", "what to run, in JSON; see docs/capture.md",
+     [](O& o, V v) { o.templateFile = v; }},
+    {"--symbologies", "LIST", "only these of the template's, as QR,EAN-13",
+     [](O& o, V v) { o.symbologies = ParseList(v); }},
+    {"--threads", "N", "threads of the pool (as many as there are processors)",
+     [](O& o, V v) { o.threads = ParseNumber("--threads", v, 1, 256); }},
+    {"--timeout", "MS", "time budget of an image, in place of the template's",
+     [](O& o, V v) { o.timeoutMs = ParseNumber("--timeout", v, 1, kMostMs); }},
+    {"", "What to show", "", nullptr},
+    {"--json", "", "one JSON object a line in place of the readable lines",
+     [](O& o, V) { o.format = Format::kJson; }},
+    {"--csv", "", "one line for each code, with a line of headings",
+     [](O& o, V) { o.format = Format::kCsv; }},
+    {"--quiet", "", "results and errors only: no summary, notes or progress",
+     [](O& o, V) { o.isQuiet = true; }},
+    {"--overlay", "DIR", "each image as an SVG with what was found drawn over it",
+     [](O& o, V v) { o.overlayFolder = v; }},
+    {"--intermediate", "DIR", "what an observer of the work saw, as PNG and JSON",
+     [](O& o, V v) { o.intermediateFolder = v; }},
+    {"--report", "FILE.html", "all of it on one page: images, codes, times, graph, timeline",
+     [](O& o, V v) { o.reportFile = v; }},
+    {"--graph", "FILE.svg", "the template's graph with the times and states of this run",
+     [](O& o, V v) { o.graphFile = v; }},
+    {"--trace", "FILE.json", "what each thread did when, for Perfetto",
+     [](O& o, V v) { o.traceFile = v; }},
+    {"--log-config", "FILE", "the log's ini file", [](O& o, V v) { o.logConfig = v; }},
+    {"--help", "", "this text, also for -h", [](O& o, V) { o.help = true; }},
+    {"--version", "", "the version", [](O& o, V) { o.version = true; }},
 };
+
+const Row& FindOption(const std::string& name) {
+  const std::string known = name == "-h" ? "--help" : name;
+  const auto* const row = std::find_if(std::begin(kRows), std::end(kRows), [&](const Row& r) {
+    return r.set != nullptr && known == r.name;
+  });
+  if (row == std::end(kRows)) throw UsageError("there is no option " + name);
+  return *row;
+}
+
+void CheckTogether(const Options& o) {
+  if (o.help || o.version) return;
+  const bool isWatching = !o.watchedDirectory.empty();
+  if (o.inputs.empty() && !isWatching)
+    throw UsageError("there is nothing to read: name a file, a directory, or - for a list");
+  if (isWatching && (!o.inputs.empty() || o.raw.IsGiven()))
+    throw UsageError("--watch reads the pictures of its directory and nothing else");
+}
 
 }  // namespace
 
 Options ParseOptions(const std::vector<std::string>& arguments) {
   Options options;
+  bool areAllInputs = false;  // behind --
   for (std::size_t i = 0; i < arguments.size(); ++i) {
     const std::string& argument = arguments[i];
-    if (argument.size() < 2 || argument[0] != '-') {
+    if (areAllInputs || argument.size() < 2 || argument[0] != '-') {
       options.inputs.push_back(argument);
       continue;
     }
-    if (const auto flag = kFlags.find(argument); flag != kFlags.end()) {
-      flag->second(options);
-      continue;
-    }
+    areAllInputs = argument == "--";
+    if (areAllInputs) continue;
     const std::size_t equals = argument.find('=');
     const std::string name = argument.substr(0, equals);
-    const auto setting = kSettings.find(name);
-    if (setting == kSettings.end()) throw UsageError("there is no option " + name);
-    if (equals == std::string::npos && i + 1 == arguments.size())
+    const Row& option = FindOption(name);
+    const bool isFlag = option.value[0] == '\0';
+    if (isFlag && equals != std::string::npos) throw UsageError(name + " takes no value");
+    if (!isFlag && equals == std::string::npos && i + 1 == arguments.size())
       throw UsageError(name + " needs a value");
-    setting->second(options,
-                    equals != std::string::npos ? argument.substr(equals + 1) : arguments[++i]);
+    option.set(options, equals != std::string::npos ? argument.substr(equals + 1)
+                        : isFlag                    ? std::string()
+                                                    : arguments[++i]);
   }
-  if (options.inputs.empty() && !options.help && !options.version)
-    throw UsageError("there is nothing to read: name a file, a directory, or - for a list");
+  CheckTogether(options);
   return options;
 }
 
-const char* const kHelp = R"(usage: velmora-capture [OPTION]... (FILE | DIRECTORY | -)...
-Reads the codes in pictures.
-
-What to read
-  FILE                 a picture: PNG, JPEG, BMP, PGM or PPM
-  DIRECTORY            every picture in it and below it
-  -                    the files named on standard input, one a line
-  --raw WxH:FORMAT     the files hold raw video frames: nv12, nv21 or rgb; FORMAT@RATE plays
-                       that many a second, otherwise as fast as they can be read
-  --buffer N           images waiting between the source and the pool (4)
-  --overflow block     when the buffer is full the source waits (as it does for pictures)
-  --overflow drop      or the oldest image is dropped (as it is for raw frames)
-
-How to read
-  --template FILE      what to run, in JSON; see docs/capture.md
-  --threads N          threads of the pool (as many as there are processors)
-  --timeout MS         time budget of an image, in place of the template's
-
-What to show
-  --json               one JSON object a line in place of the readable lines
-  --overlay DIR        each image as an SVG with what was found drawn over it
-  --intermediate DIR   what an observer of the work saw, as PNG and JSON
-  --graph FILE.svg     the template's graph with the times and states of this run
-  --trace FILE.json    what each thread did when, for Perfetto
-  --log-config FILE    the log's ini file
-  --help, --version
-
-Exit status: 0 all images were read, 1 some image failed (see standard error), 2 bad usage.
-)";
+std::string GetHelp() {
+  constexpr std::size_t kColumn = 23;
+  std::string text =
+      "usage: velmora-capture [OPTION]... [--] (FILE | DIRECTORY | -)...\n"
+      "Reads the codes in pictures.\n";
+  for (const Row& row : kRows) {
+    if (row.help[0] == '\0') {
+      text += std::string("\n") + row.value + "\n";
+      continue;
+    }
+    std::string line = std::string("  ") + row.name + (row.name[0] != '\0' ? " " : "") + row.value;
+    line.resize(std::max(line.size() + 1, kColumn), ' ');
+    for (const char* c = row.help; *c != '\0'; ++c) {
+      line += *c;
+      if (*c == '\n') line.append(kColumn, ' ');
+    }
+    text += line + "\n";
+  }
+  return text +
+         "\nExit status: 0 all images were read, 1 some image failed, something could not be\n"
+         "written or the run was interrupted (see standard error), 2 bad usage.\n";
+}
 
 }  // namespace velmora::capture

@@ -2,33 +2,49 @@
 /// The command line of velmora-capture.
 #pragma once
 
+#include <cstdint>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "velmora_capture/image_file/image_file.h"
 #include "velmora_capture/image_file/raw_format.h"
 
 namespace velmora::capture {
 
 /// What happens to an image for which the buffer has no room.
-enum class Overflow { kByKind, kBlock, kDrop };  // by kind: block for files, drop for raw frames
+enum class Overflow { kByKind, kBlock, kDrop };  // by kind: drop for frames played at a rate
+
+/// How each image is shown on standard output.
+enum class Format { kText, kJson, kCsv };
 
 struct Options {
-  std::vector<std::string> inputs;  ///< files, directories, "-" for a list on standard input
-  RawFormat raw;                    ///< empty unless the files hold raw frames
-  int bufferSize = 4;               ///< images between the source and the pool
+  std::vector<std::string> inputs;  ///< files, directories, "-" for standard input
+  bool endsNamesWithNul = false;    ///< those on standard input; otherwise they are lines
+  std::string watchedDirectory;
+  RawFormat raw;       ///< empty unless the files hold raw frames
+  int bufferSize = 4;  ///< images between the source and the pool
   Overflow overflow = Overflow::kByKind;
-  std::string templateFile;  ///< empty for the built-in template
-  int threads = 0;           ///< 0 for as many as there are processors
-  int timeoutMs = 0;         ///< budget of an image; 0 for the template's
-  bool json = false;
+  std::int64_t maxPixels = kMaxPixels;   ///< of a picture
+  std::string templateFile;              ///< empty for the built-in template
+  std::vector<std::string> symbologies;  ///< empty for those of the template
+  int threads = 0;                       ///< 0 for as many as there are processors
+  int timeoutMs = 0;                     ///< budget of an image; 0 for the template's
+  Format format = Format::kText;
+  bool isQuiet = false;
   std::string overlayFolder;
   std::string intermediateFolder;
+  std::string reportFile;
   std::string graphFile;
   std::string traceFile;
   std::string logConfig;
   bool help = false;
   bool version = false;
+
+  bool Drops() const {
+    return overflow == Overflow::kDrop ||
+           (overflow == Overflow::kByKind && raw.framesPerSecond > 0);
+  }
 };
 
 /// A command line that cannot be understood; `what()` is a sentence for the user.
@@ -37,11 +53,11 @@ class UsageError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-/// @param arguments  without the program's name
+/// @param arguments  without the program's name, in UTF-8
 /// @throws UsageError
 Options ParseOptions(const std::vector<std::string>& arguments);
 
 /// The text of --help.
-extern const char* const kHelp;
+std::string GetHelp();
 
 }  // namespace velmora::capture

@@ -8,31 +8,40 @@
 
 namespace velmora::capture {
 
-std::string ProgressText(int done, int total, double seconds) {
-  constexpr int kWidth = 30;
+std::string ProgressText(int done, int total, double seconds, int columns) {
+  constexpr int kWidest = 30;
+  constexpr int kNarrowest = 5;
   const double rate = seconds > 0 ? done / seconds : 0;
   char text[160];
   if (total <= 0) {
     std::snprintf(text, sizeof text, "%d images, %.1f images/s", done, rate);
-    return text;
+  } else if (rate <= 0) {
+    std::snprintf(text, sizeof text, "%d/%d, 0.0 images/s", done, total);
+  } else {
+    std::snprintf(text, sizeof text, "%d/%d, %.1f images/s, %.0f s left", done, total, rate,
+                  std::ceil(std::max(0, total - done) / rate));
   }
-  const auto filled =
-      static_cast<std::size_t>(std::min<std::int64_t>(kWidth, std::int64_t{done} * kWidth / total));
-  const std::string bar = std::string(filled, '#') + std::string(kWidth - filled, ' ');
-  std::snprintf(text, sizeof text, "[%s] %d/%d, %.1f images/s", bar.c_str(), done, total, rate);
-  if (rate <= 0) return text;
-  char left[48];
-  std::snprintf(left, sizeof left, ", %.0f s left", std::ceil((total - done) / rate));
-  return std::string(text) + left;
+  std::string line = text;
+  // A character in the last column would move some terminals on to the next line.
+  const int room = columns - 1 - static_cast<int>(line.size()) - 3;  // beside "[", "]" and " "
+  const int width = std::min(kWidest, room);
+  if (total > 0 && width >= kNarrowest) {
+    const auto filled =
+        static_cast<std::size_t>(std::min<std::int64_t>(width, std::int64_t{done} * width / total));
+    line = "[" + std::string(filled, '#') +
+           std::string(static_cast<std::size_t>(width) - filled, ' ') + "] " + line;
+  }
+  return line.substr(0, static_cast<std::size_t>(std::max(0, columns - 1)));
 }
 
-ProgressBar::ProgressBar(int total)
-    : isTerminal_(IsTerminal(StandardStream::kError)), total_(total) {}
+ProgressBar::ProgressBar(int total, bool isWanted)
+    : isTerminal_(isWanted && IsTerminal(StandardStream::kError)), total_(total) {}
 
 void ProgressBar::Show(int done) {
   if (!isTerminal_ || Clock::now() < next_) return;
   const std::chrono::duration<double> elapsed = Clock::now() - start_;
-  std::fprintf(stderr, "\r%s\x1b[K", ProgressText(done, total_, elapsed.count()).c_str());
+  std::fprintf(stderr, "\r%s\x1b[K",
+               ProgressText(done, total_, elapsed.count(), GetTerminalWidth()).c_str());
   std::fflush(stderr);
   isShown_ = true;
   next_ = Clock::now() + std::chrono::milliseconds(100);

@@ -14,7 +14,8 @@ namespace velmora::capture {
 class ProgressBar {
  public:
   /// @param total  how many images there will be; 0 if nobody knows
-  explicit ProgressBar(int total);
+  /// @param isWanted  false for no bar at all
+  ProgressBar(int total, bool isWanted);
   ~ProgressBar() { Clear(); }
   ProgressBar(const ProgressBar&) = delete;
   ProgressBar& operator=(const ProgressBar&) = delete;
@@ -33,7 +34,9 @@ class ProgressBar {
   bool isShown_ = false;
 };
 
-/// The text of the bar, as "[####      ] 4/10, 12.5 images/s, 1 s left".
-std::string ProgressText(int done, int total, double seconds);
+/// The text of the bar, as "[####      ] 4/10, 12.5 images/s, 1 s left", in one line of a terminal:
+/// where there is no room for all of it, the bar shrinks first, then it goes, then the text is cut.
+/// @param columns  of the terminal
+std::string ProgressText(int done, int total, double seconds, int columns);
 
 }  // namespace velmora::capture

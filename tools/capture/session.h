@@ -2,15 +2,17 @@
 /// One run of the program.
 #pragma once
 
+#include <atomic>
 #include <memory>
+#include <mutex>
 #include <ostream>
 #include <string>
 
-#include "tools/capture/image_report.h"
-#include "tools/capture/image_source.h"
+#include "tools/capture/file_source.h"
 #include "tools/capture/intermediate_writer.h"
 #include "tools/capture/options.h"
 #include "tools/capture/progress.h"
+#include "tools/capture/report_page.h"
 #include "velmora_capture/capture.h"
 
 namespace velmora::capture {
@@ -22,25 +24,36 @@ enum ExitStatus : int { kAllRead = 0, kSomeFailed = 1, kBadUsage = 2 };
 class Session {
  public:
   explicit Session(const Options& options);
+  ~Session();
 
   /// @throws UsageError if a file or folder of the options cannot be used
+  /// @throws OutputError if something cannot be written, at once
   ExitStatus Run();
 
  private:
-  bool LoadTemplate();
+  void PrepareLog() const;
   void PrepareOutputs() const;
+  bool MakeCapture();
+  void MakeSource();
   void CaptureAll();
-  void Show(const ImageReport& report);
-  void WriteSummary(std::ostream& out, double seconds) const;
+  void Interrupt();
+  void Fail(const std::string& message);
+  void Show(const CaptureResult& result);
+  void ShowResult(const CaptureResult& result);
+  void Note(const std::string& note) const;
+  void WriteSummary() const;
   void WriteStages(std::ostream& out) const;
   void WriteFiles();
 
   const Options& options_;
   std::unique_ptr<IntermediateWriter> intermediateWriter_;
-  std::unique_ptr<Capture> capture_;
+  std::unique_ptr<ReportPage> reportPage_;
+  std::unique_ptr<Capture> capture_;  // ends before what it borrows
+  std::unique_ptr<FileSource> source_;
   std::unique_ptr<ProgressBar> progress_;
-  basic_structures::ImageSourceStatistics sourceStatistics_{};
-  int threads_ = 0;
+  std::atomic<bool> isInterrupted_{false};
+  std::mutex mutex_;     // guards failure_
+  std::string failure_;  // what could not be written first; empty if everything could
   int images_ = 0;
   int failed_ = 0;
   int codes_ = 0;

@@ -14,6 +14,15 @@ bool Contains(const std::vector<std::string>& names, const std::string& name) {
   return std::find(names.begin(), names.end(), name) != names.end();
 }
 
+bool HasOutput(const Template& source) {
+  const auto isOutput = [](const TaskTemplate& task) { return task.isOutput; };
+  return std::any_of(source.definitions.begin(), source.definitions.end(),
+                     [&](const DefinitionTemplate& definition) {
+                       return std::any_of(definition.tasks.begin(), definition.tasks.end(),
+                                          isOutput);
+                     });
+}
+
 }  // namespace
 
 GraphBuilder::GraphBuilder(const ModuleRegistry& registry, NxDataManagerPool& managers,
@@ -34,6 +43,8 @@ NxRef<CaptureGraph> GraphBuilder::Build(const Template& source) {
         node->AddTask(task.name, work, task.isOutput, task.unlessFoundBy);
   }
   graph->Link(parents);
+  if (!HasOutput(source))
+    notes_.emplace_back("no task has \"Output\": what is found is not told as codes");
   return graph;
 }
 

@@ -11,6 +11,8 @@
 namespace velmora::capture {
 namespace {
 
+constexpr int kDeepest = 100;  // levels; a template has eight
+
 const char* TypeName(const Json::Value& value) {
   switch (value.type()) {
     case Json::nullValue:
@@ -42,6 +44,25 @@ std::string Excerpt(const Json::Value& value) {
   return text;
 }
 
+// Where the text is nested more deeply than the reader follows it; brackets in strings do not count.
+std::size_t FindTooDeep(const std::string& text) {
+  int depth = 0;
+  bool isInString = false;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const char c = text[i];
+    if (isInString && c == '\\') {
+      ++i;
+    } else if (c == '"') {
+      isInString = !isInString;
+    } else if (!isInString && (c == '[' || c == '{')) {
+      if (++depth > kDeepest) return i;
+    } else if (!isInString && (c == ']' || c == '}')) {
+      --depth;
+    }
+  }
+  return 0;
+}
+
 }  // namespace
 
 std::string QuotedList(const std::vector<std::string>& names) {
@@ -58,9 +79,16 @@ bool JsonDocument::Parse() {
   builder["rejectDupKeys"] = true;
   builder["failIfExtra"] = true;
   builder["allowTrailingCommas"] = false;
+  builder["stackLimit"] = kDeepest;
   const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
   std::string faults;
-  if (reader->parse(text_.data(), text_.data() + text_.size(), &root_, &faults)) return true;
+  try {
+    if (reader->parse(text_.data(), text_.data() + text_.size(), &root_, &faults)) return true;
+  } catch (const Json::Exception&) {
+    AddError(PlaceAt(FindTooDeep(text_), {}), EC_JsonParseFailed,
+             "nested more than " + std::to_string(kDeepest) + " levels deep");
+    return false;
+  }
   // The first of them: "* Line 3, Column 5\n  what is wrong\n"; the others mostly follow from it.
   JsonPlace place;
   int length = 0;
@@ -71,7 +99,11 @@ bool JsonDocument::Parse() {
 }
 
 JsonPlace JsonDocument::PlaceOf(const Json::Value& value, const std::string& path) const {
-  const auto offset = std::min(static_cast<std::size_t>(value.getOffsetStart()), text_.size());
+  return PlaceAt(static_cast<std::size_t>(value.getOffsetStart()), path);
+}
+
+JsonPlace JsonDocument::PlaceAt(std::size_t offset, const std::string& path) const {
+  offset = std::min(offset, text_.size());
   const std::string before = text_.substr(0, offset);
   const std::size_t lineStart = before.rfind('\n') + 1;  // 0 when there is none: npos + 1
   return {path, 1 + static_cast<int>(std::count(before.begin(), before.end(), '\n')),

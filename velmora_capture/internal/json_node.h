@@ -32,6 +32,7 @@ class JsonDocument {
 
   const Json::Value& GetRoot() const { return root_; }
   JsonPlace PlaceOf(const Json::Value& value, const std::string& path) const;
+  JsonPlace PlaceAt(std::size_t offset, const std::string& path) const;
 
   void AddError(const JsonPlace& place, ErrorCode code, const std::string& message);
   const std::vector<TemplateError>& GetErrors() const { return errors_; }

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <set>
 
-#include "tests/capture/capture_run.h"
+#include "tests/tools/capture_run.h"
 
 namespace velmora::capture {
 namespace {
@@ -46,7 +46,8 @@ TEST(RawFrames, AreReadInEveryFormat) {
   }
 }
 
-// Every frame is captured or counted as dropped; a source that blocks drops none.
+// Every frame is captured or counted as dropped; without a rate none is lost unless that is asked
+// for.
 TEST(RawFrames, AreLostExactlyAsTheStatisticsSay) {
   constexpr int kFrames = 60;
   const TemporaryDirectory folder;
@@ -54,17 +55,25 @@ TEST(RawFrames, AreLostExactlyAsTheStatisticsSay) {
   std::string video;
   for (int i = 0; i < kFrames; ++i) video += frame;
   WriteFile(folder / "video.raw", video);
-  for (const char* overflow : {"block", "drop"}) {
-    SCOPED_TRACE(overflow);
-    const bool drops = overflow == std::string("drop");
-    const CaptureRun run = RunCapture({"--json", "--threads", "1", "--buffer", "2", "--overflow",
-                                       overflow, "--raw", "550x198:nv12", folder / "video.raw"});
+  struct Row {
+    const char* overflow;
+    const char* rate;
+    bool drops;
+  };
+  for (const Row& row : {Row{"", "", false}, Row{"--overflow=block", "@2000", false},
+                         Row{"--overflow=drop", "", true}, Row{"", "@2000", true}}) {
+    SCOPED_TRACE(std::string(row.overflow) + row.rate);
+    std::vector<std::string> arguments = {"--json", "--threads=1", "--buffer=2",
+                                          std::string("--raw=550x198:nv12") + row.rate,
+                                          folder / "video.raw"};
+    if (row.overflow[0] != '\0') arguments.emplace_back(row.overflow);
+    const CaptureRun run = RunCapture(arguments);
     std::vector<int> ids;
     for (const Json::Value& report : run.Reports()) ids.push_back(report["id"].asInt());
     const int captured = static_cast<int>(std::set<int>(ids.begin(), ids.end()).size());
     EXPECT_EQ(ids.size(), static_cast<std::size_t>(captured)) << "an image was told twice";
-    EXPECT_TRUE(drops || std::is_sorted(ids.begin(), ids.end()));
-    EXPECT_EQ(captured < kFrames, drops);
+    EXPECT_TRUE(row.drops || std::is_sorted(ids.begin(), ids.end()));
+    EXPECT_EQ(captured < kFrames, row.drops);
     ExpectRun(run, 0, "VELMORA 39",
               "frames: 60 played, " + std::to_string(captured) + " captured, " +
                   std::to_string(kFrames - captured) + " dropped\n");

@@ -1,4 +1,4 @@
-#include "tests/capture/capture_run.h"
+#include "tests/tools/capture_run.h"
 
 #include <gtest/gtest.h>
 #include <json/reader.h>

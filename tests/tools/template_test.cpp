@@ -2,7 +2,7 @@
 // is wrong and what would be right.
 #include <gtest/gtest.h>
 
-#include "tests/capture/capture_run.h"
+#include "tests/tools/capture_run.h"
 
 namespace velmora::capture {
 namespace {

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <set>
 
-#include "tests/capture/capture_run.h"
+#include "tests/tools/capture_run.h"
 #include "velmora/foundation/error_code.h"
 
 namespace velmora::capture {

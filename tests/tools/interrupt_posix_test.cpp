@@ -1,0 +1,133 @@
+// What only a shell can do to the program: devices, pipes and signals.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <fstream>
+
+#include "tests/tools/capture_run.h"
+#include "tools/capture/system.h"
+
+namespace velmora::capture {
+namespace {
+
+using testing::TemporaryDirectory;
+
+// A script of bash with the program as $CAPTURE, signals as at a terminal, and an empty folder $DIR.
+// Its functions wait until a file holds a text, so that no case hangs on how fast the program is.
+CaptureRun RunScript(const TemporaryDirectory& folder, const std::string& script) {
+  const std::string preamble =
+      "set -o pipefail; export LC_ALL=C\n"
+      "CAPTURE='env --default-signal=INT,TERM " VELMORA_CAPTURE_PROGRAM
+      " --template=templates/linear.json'\n"
+      "DIR='" +
+      folder.GetPath().string() +
+      "'\n"
+      "until_in() { for i in {1..500}; do grep -qs \"$1\" \"$2\" && return; sleep 0.02; done; }\n";
+  std::ofstream(folder / "script") << preamble << script << "\n";
+  CaptureRun run;
+  ::testing::internal::CaptureStdout();
+  ::testing::internal::CaptureStderr();
+  run.status = RunProgram({"timeout", "60", "bash", folder / "script"});
+  run.out = ::testing::internal::GetCapturedStdout();
+  run.err = ::testing::internal::GetCapturedStderr();
+  return run;
+}
+
+struct Row {
+  const char* name;
+  const char* script;
+  int status;
+  const char* out;
+  const char* err;
+};
+
+void RunRows(const std::vector<Row>& rows) {
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    const TemporaryDirectory folder;
+    ExpectRun(RunScript(folder, row.script), row.status, row.out, row.err);
+  }
+}
+
+TEST(Outputs, ThatCannotBeWrittenEndTheRun) {
+  RunRows({
+      {"a full disk", "$CAPTURE samples/qr.png >/dev/full", 1, "",
+       "velmora-capture: standard output cannot be written: No space left on device\n"},
+      {"help on a full disk", "$CAPTURE --help >/dev/full", 1, "", "No space left"},
+      {"a closed stream",
+       "$CAPTURE --trace \"$DIR/t\" samples/qr.png >&-; s=$?; cat \"$DIR/t\"; exit $s", 1, "",
+       "standard output cannot be written: Bad file descriptor"},
+      {"a pipe that nobody reads",
+       "mkfifo \"$DIR/p\"; exec 3<>\"$DIR/p\" 4>\"$DIR/p\" 3<&-; $CAPTURE samples/qr.png >&4", 1,
+       "", "standard output cannot be written: Broken pipe"},
+      {"an overlay",
+       "ln -s /dev/full \"$DIR/0000-qr.png.svg\"; $CAPTURE --overlay \"$DIR\" samples/qr.png", 1,
+       "samples/qr.png", "0000-qr.png.svg' cannot be written: No space left on device"},
+      {"an intermediate file",
+       "ln -s /dev/full \"$DIR/0000-000-candidates-locate.png\"\n"
+       "$CAPTURE --threads=1 --intermediate \"$DIR\" samples/qr.png",
+       1, "", "the intermediate file '"},
+      {"the trace", "$CAPTURE --trace /dev/full samples/qr.png", 1, "1 image, 1 read",
+       "the trace '/dev/full' cannot be written"},
+      {"the report", "$CAPTURE --report /dev/full samples/qr.png", 1, "samples/qr.png",
+       "the report '/dev/full'"},
+      {"at once",
+       "$CAPTURE --json $(for i in {1..300}; do echo samples/none.jpg; done) >/dev/full "
+       "--trace \"$DIR/t\"; s=$?; ls \"$DIR\"; exit $s",
+       1, "script", "No space left"},
+  });
+}
+
+TEST(Inputs, MayBeAnything) {
+  RunRows({
+      {"what a program writes", "$CAPTURE <(cat samples/qr.png)", 0, ": 209x209, 1 code", ""},
+      {"a pipe by name", "mkfifo \"$DIR/p\"; cat samples/qr.png >\"$DIR/p\" & $CAPTURE \"$DIR/p\"",
+       0, ": 209x209, 1 code", ""},
+      {"pipes in directories",
+       "mkfifo \"$DIR/a.png\"; cp samples/qr.png \"$DIR\"; $CAPTURE \"$DIR\"", 0,
+       "1 image, 1 read, 0 failed", ""},
+      {"a directory that cannot be read, among others",
+       "cp samples/qr.png \"$DIR\"\n"
+       "(cd \"$DIR\"; n=$(printf 'd%.0s' {1..200}); for i in {1..25}; do mkdir $n; cd -P $n; "
+       "done)\n"
+       "$CAPTURE \"$DIR\"; s=$?; rm -r \"$DIR\"/d*; exit $s",
+       1, "2 images, 1 read, 1 failed", "File name too long (-10012)"},
+      {"names with line ends", "$CAPTURE $'no\\nsuch\\e[31m.png'", 1, "1 image, 0 read",
+       "no\\x0asuch\\x1b[31m.png: The file is not found. (-10005)\n"},
+      {"frames on standard input", "head -c 30000 /dev/zero | $CAPTURE --raw 50x100:rgb -", 0,
+       "-#1: 50x100, no code\n2 images", ""},
+      {"frames in a directory",
+       "mkdir \"$DIR/d\"; head -c 30000 /dev/zero >\"$DIR/d/x\"; $CAPTURE --raw 50x100:rgb "
+       "\"$DIR/d\"",
+       0, "/d/x#1: 50x100, no code\n2 images", ""},
+  });
+}
+
+TEST(Interrupts, EndTheRunAndTellWhatIsThere) {
+  RunRows({
+      {"a pipe without a writer",
+       "mkfifo \"$DIR/p.png\"\n"
+       "$CAPTURE --trace \"$DIR/t\" --graph \"$DIR/g\" --overlay \"$DIR\" samples/qr.png "
+       "\"$DIR/p.png\" "
+       ">\"$DIR/out\" & until_in qr.png \"$DIR/out\"; kill -TERM $!; wait $!; s=$?\n"
+       "cat \"$DIR/out\"; grep -c traceEvents \"$DIR/t\"; ls \"$DIR\"; exit $s",
+       1, "1 image, 1 read, 0 failed, 1 code; ", ""},
+      {"a camera that is silent",
+       "mkfifo \"$DIR/cam\"; exec 3<>\"$DIR/cam\"; head -c 15000 /dev/zero >&3\n"
+       "$CAPTURE --raw 50x100:rgb \"$DIR/cam\" >\"$DIR/out\" & until_in cam#0 \"$DIR/out\"\n"
+       "kill -INT $!; wait $!; s=$?; cat \"$DIR/out\"; exit $s",
+       1, "; interrupted\nframes: 1 played, 1 captured, 0 dropped\n", ""},
+      {"twice, while nobody reads what it writes",
+       "mkfifo \"$DIR/p\"; exec 3<>\"$DIR/p\"; head -c 65536 /dev/zero >&3\n"
+       "$CAPTURE samples/qr.png >&3 & until_in pipe_write /proc/$!/wchan\n"
+       "for i in {1..500}; do kill -INT $! 2>/dev/null || break; sleep 0.02; done; wait $!",
+       130, "", ""},
+      {"a watched directory",
+       "$CAPTURE --watch \"$DIR\" >\"$DIR/out\" & sleep 0.3; cp samples/qr.png \"$DIR/new.png\"\n"
+       "until_in new.png \"$DIR/out\"; kill -TERM $!; wait $!; s=$?; cat \"$DIR/out\"; exit $s",
+       0, "new.png: 209x209, 1 code\n", ""},
+  });
+}
+
+}  // namespace
+}  // namespace velmora::capture
