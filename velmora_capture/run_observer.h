@@ -5,6 +5,8 @@
 #include <chrono>
 #include <cstdint>
 
+#include "velmora/geometry/quadrilateral.h"
+#include "velmora/image/image_tag.h"
 #include "velmora_capture/export.h"
 
 namespace velmora::capture {
@@ -36,6 +38,10 @@ struct RunSpan {
   std::int64_t jobNumber;  ///< of the image; -1 if the span belongs to none
   RunMoment begin;
   RunMoment end;
+  /// Of the image that was read or converted, null if it has none; valid for the call.
+  const basic_structures::CImageTag* imageTag = nullptr;
+  /// Where a piece of work looked, in pixels of the image; null for everything else.
+  const basic_structures::CQuadrilateral* region = nullptr;
 };
 
 /// Is told what each thread of a `Capture` did, for statistics, traces and progress.

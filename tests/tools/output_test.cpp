@@ -73,6 +73,9 @@ TEST(Output, TraceHasOneLaneAThread) {
     EXPECT_GE(event["dur"].asDouble(), 0);
     ++counts[event["cat"].asString()];
     if (event["cat"] != "work") continue;
+    EXPECT_EQ(event["args"]["name"].asString().find("samples/"), 0u);
+    EXPECT_EQ(event["args"]["region"].size(), 4u);
+    EXPECT_NE(event["args"]["mode"].asString(), "");
     EXPECT_EQ(lanes[lane].find("pool "), 0u);
     EXPECT_GE(event["ts"].asDouble(), end[lane]) << "a thread does one thing at a time";
     end[lane] = event["ts"].asDouble() + event["dur"].asDouble();

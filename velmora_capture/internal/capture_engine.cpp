@@ -239,7 +239,8 @@ NxRef<CaptureJob> CaptureEngine::MakeJob(const Offer& offer, const NxRef<NxImage
   const auto begin = Clock::now();
   NxRef<NxImageData> grey;
   {
-    const SpanScope span(observers_, RunStage::kConvert, "convert", offer.number);
+    const SpanScope span(observers_, RunStage::kConvert, "convert", offer.number,
+                         picture->GetImageTag());
     grey = MakeGrey(picture);
   }
   if (!grey) return nullptr;

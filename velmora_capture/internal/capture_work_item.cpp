@@ -1,5 +1,6 @@
 #include "velmora_capture/internal/capture_work_item.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "velmora/engine/data_manager_pool.h"
@@ -66,6 +67,11 @@ void CaptureWorkItem::Work(ThreadPoolBase* pool) {
                job_->number,
                RunMoment::Now(),
                {}};
+  basic_structures::CQuadrilateral region;
+  if (const NxRef<NxRegionObject>& object = output_->GetRegion()) {
+    std::copy_n(object->GetVertices(), 4, region.points);
+    span.region = &region;
+  }
   current = this;
   try {
     ExecutableWorkItem::Process(pool);

@@ -80,6 +80,7 @@ bool ImageRun::TakeImage() {
   RunSpan read{RunStage::kRead, "read", "", offer.number, {}, {}};
   if (readErrors_ != nullptr && readErrors_->GetReadMoments(*image, read.begin, read.end)) {
     offer.readNanoseconds = Nanoseconds(read.end.time - read.begin.time);
+    read.imageTag = image->GetImageTag();
     engine_.TellRead(read);
   }
   if (!IsReadable(*image)) {

@@ -37,8 +37,9 @@ class Observers {
 /// Tells the observers of a span when it goes out of scope.
 class SpanScope {
  public:
-  SpanScope(const Observers& observers, RunStage stage, const char* name, std::int64_t job)
-      : observers_(observers), span_{stage, name, "", job, RunMoment::Now(), {}} {}
+  SpanScope(const Observers& observers, RunStage stage, const char* name, std::int64_t job,
+            const basic_structures::CImageTag* tag = nullptr)
+      : observers_(observers), span_{stage, name, "", job, RunMoment::Now(), {}, tag, nullptr} {}
   ~SpanScope() {
     span_.end = RunMoment::Now();
     observers_.Ended(span_);

@@ -35,6 +35,22 @@ std::uint64_t NextSerial() {
   return ++serial;
 }
 
+// The corners as a JSON array, as results have them.
+std::string DescribeRegion(const basic_structures::CQuadrilateral& region) {
+  std::string text;
+  for (const auto& corner : region.points)
+    text += (text.empty() ? "[[" : ",[") + std::to_string(corner[0]) + "," +
+            std::to_string(corner[1]) + "]";
+  return text + "]";
+}
+
+// The file's path, or the number of a frame.
+std::string DescribeTag(const basic_structures::CImageTag& tag) {
+  if (const auto* file = dynamic_cast<const basic_structures::CFileImageTag*>(&tag))
+    return file->GetFilePath() != nullptr ? file->GetFilePath() : "";
+  return "frame " + std::to_string(tag.GetImageId());
+}
+
 }  // namespace
 
 // The spans of one thread.
@@ -44,9 +60,11 @@ class Trace::Lane {
 
   void Add(const RunSpan& span, bool isKept) {
     const std::lock_guard<std::mutex> lock(mutex_);
-    if (isKept)
-      spans_.push_back(
-          {span.stage, span.name, span.workMode, span.jobNumber, span.begin.time, span.end.time});
+    if (isKept) {
+      spans_.push_back({span.stage, span.name, span.workMode, span.jobNumber,
+                        span.region != nullptr ? DescribeRegion(*span.region) : std::string(),
+                        span.begin.time, span.end.time});
+    }
     AddTotal(span.stage, span.name,
              span.end.processorNanoseconds - span.begin.processorNanoseconds);
   }
@@ -63,7 +81,8 @@ class Trace::Lane {
     }
   }
 
-  void Write(std::ostream& out, std::size_t number, Clock::time_point start) const {
+  void Write(std::ostream& out, std::size_t number, Clock::time_point start,
+             const std::map<std::int64_t, std::string>& imageNames) const {
     const std::lock_guard<std::mutex> lock(mutex_);
     out << "{\"ph\":\"M\",\"name\":\"thread_name\",\"pid\":1,\"tid\":" << number
         << ",\"args\":{\"name\":" << Json::valueToQuotedString(name_.c_str()) << "}}";
@@ -74,6 +93,9 @@ class Trace::Lane {
           << ",\"dur\":" << Microseconds{Nanoseconds(span.end - span.begin)};
       if (span.job >= 0) {
         out << ",\"args\":{\"image\":" << span.job;
+        if (const auto name = imageNames.find(span.job); name != imageNames.end())
+          out << ",\"name\":" << Json::valueToQuotedString(name->second.c_str());
+        if (!span.region.empty()) out << ",\"region\":" << span.region;
         if (*span.mode != 0) out << ",\"mode\":" << Json::valueToQuotedString(span.mode);
         out << "}";
       }
@@ -87,6 +109,7 @@ class Trace::Lane {
     const char* name;
     const char* mode;
     std::int64_t job;
+    std::string region;  // JSON; empty if the span has none
     Clock::time_point begin;
     Clock::time_point end;
   };
@@ -136,11 +159,20 @@ Trace::Lane& Trace::FindLane() {
   return *last;
 }
 
+void Trace::KeepName(const RunSpan& span) {
+  if (!keepsSpans_ || span.imageTag == nullptr) return;
+  std::string name = DescribeTag(*span.imageTag);
+  const std::lock_guard<std::mutex> lock(mutex_);
+  imageNames_[span.jobNumber] = std::move(name);
+}
+
 void Trace::OnSpan(const RunSpan& span) {
+  KeepName(span);
   FindLane().Add(span, keepsSpans_);
 }
 
 void Trace::AddSourceSpan(const RunSpan& span) {
+  KeepName(span);
   const std::lock_guard<std::mutex> lock(mutex_);
   if (source_ == nullptr) {
     lanes_.push_back(std::make_unique<Lane>("source"));
@@ -165,7 +197,7 @@ void Trace::WriteJson(std::ostream& out) const {
   const std::lock_guard<std::mutex> lock(mutex_);
   out << "{\"displayTimeUnit\":\"ms\",\"traceEvents\":[\n";
   for (std::size_t i = 0; i < lanes_.size(); ++i) {
-    lanes_[i]->Write(out, i + 1, start_);
+    lanes_[i]->Write(out, i + 1, start_, imageNames_);
     out << (i + 1 < lanes_.size() ? ",\n" : "\n");
   }
   out << "]}\n";

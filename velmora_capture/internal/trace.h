@@ -43,6 +43,7 @@ class Trace final : public RunObserver {
   class Lane;
 
   Lane& FindLane();
+  void KeepName(const RunSpan& span);
 
   const bool keepsSpans_;
   const std::uint64_t serial_;  // no two traces of a process have the same
@@ -50,7 +51,8 @@ class Trace final : public RunObserver {
   mutable std::mutex mutex_;                  // guards what follows, the lanes' contents not
   std::vector<std::unique_ptr<Lane>> lanes_;  // in the order of their start
   std::map<std::thread::id, Lane*> byThread_;
-  Lane* source_ = nullptr;  // null until there is a span for it
+  std::map<std::int64_t, std::string> imageNames_;  // by job number; of kept spans only
+  Lane* source_ = nullptr;                          // null until there is a span for it
 };
 
 }  // namespace velmora::capture
