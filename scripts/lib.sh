@@ -22,7 +22,7 @@ quietly() {
 # ---- packages ------------------------------------------------------------------------------------
 
 test_packages=(g++ cmake ninja-build ccache libgtest-dev googletest libjsoncpp-dev)
-check_packages=(clang libclang-rt-dev llvm clang-tidy clang-format git)
+check_packages=(clang libclang-rt-dev llvm clang-tidy clang-format git ffmpeg)
 recognition_packages=(libstb-dev libzxing-dev dpkg-dev)
 bench_packages=(libbenchmark-dev libboost-dev libopencv-core-dev libopencv-imgproc-dev libspdlog-dev
   libssl-dev libtbb-dev libyuv-dev)

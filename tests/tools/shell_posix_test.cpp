@@ -103,6 +103,24 @@ TEST(Inputs, MayBeAnything) {
   });
 }
 
+// As docs/video.md says: two seconds with a code, one without, at ten frames a second; five of each
+// second are read.
+TEST(Film, ComesThroughAPipe) {
+  if (std::system("command -v ffmpeg >/dev/null") != 0) GTEST_SKIP() << "ffmpeg is not installed";
+  const TemporaryDirectory folder;
+  const CaptureRun run = RunScript(
+      folder,
+      "ffmpeg -v error -loop 1 -framerate 10 -t 2 -i samples/qr.png -loop 1 -framerate 10 -t 1 -i "
+      "samples/none.jpg -filter_complex '[0]scale=320:320[a];[1]scale=320:320[b];[a][b]concat' "
+      "-c:v ffv1 \"$DIR/film.mkv\"\n"
+      "ffmpeg -v error -i \"$DIR/film.mkv\" -vf fps=5,scale=320:240 -pix_fmt nv12 -f rawvideo - |\n"
+      "  $CAPTURE --json --raw 320x240:nv12 -");
+  ExpectRun(run, 0, "\"image\":\"-#14\"", "frames: 15 played, 15 captured, 0 dropped\n");
+  std::string found;
+  for (const Json::Value& report : run.Reports()) found += report["codes"].empty() ? '-' : '#';
+  EXPECT_EQ(found, "##########-----");
+}
+
 TEST(Interrupts, EndTheRunAndTellWhatIsThere) {
   RunRows({
       {"a pipe without a writer",
