@@ -11,6 +11,8 @@
 #include <new>
 #include <system_error>
 
+#include "velmora_capture/image_file/open_file.h"
+
 namespace velmora::capture {
 
 using namespace basic_structures;
@@ -45,7 +47,7 @@ std::vector<unsigned char> PackRows(const CImageData& image, int channels) {
 }  // namespace
 
 File OpenToRead(const std::string& path, LoadedImage& failure) {
-  File file(std::fopen(path.c_str(), "rb"));
+  File file(OpenBytes(path));
   if (file != nullptr) return file;
   const std::error_code error(errno, std::generic_category());
   if (error == std::errc::no_such_file_or_directory) {

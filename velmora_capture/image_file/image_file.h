@@ -27,7 +27,7 @@ struct CloseFile {
 };
 using File = std::unique_ptr<std::FILE, CloseFile>;
 
-/// Opens a file to read its bytes.
+/// Opens a file, named in UTF-8, to read its bytes.
 /// @param failure  filled in if the result is empty
 VELMORA_CAPTURE_EXPORT File OpenToRead(const std::string& path, LoadedImage& failure);
 
