@@ -27,7 +27,7 @@ recognition_packages=(libstb-dev libzxing-dev dpkg-dev)
 bench_packages=(libbenchmark-dev libboost-dev libopencv-core-dev libopencv-imgproc-dev libspdlog-dev
   libssl-dev libtbb-dev libyuv-dev)
 windows_packages=(g++-mingw-w64-i686-posix binutils-mingw-w64-i686 mingw-w64-i686-dev dpkg-dev wine
-  wine32:i386)
+  wine32:i386 clang lld llvm)
 
 missing_packages() {
   local package

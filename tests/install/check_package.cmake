@@ -91,3 +91,39 @@ string(REGEX REPLACE "[ \n]+" " " refusal "${refusal}")
 if(NOT refusal MATCHES "the components Static and Capture cannot be combined")
   message(FATAL_ERROR "Static and Capture were not refused: ${refusal}")
 endif()
+
+# The examples that embed the library, each a project of its own, print the codes that the comment on top
+# of one of them says. On Windows no module reads matrix codes but QR.
+file(STRINGS ${SOURCE}/examples/embed/main.cpp codes REGEX "^//   [^ ]")
+list(TRANSFORM codes REPLACE "^//   " "")
+if(EMULATOR)
+  list(FILTER codes EXCLUDE REGEX "^DataMatrix")
+  string(REPLACE "/" "\\" path "Z:${prefix}/bin")
+  set(ENV{WINEPATH} "${path}")
+endif()
+# check_codes(COMMAND...): it prints those codes of label.jpg, and fails where it cannot read.
+function(check_codes)
+  execute_process(
+    COMMAND ${EMULATOR} ${ARGN} ${SOURCE}/tools/capture/samples/label.jpg
+    OUTPUT_VARIABLE output COMMAND_ERROR_IS_FATAL ANY)
+  string(REGEX REPLACE "\r?\n" ";" output "${output}")
+  list(REMOVE_ITEM output "")
+  if(NOT output STREQUAL codes)
+    message(FATAL_ERROR "${ARGN} printed ${output} instead of ${codes}")
+  endif()
+  execute_process(
+    COMMAND ${EMULATOR} ${ARGN} ${SOURCE}/tools/capture/samples/broken.png
+    RESULT_VARIABLE result
+    OUTPUT_QUIET ERROR_VARIABLE errors)
+  if(NOT result EQUAL 1 OR NOT errors MATCHES "Failed to read the image")
+    message(FATAL_ERROR "${ARGN} did not report a broken picture: ${result}, ${errors}")
+  endif()
+endfunction()
+foreach(example IN ITEMS embed embed_c)
+  file(COPY ${SOURCE}/examples/${example} DESTINATION ${WORK})
+  run(${CMAKE_COMMAND} -S ${WORK}/${example} -B ${WORK}/${example}/build ${ARGUMENTS}
+      "-DCMAKE_C_FLAGS_INIT=-Wall -Wextra -Wpedantic -Werror")
+  run(${CMAKE_COMMAND} --build ${WORK}/${example}/build)
+  file(GLOB program ${WORK}/${example}/build/${example}${EXECUTABLE_SUFFIX})
+  check_codes(${program})
+endforeach()

@@ -8,18 +8,23 @@ fail() {
   failed=1
 }
 
-# What the DLL exports is what the list in the tree says, and C functions carry their plain names.
+# What the DLL exports is what its list in the tree says, and C functions carry their plain names.
 check_exports() {
-  local list=$source/tests/exports/windows-x86.txt exported function
+  local name list headers c_function exported function
+  name=$(basename "$dll" .dll)
+  case $name in
+    VelmoraCorex86) list=windows-x86 headers=velmora c_function='VELMORA_EXPORT [^(]*\bN[cx]_[A-Za-z]+\(' ;;
+    *) list=windows-x86-capture headers=velmora_capture/c c_function='\bvelmora_[a-z_]+\(' ;;
+  esac
+  list=tests/exports/$list.txt
   exported=$("$source/scripts/dll-exports" "$dll")
   # Sorted, for a merge that keeps the lines of both sides does not keep their order.
-  LC_ALL=C sort -u "$list" |
-    diff -u --label tests/exports/windows-x86.txt --label "${dll##*/}" - <(echo "$exported") ||
+  LC_ALL=C sort -u "$source/$list" |
+    diff -u --label "$list" --label "${dll##*/}" - <(echo "$exported") ||
     fail "The exports differ from the list. If that is meant, run scripts/update-exports."
   while read -r function; do
     grep -qxF "$function" <<<"$exported" || fail "$function is not exported under its plain name."
-  done < <(grep -rhE --include='*.h' 'VELMORA_EXPORT [^(]*\bN[cx]_[A-Za-z]+\(' "$source/velmora" |
-    sed -E 's/.*\b(N[cx]_[A-Za-z]+)\(.*/\1/')
+  done < <(grep -rhoE --include='*.h' "$c_function" "$source/$headers" | sed -E 's/.*\b([A-Za-z_]+)\($/\1/')
 }
 
 # The DLL needs nothing but the system and the compiler's runtime, may be loaded at any address and has
@@ -30,6 +35,7 @@ check_image() {
   while read -r import; do
     case $import in
       KERNEL32.dll | USER32.dll | ADVAPI32.dll | SHELL32.dll | msvcrt.dll) ;;
+      VelmoraCorex86.dll) [ "${dll##*/}" != "$import" ] || fail "The DLL imports itself." ;;
       libgcc_s_dw2-1.dll | libstdc++-6.dll | libwinpthread-1.dll) ;;
       *) fail "The DLL imports $import." ;;
     esac

@@ -1,0 +1,25 @@
+// Prints the codes of a picture; of tools/capture/samples/label.jpg:
+//
+//   CODE-128: PALLET-0007
+//   EAN-13: 4012345678901
+//   QR: label: pallet 7
+//   DataMatrix: cell 3
+#include <iostream>
+#include <vector>
+
+#include "velmora_capture/capture.h"
+
+using namespace velmora::capture;
+
+int main(int argc, char** argv) {
+  std::vector<TemplateError> errors;
+  const auto capture = Capture::Create(GetDefaultTemplate(), {}, errors);
+  for (const TemplateError& error : errors) std::cerr << error.ToString() << "\n";
+  if (capture == nullptr) return 1;
+  const auto result = capture->ReadFile(argc > 1 ? argv[1] : "label.jpg");
+  for (int i = 0; i < result->GetCodeCount(); ++i)
+    std::cout << result->GetCode(i).GetSymbology() << ": " << result->GetCode(i).GetText() << "\n";
+  if (result->GetErrorCode() == 0) return 0;
+  std::cerr << result->GetErrorString() << "\n";
+  return 1;
+}
