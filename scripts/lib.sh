@@ -21,7 +21,7 @@ quietly() {
 
 # ---- packages ------------------------------------------------------------------------------------
 
-test_packages=(g++ cmake ninja-build ccache libgtest-dev googletest libjsoncpp-dev)
+test_packages=(g++ cmake ninja-build ccache libgtest-dev googletest libjsoncpp-dev python3-venv)
 check_packages=(clang libclang-rt-dev llvm clang-tidy clang-format git ffmpeg)
 recognition_packages=(libstb-dev libzxing-dev dpkg-dev)
 bench_packages=(libbenchmark-dev libboost-dev libopencv-core-dev libopencv-imgproc-dev libspdlog-dev

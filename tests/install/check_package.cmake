@@ -127,3 +127,13 @@ foreach(example IN ITEMS embed embed_c)
   file(GLOB program ${WORK}/${example}/build/${example}${EXECUTABLE_SUFFIX})
   check_codes(${program})
 endforeach()
+
+# The Python package goes into an environment of its own, without any network.
+if(PYTHON)
+  run(${PYTHON} -m venv ${WORK}/venv)
+  run(${WORK}/venv/bin/python -m pip --disable-pip-version-check --quiet install --no-index
+      ${prefix}/share/velmora/python)
+  set(ENV{VELMORA_CAPTURE_LIBRARY})
+  set(ENV{PYTHONPATH})
+  check_codes(${WORK}/venv/bin/python ${SOURCE}/examples/embed_python/embed.py)
+endif()
