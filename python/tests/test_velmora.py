@@ -116,6 +116,10 @@ class CaptureTest(unittest.TestCase):
                 order = list if in_order else sorted
                 self.assertEqual(order(found), order(texts))
             statistics = capture.statistics()
+            slow = memoryview(os.urandom(1500 * 1500)).cast("B", (1500, 1500))
+            fast = memoryview(bytes(12)).cast("B", (3, 4))
+            widths = [result.width for result in capture.run([slow, fast], in_order=False)]
+            self.assertEqual(widths, [4, 1500])
         self.assertEqual((statistics.offered, statistics.delivered, statistics.queued), (24, 24, 0))
         self.assertGreater(sum(task.runs for task in statistics.tasks), 0)
 
