@@ -90,6 +90,7 @@ TEST(Semaphore, OnlyProducedUnitsAreConsumed) {
       } else {
         ++produced;
         semaphore.Produce();
+        semaphore.IsEmpty();
       }
     }
   });
@@ -97,7 +98,8 @@ TEST(Semaphore, OnlyProducedUnitsAreConsumed) {
 }
 
 TEST(SyncObject, ExcludesOtherThreadsAndLetsItsOwnerIn) {
-  const SyncObject lock;
+  SyncObject lock;
+  lock = SyncObject();
   int counter = 0;  // guarded by lock
   testing::RunTogether(4, [&](int) {
     for (int i = 0; i < 500; ++i) {

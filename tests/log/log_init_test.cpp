@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <string>
 
+#include "tests/support/barrier.h"
 #include "tests/support/temporary_directory.h"
 #include "velmora/log/log.h"
 #include "velmora/util/module_loader.h"
@@ -41,7 +42,7 @@ TEST(LogInit, TakesTheFirstFileThatCanBeRead) {
   HINSTANCE module = nullptr;
   ASSERT_NE(NxModuleLoaderBase::loadModuleFunc(anchor.c_str(), "ModulePlace", module), nullptr);
   WriteFile(modules + "VelmoraLogConfig.ini", Settings(path, "Level=5\nMode=2\nOutputMode=1\n"));
-  InitLogFromDLL("Anchorx86");
+  testing::CallTogether({[] { InitLogFromDLL("Anchorx86"); }, [&] { log.GetRouterLogFile(); }});
   std::filesystem::remove(modules + "VelmoraLogConfig.ini");
   NxModuleLoaderBase::releaseModule(module);
   EXPECT_EQ(log.GetOutputMode(), OM_Cache);

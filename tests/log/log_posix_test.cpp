@@ -84,12 +84,21 @@ TEST_F(PosixLog, WritesACachedLineAgainIfAnotherCameBetween) {
   log.WriteTextLog(1, "between");
   EXPECT_TRUE(log.OutputCacheLog());
   EXPECT_EQ(Messages(), (Lines{"odd line [TID", "between", "cached"}));
-  log.SetOutputMode(OM_Cache);
-  log.WriteTextLog(1, "moved");
-  WithFileSizeLimit(ReadFile(LogFile()).size() + 4, [&] { EXPECT_FALSE(log.OutputCacheLog()); });
-  log.InitLogFromSetting(LM_Text, 1, (directory / "other").c_str());
-  EXPECT_TRUE(log.OutputCacheLog());
-  EXPECT_EQ(ReadFile(directory / "otherVelmoraScanlyx.log").substr(0, 5), "[TID:");
+}
+
+TEST_F(PosixLog, ANewFileNeverBeginsWithTheRestOfATornLine) {
+  for (const OutputMode mode : {OM_File, OM_Cache}) {
+    Configure(LM_Text, 1);
+    log.SetOutputMode(mode);
+    WithFileSizeLimit(ReadFile(LogFile()).size() + 4, [&] {
+      log.WriteTextLog(1, "torn");
+      EXPECT_EQ(log.OutputCacheLog(), mode == OM_File);
+    });
+    log.InitLogFromSetting(LM_Text, 1, (directory / std::to_string(mode)).c_str());
+    log.WriteTextLog(1, "moved");
+    EXPECT_TRUE(log.OutputCacheLog());
+    EXPECT_EQ(ReadFile(log.GetSavePath() + "VelmoraScanlyx.log").substr(0, 5), "[TID:");
+  }
 }
 
 }  // namespace

@@ -18,25 +18,6 @@ using testing::Lines;
 using testing::ReadFile;
 using Log = testing::LogFixture;
 
-TEST_F(Log, AsksLevelAndMode) {
-  struct Row {
-    const char* name;
-    LogMode configured, asked;
-    int level;
-    bool want;
-  };
-  const LogMode both = LM_Image | LM_Text;
-  for (const Row& row :
-       {Row{"off", LM_None, LM_Text, 0, false}, Row{"same level", LM_Text, LM_Text, 8, true},
-        Row{"too detailed", LM_Text, LM_Text, 9, false},
-        Row{"another mode", LM_Image, LM_Text, 8, false},
-        Row{"either of two", LM_Image, both, 8, true},
-        Row{"one of two", both, LM_Image, 1, true}}) {
-    Configure(row.configured, 8);
-    EXPECT_EQ(AllowLogging(row.level, row.asked), row.want) << row.name;
-  }
-}
-
 TEST_F(Log, StampsLinesWithThreadAndLocalTime) {
   std::string before, after;
   std::thread([&] {
@@ -51,6 +32,7 @@ TEST_F(Log, StampsLinesWithThreadAndLocalTime) {
 TEST_F(Log, WritesEachLineAtOnceAndEvaluatesNothingForOthers) {
   Configure(LM_Text, 2);
   int evaluated = 0;
+  EXPECT_TRUE(AllowLogging(2, LM_Image | LM_Text)) << "either of two";
   log.WriteTextLog(3, "too detailed");
   VELMORA_LOG_TEXT(3, "%d", ++evaluated);
   VELMORA_LOG_TEXT(2, "%d of %s", ++evaluated, "Ma\xC3\x9F %s.pdf");
@@ -93,14 +75,13 @@ TEST_F(Log, FormatsAlikeOnEverySystem) {
   }
   log.WriteFuncStartLog(1, "%s %%s", std::string(2000, 'y').c_str());
   want.push_back("FuncStart " + std::string(1013, 'y'));
-  EXPECT_EQ(Messages(), want);
-}
-
-TEST_F(Log, FormatsWithoutAnEndAreCutAndNullIsEmpty) {
-  // Not literals, which the compiler would refuse.
-  for (const char* const format : {"100%", "%d of 100%", "%d%%", static_cast<const char*>(nullptr)})
+  // No literals: the compiler would refuse them.
+  for (const auto& [format, text] :
+       {std::pair{"100%", "100"}, {"%d of 100%", "7 of 100"}, {"%d%%", "7%"}, {nullptr, ""}}) {
     log.WriteTextLog(1, format, 7);
-  EXPECT_EQ(Messages(), (Lines{"100", "7 of 100", "7%", ""}));
+    want.push_back(text);
+  }
+  EXPECT_EQ(Messages(), want);
 }
 
 TEST_F(Log, KeepsOrCountsWhatCannotBeWritten) {
@@ -188,10 +169,14 @@ TEST_F(Log, HasImagesWrittenInTheirLayers) {
   SetLogImgName(nullptr);
   EXPECT_EQ(WriteImgLog(nullptr, nullptr, 9, "%s_%d.png", "y", 3), directory / "y_3.png");
   EXPECT_EQ(log.WriteImgLog(nullptr, nullptr, nullptr, 9), directory / "");
+  log.SetSavePath(directory / "images");  // for images alone, and glued to what follows
+  EXPECT_EQ(log.WriteImgLog(WriteContext, "", "x", 1), directory / "imagesx");
+  log.SetSavePath(directory / "");
   const std::string name(300, 'n');  // cut to what its buffer holds
   EXPECT_EQ(WriteImgLog(nullptr, nullptr, 9, "%s", name.c_str()), directory / name.substr(0, 255));
-  EXPECT_EQ(Messages(), (Lines{"writing", "enter logDir localise", "enter logDir a/b", "writing",
-                               "writing", "exist logDir a/b", "writing", "exist logDir localise"}));
+  EXPECT_EQ(Messages(),
+            (Lines{"writing", "enter logDir localise", "enter logDir a/b", "writing", "writing",
+                   "exist logDir a/b", "writing", "exist logDir localise", "writing"}));
 }
 
 TEST_F(Log, WritesNoImageThatIsNotWanted) {
@@ -208,28 +193,30 @@ TEST_F(Log, WritesNoImageThatIsNotWanted) {
   log.PopDirLayer();
 }
 
-TEST_F(Log, SavePathsAreForImagesAlone) {
+TEST_F(Log, LocksWhatItsOperationsShare) {
   Configure(LM_Image | LM_Text, 1);
-  log.SetSavePath(directory / "images");
-  log.WriteTextLog(1, "still here");
-  EXPECT_EQ(Messages(), Lines{"still here"});
-  // Glued together: the path is expected to end with a separator.
-  EXPECT_EQ(log.WriteImgLog(nullptr, nullptr, "x", 1), directory / "imagesx");
-}
-
-TEST_F(Log, IsReconfiguredWhileThreadsLog) {
-  testing::RunTogether(4, [&](int thread) {
-    for (int i = 0; i < 200; ++i) {
-      if (thread == 0) log.SetLevel(i % 2);
-      if (thread == 1) log.SetOutputMode(i % 2 == 0 ? OM_File : OM_Cache);
-      VELMORA_LOG_TEXT(1, "%d", i);
-      if (i % 50 != 0) continue;
-      SetLogImgName("x");
-      log.OutputCacheLog();
-      log.AddJsonRecord(i);
-      log.OutputJsonLog();
-    }
-  });
+  const std::string path = directory / "", ini = directory / "log.ini";
+  testing::WriteFile(ini, "");
+  SetLogImgName("an image with a long name");
+  const auto enterAndLeave = [&] {
+    log.AddDirLayer("a layer with a long name");
+    log.PopDirLayer();
+  };
+  testing::CallTogether(
+      {enterAndLeave, enterAndLeave, [&] { log.WriteImgLog(nullptr, nullptr, "x", 1); },
+       [&] { SetLogImgName("an image with a long name"); }, [&] { log.SetSavePath(path); },
+       [&] { log.GetSavePath(); }, [&] { log.InitLog(ini.c_str()); },
+       [&] { log.InitLogFromSetting(LM_Image | LM_Text, 1, path.c_str()); },
+       [&, i = 0]() mutable {
+         log.SetOutputMode(++i % 2 == 0 ? OM_File : OM_Cache);
+         log.WriteTextLog(1, "%d", i);
+       },
+       [&] { log.OutputCacheLog(); }, [&] { log.AddJsonRecord("record"); },
+       [&] { log.OutputJsonLog(); }});
+  const std::uint64_t oldest = log.AddJsonRecord(Json::objectValue);
+  testing::CallTogether({[&] { log.AddJsonRecord("record"); },
+                         [&] { EXPECT_TRUE(log.AddJsonStage(oldest, "stage")); }});
+  EXPECT_TRUE(log.OutputCacheLog() && log.OutputJsonLog());
 }
 
 }  // namespace

@@ -136,37 +136,41 @@ TEST_F(ModuleLoader, MissingModulesAndFunctionsAreNull) {
   EXPECT_EQ(module, nullptr);
 }
 
-TEST_F(ModuleLoader, LoadsFromDirectoriesWithOddNames) {
-  const testing::TemporaryDirectory directory;
-  const std::string file = directory / ("M\xC3\xA4\xC3\x9F " + std::string(FOO_FILE));
-  testing::WriteFile(file, testing::ReadFile(ModulesFile(FOO_FILE)));
-  HINSTANCE module = nullptr;
-  EXPECT_EQ(Call(NxModuleLoaderBase::loadModuleFunc(file.c_str(), kPlaceFunction, module)),
-            kBesideAnchor);
+TEST_F(ModuleLoader, ModulesByARelativePathKnowTheirDirectory) {
+  const std::filesystem::path before = std::filesystem::current_path();
+  std::filesystem::current_path(programDirectory);
+  HINSTANCE anchor = Open("modules" + ModulesFile(ANCHOR_FILE).substr(programDirectory.size() + 7));
+  std::string found;
+  EXPECT_TRUE(PathHelper::GetDLLDirectory("Anchorx86", found));
+  EXPECT_EQ(found, ModulesFile(""));
   // Not loaded again: the file name does not matter any more.
-  EXPECT_NE(NxModuleLoaderBase::loadModuleFunc("NoSuchFile", kPlaceFunction, module), nullptr);
-  NxModuleLoaderBase::releaseModule(module);
+  EXPECT_NE(NxModuleLoaderBase::loadModuleFunc("NoSuchFile", kPlaceFunction, anchor), nullptr);
+  NxModuleLoaderBase::releaseModule(anchor);
+  std::filesystem::current_path(before);
 }
 
-TEST_F(ModuleLoader, ThreadsLoadOnce) {
-  for (int round = 0; round < 20; ++round) {
-    HINSTANCE module = nullptr;
-    testing::RunTogether(
-        8, [&](int) { EXPECT_EQ(Call(Load(module, "Foo", kPlaceFunction)), kBesideProgram); });
-    NxModuleLoaderBase::releaseModule(module);
-    ASSERT_FALSE(IsLoaded("Foox86"));  // one release takes back the one load
-  }
-}
-
-TEST_F(ModuleLoader, AutoLoadsOnceAndFreesWhenItGoes) {
-  for (int round = 0; round < 20; ++round) {
+TEST_F(ModuleLoader, ThreadsLoadOnceAndAutoFreesWhenItGoes) {
+  for (int round = 0; round < 100; ++round) {
+    HINSTANCE shared = nullptr;
     {
+      NxModuleLoaderBase fresh;  // knows no directory yet
       NxModuleLoaderBaseAuto keeper;
       testing::RunTogether(8, [&](int thread) {
-        const char* const name = thread % 2 == 0 ? "Foo" : "Classification";
-        EXPECT_EQ(Call(keeper.DynamicLoadDllFunc(name, kPlaceFunction, 0, false, nullptr)),
-                  kBesideProgram);
+        if (thread < 4) {
+          EXPECT_EQ(
+              Call(fresh.DynamicLoadDllFunc(shared, "Foo", kPlaceFunction, 0, false, nullptr)),
+              kBesideProgram);
+        } else if (thread == 4) {
+          HINSTANCE own = nullptr;
+          EXPECT_EQ(fresh.LoadModule("Foo", own, 0, false, nullptr), EC_Ok);
+          NxModuleLoaderBase::releaseModule(own);
+        } else {
+          const char* const name = thread == 5 ? "Foo" : "Classification";
+          EXPECT_EQ(Call(keeper.DynamicLoadDllFunc(name, kPlaceFunction, 0, false, nullptr)),
+                    kBesideProgram);
+        }
       });
+      NxModuleLoaderBase::releaseModule(shared);  // one release takes back the one load
       EXPECT_TRUE(IsLoaded("Foox86") && IsLoaded("Classification"));
     }
     ASSERT_FALSE(IsLoaded("Foox86") || IsLoaded("Classification"));

@@ -115,13 +115,6 @@ TEST_F(Paths, ListsFilesByNameAndExtension) {
     EXPECT_EQ(Files(none, true, nullptr), Names()) << none;
 }
 
-TEST_F(Paths, ListsManyFilesOnceEach) {
-  Names names;
-  for (int i = 1'000; i < 3'000; ++i) names.push_back("/" + std::to_string(i));
-  for (const std::string& name : names) WriteFile(directory.GetPath().string() + name, "");
-  EXPECT_EQ(Files(directory.GetPath().string(), true, nullptr), names);
-}
-
 TEST_F(Paths, KnowsTheDirectoriesOfProgramAndModules) {
   std::string exe, core, unchanged = "before";
   NxSafeString safeCore;
