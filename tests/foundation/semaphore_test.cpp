@@ -37,13 +37,11 @@ TEST(Semaphore, CountsUnits) {
 
 TEST(Semaphore, SleepsOnlyWhileEmptyAndNoLongerThanToldTo) {
   struct Row {
-    const char* name;
     long value;
     int ms, wantMs;
   };
-  for (const Row& row : {Row{"no time", 0, 0, 0}, Row{"negative time", 0, -1, 0},
-                         Row{"a unit is there", 1, kLongSleepMs, 0}, Row{"empty", 0, 50, 50}}) {
-    SCOPED_TRACE(row.name);
+  for (const Row& row : {Row{0, 0, 0}, Row{0, -1, 0}, Row{1, kLongSleepMs, 0}, Row{0, 50, 50}}) {
+    SCOPED_TRACE(row.ms);
     NxSemaphore semaphore(row.value);
     // A spurious wake-up may end one sleep early; it does not end three in a row.
     Clock::duration longest{0};

