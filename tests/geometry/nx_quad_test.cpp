@@ -2,13 +2,16 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
 #include <vector>
 
 #include "tests/support/virtual_slots.h"
+#include "velmora/foundation/hash_algorithm.h"
 
 namespace velmora {
 namespace {
 
+using basic_structures::CRect;
 using Point = NxPoint_<int>;
 using Points = std::vector<Point>;
 
@@ -61,16 +64,35 @@ TEST(Quad, KeepsTheOrderOfVirtualOperations) {
   EXPECT_EQ(testing::CountVirtualOperations<Nx_LineSegmentEnhanced>(), 3);
 }
 
-TEST(Quad, CopiesAllFourOrNothing) {
-  const Nx_Quad quad(kSlanted);
-  for (const int capacity : {3, 4}) {
-    Points vertices(4);
-    Nx_LineSegmentEnhanced edges[4];
-    quad.GetVertices(vertices.data(), capacity);
-    quad.GetEdges(edges, capacity);
-    EXPECT_EQ(vertices, capacity < 4 ? Points(4) : Vertices(quad));
-    EXPECT_EQ(edges[2].GetStartPoint(), vertices[2]);
+TEST(Quad, MeasuresOfASquare) {
+  Nx_Quad square(kSquare);
+  Nx_LineSegmentEnhanced edges[4];
+  square.GetEdges(edges, 3);
+  EXPECT_EQ(edges[2].GetStartPoint(), Point()) << "all four or nothing";
+  square.GetEdges(edges, 4);
+  EXPECT_EQ(edges[2].GetStartPoint(), kSquare[2]);
+  EXPECT_EQ(square.GetArea(-1, -1), 100);
+  EXPECT_EQ(square.GetPerimeter(), 40);
+  EXPECT_EQ(Angles(square), std::vector<int>(4, 90));
+  EXPECT_EQ(square.GetCentralPoint(), Point(5, 5));
+  EXPECT_EQ(square.GetOrientationAngle(AD_360), 0);
+  EXPECT_EQ(square.GetVerticalAngle(), 90);
+  EXPECT_TRUE(square.IsConvex() && square.IsClockWise());
+  struct Row {
+    Point p;
+    int tolerance, want;
+  };
+  for (const Row& row : {Row{{5, 5}, 1, 4}, Row{{5, 10}, 1, 2}, Row{{5, 11}, 1, 5},
+                         Row{{10, 0}, 1, 0}, Row{{10, 0}, 2, 5}, Row{{5, 0}, 0, 4}}) {
+    EXPECT_EQ(square.CalcPointPositionRelation(row.p, row.tolerance), row.want) << row.p[0];
   }
+  EXPECT_EQ(Nx_Quad(kReversed).CalcPointPositionRelation({5, 5}, 1), 5);
+  square.CalcHashID();
+  const std::string& text = square.toString();
+  EXPECT_EQ(text, "(0,0) (10,0) (10,10) (0,10)");
+  EXPECT_EQ(square.GetObjectId(), NxHashAlgorithm::Generate_BKDRHash(text.data(), 27));
+  const Points farthest(4, {-0x7FFFFFFF - 1, -0x7FFFFFFF - 1});
+  EXPECT_EQ(Nx_Quad(farthest.data()).toString().size(), 103U);
 }
 
 TEST(Quad, AreaBeyondTheImageOrOfNothing) {
@@ -128,25 +150,6 @@ TEST(Quad, BuiltFromEdgesMeetsWhereTheyIntersect) {
       {{3, 0}, {5, 0}}, {{7, 2}, {9, 2}}, {{9, 10}, {9, 12}}, {{0, 9}, {0, 2}}};
   EXPECT_EQ(Vertices(Nx_Quad(parallel)), (Points{{0, 0}, {7, 2}, {9, 2}, {0, 9}}))
       << "vertices 1 and 3 take the start of their edge";
-}
-
-TEST(Quad, ExpandingKeepsOnlyTheKnownAngles) {
-  Nx_Quad quad(kSlanted);
-  const std::vector<int> angles = Angles(quad);
-  quad.GetArea(-1, -1);
-  quad.GetCentralPoint();
-  quad.ExpandQuad(30, -7);
-  ExpectConsistent(quad);
-  quad.TranslateEdge(QEI_2, QETD_OUTWARD, 90);
-  EXPECT_EQ(Angles(quad), angles);
-  EXPECT_NE(Angles(Nx_Quad(quad.GetVertices())), angles) << "rounding turned an edge";
-  for (const bool isReversed : {false, true}) {
-    Nx_Quad shrunk(isReversed ? kReversed : kSquare);
-    const int distance = isReversed ? 3 : -3;
-    shrunk.ExpandQuad(distance, distance);
-    EXPECT_EQ(shrunk.GetVertices()[0], Point(3, 3)) << isReversed;
-    EXPECT_EQ(shrunk.GetVertices()[2], Point(7, 7)) << isReversed;
-  }
 }
 
 TEST(Quad, EdgesMoveInwardAndOutwardForEitherOrientation) {
@@ -217,32 +220,35 @@ TEST(Quad, SidesOfPointsAreThoseOfTheEdges) {
   EXPECT_EQ(quad.CalcOverlappingAreaWithOtherQuad(&other), 60.0F);
 }
 
+TEST(Quad, OverlapIsWhatIsLeftOfTheOther) {
+  const Point diamond[] = {{5, -3}, {13, 5}, {5, 13}, {-3, 5}};
+  const Nx_Quad square(kSquare), other(diamond);
+  Points polygon(1);
+  square.GetOverlappingPolygonPointsWithOtherQuad(&other, polygon);
+  EXPECT_EQ(polygon, (Points{{8, 0}, {10, 2}, {10, 8}, {8, 10}, {2, 10}, {0, 8}, {0, 2}, {2, 0}}));
+  EXPECT_EQ(square.CalcOverlappingAreaWithOtherQuad(&other), 92.0F);
+  square.GetOverlappingPolygonPointsWithOtherQuad(nullptr, polygon);
+  EXPECT_TRUE(polygon.empty());
+  EXPECT_EQ(square.CalcOverlappingAreaWithOtherQuad(nullptr), 0.0F);
+}
+
 TEST(Quad, QuickOverlapTest) {
-  const auto bar = [](int left, int top, int right, int bottom) {
-    const Point v[] = {{left, top}, {right, top}, {right, bottom}, {left, bottom}};
-    return Nx_Quad(v);
+  const auto overlap = [](const CRect& a, const CRect& b, float expandRatio) {
+    const auto quad = [](const CRect& r) {
+      const Point v[] = {
+          {r.left, r.top}, {r.right, r.top}, {r.right, r.bottom}, {r.left, r.bottom}};
+      return Nx_Quad(v);
+    };
+    EXPECT_EQ(quad(a).IsOverlapWithOtherQuad(quad(b), expandRatio),
+              quad(b).IsOverlapWithOtherQuad(quad(a), expandRatio));
+    return quad(a).IsOverlapWithOtherQuad(quad(b), expandRatio);
   };
-  struct Row {
-    const char* name;
-    Nx_Quad a, b;
-    float expandRatio;
-    bool want;
-  };
-  const Row rows[] = {
-      {"plus sign off the centres", bar(0, 4, 20, 6), bar(16, 0, 18, 30), 0, false},
-      {"plus sign at the centres", bar(0, 4, 10, 6), bar(4, 0, 6, 10), 0, true},
-      {"one inside the other", bar(0, 0, 30, 30), bar(3, 3, 6, 6), 0, true},
-      {"expanded by one: 0.001F is more than 0.001", bar(0, 0, 1000, 9), bar(1002, 0, 2002, 9),
-       0.001F, true},
-      {"too small to expand", bar(0, 0, 1000, 9), bar(1002, 0, 2002, 9), 0.00099F, false},
-      {"touching, shrunk by one", bar(0, 0, 1000, 9), bar(1000, 0, 2000, 9), -0.001F, false},
-      {"shares of the shorter sides", bar(0, 0, 100, 10), bar(108, 0, 118, 10), 0.4F, true},
-      {"and not of the longer", bar(0, 0, 100, 10), bar(112, 0, 122, 10), 0.4F, false},
-  };
-  for (const Row& row : rows) {
-    EXPECT_EQ(row.a.IsOverlapWithOtherQuad(row.b, row.expandRatio), row.want) << row.name;
-    EXPECT_EQ(row.b.IsOverlapWithOtherQuad(row.a, row.expandRatio), row.want) << row.name;
-  }
+  const CRect bar(0, 0, 1000, 9), next(0, 1000, 2000, 9), beyond(0, 1002, 2002, 9);
+  EXPECT_TRUE(overlap(bar, beyond, 0.001F)) << "expanded by one: 0.001F is more than 0.001";
+  EXPECT_FALSE(overlap(bar, beyond, 0.00099F)) << "too small to expand";
+  EXPECT_FALSE(overlap(bar, next, -0.001F)) << "touching, shrunk by one";
+  EXPECT_FALSE(overlap(bar, {-30, 400, 402, 12}, 0)) << "a plus sign off the centres";
+  EXPECT_TRUE(overlap(bar, {-10, 499, 501, 20}, 0)) << "a plus sign at the centres";
 }
 
 TEST(Quad, SortsFromAChosenVertex) {

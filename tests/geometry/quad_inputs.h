@@ -3,7 +3,6 @@
 
 #include <array>
 #include <cstdint>
-#include <cstdlib>
 
 #include "velmora/geometry/point.h"
 
@@ -69,12 +68,6 @@ inline std::int64_t Cross(const Point& a, const Point& b, const Point& p) {
   const std::int64_t dx = std::int64_t{b[0]} - a[0];
   const std::int64_t dy = std::int64_t{b[1]} - a[1];
   return dx * (std::int64_t{p[1]} - a[1]) - dy * (std::int64_t{p[0]} - a[0]);
-}
-
-inline std::int64_t SquaredDistance(const Point& a, const Point& b) {
-  const std::int64_t dx = std::int64_t{b[0]} - a[0];
-  const std::int64_t dy = std::int64_t{b[1]} - a[1];
-  return dx * dx + dy * dy;
 }
 
 }  // namespace velmora::testing
