@@ -46,22 +46,6 @@ class UncloneableTag : public CImageTag {
   CImageTag* Clone() const override { throw std::bad_alloc(); }
 };
 
-TEST_F(ImageData, CopiesAsManyBytesAsTheLow32BitsOfTheLengthSay) {
-  const auto length = (1ULL << 32) + 6;
-  const CImageData image(length, pixels, 3, 2, 3, PXF_Grayscale8, 90, nullptr);
-  EXPECT_NE(image.GetBytes(), pixels);
-  EXPECT_EQ(BytesOf(image, 6), Bytes(pixels, pixels + 6));
-  EXPECT_EQ(image.GetBytesLength(), length);
-  EXPECT_EQ(CImageData(length, nullptr, 3, 2, 3, PXF_Grayscale8, 0, nullptr).GetBytes(), nullptr);
-}
-
-TEST_F(ImageData, ReleasesAnAdoptedBufferOnceAndABorrowedOneNever) {
-  { const CImageData adopted(1, pixels, &RecordRelease, 1, 1, 1, PXF_Grayscale8, 0, nullptr); }
-  { const CImageData borrowed(1, pixels, nullptr, 1, 1, 1, PXF_Grayscale8, 0, nullptr); }
-  { const CImageData empty(0, nullptr, &RecordRelease, 0, 0, 0, PXF_Grayscale8, 0, nullptr); }
-  EXPECT_EQ(released, (std::vector<const unsigned char*>{pixels, nullptr}));
-}
-
 TEST_F(ImageData, FailedConstructionLeavesTheBytesToTheCaller) {
   const UncloneableTag bad;
   EXPECT_THROW(CImageData(1, pixels, &RecordRelease, 1, 1, 1, PXF_Grayscale8, 0, &bad),

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "tests/support/barrier.h"
+#include "velmora/image/internal/source_tally.h"
 
 namespace velmora::basic_structures {
 namespace {
@@ -17,6 +18,7 @@ class TestSource : public CImageSourceAdapter {
  public:
   bool HasMoreImages() const override { return false; }
   using CImageSourceAdapter::AddImageToBuffer;
+  using CImageSourceAdapter::GetErrorListener;
 };
 
 // Numbered images over pixels of its own, which counts how often each is released.
@@ -25,7 +27,10 @@ class ImageSourceAdapter : public ::testing::Test {
   static constexpr int kImages = 800;
 
   ImageSourceAdapter() : pixels_(4 * kImages), releases_(kImages) { current_ = this; }
-  ~ImageSourceAdapter() override { current_ = nullptr; }
+  ~ImageSourceAdapter() override {
+    source.ClearBuffer();
+    current_ = nullptr;
+  }
 
   // Grey, tight rows: it needs no conversion. Its tag carries the number.
   static CImageData* NewImage(int number) {
@@ -76,6 +81,11 @@ TEST_F(ImageSourceAdapter, IdleSourceDestroysWhatIsPushed) {
   source.AddImageToBuffer(nullptr, false);
   EXPECT_EQ(Releases(0), 1);
   EXPECT_EQ(CountsOf(source), (Counts{0, 0, 1, 0}));
+  struct Listener final : CImageSourceErrorListener {
+    void OnImageSourceError(int, const char*) override {}
+  } listener;
+  source.SetErrorListener(&listener);
+  EXPECT_EQ(source.GetErrorListener(), &listener);
 }
 
 // What pushes 0, 1, 2... leave in a buffer of a given limit and mode.
@@ -173,34 +183,49 @@ TEST_F(ImageSourceAdapter, ASmallerLimitOrphansTheNewest) {
   EXPECT_EQ(Drain(), Numbers{0});
 }
 
+TEST_F(ImageSourceAdapter, ABlockingSourceHandsItsFramesOutInOrder) {
+  source.SetBufferOverflowProtectionMode(BOP_Block);
+  source.StartFetching();
+  testing::RunTogether(2, [&](int thread) {
+    for (int number = 0; number < 200;) {
+      if (thread == 0) {
+        Push(number++);
+      } else if (const std::unique_ptr<CImageData> image(source.GetImage()); image != nullptr) {
+        EXPECT_EQ(image->GetImageTag()->GetImageId(), number++);
+      }
+    }
+  });
+}
+
+TEST_F(ImageSourceAdapter, IsAskedWhileImagesArePushed) {
+  source.StartFetching();
+  Push(0);
+  testing::CallTogether(
+      {[&] { Push(1); }, [&] { source.HasImage(2); }, [&] { source.IsBufferEmpty(); }});
+}
+
+TEST(SourceTally, IsNeverReadTorn) {
+  internal::SourceTally tally;
+  std::atomic<bool> isDone{false};
+  testing::RunTogether(2, [&](int thread) {
+    for (std::uint64_t i = 1; thread == 0 && !isDone; ++i) tally.Publish({i, i, i, i});
+    std::uint64_t last = 0;
+    for (int changes = 0; !isDone && changes < 300;) {
+      const internal::SourceCounts counts = tally.Read();
+      EXPECT_TRUE(counts.delivered == counts.dropped && counts.dropped == counts.refused &&
+                  counts.refused == counts.buffered);
+      changes += counts.delivered != last ? 1 : 0;
+      last = counts.delivered;
+    }
+    isDone = true;
+  });
+}
+
 // Whatever ends the wait, each of the producers of a full source gets its answer. That the call may
 // come before, while or after they fall asleep is the point: a lost wake-up would hang the test.
 TEST_F(ImageSourceAdapter, BlockedProducersAreLetGo) {
-  struct Row {
-    const char* name;
-    void (*letGo)(TestSource&);
-    bool again;  // until all images are offered
-    std::uint64_t refused;
-  };
-  const Row rows[] = {
-      {"StopFetching", [](TestSource& full) { full.StopFetching(); }, false, 2},
-      {"StopFetching, with a restart at once",
-       [](TestSource& full) {
-         full.StopFetching();
-         full.StartFetching();
-       },
-       true, 2},
-      {"a larger limit", [](TestSource& full) { full.SetMaxImageCount(3); }, false, 0},
-      {"ClearBuffer", [](TestSource& full) { full.ClearBuffer(); }, true, 0},
-      {"GetImage in another mode",
-       [](TestSource& full) {
-         full.SetBufferOverflowProtectionMode(BOP_DropOldest);
-         delete full.GetImage();
-       },
-       true, 0},
-  };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.name);
+  const auto check = [](const char* name, std::uint64_t refused, auto isEnough, auto letGo) {
+    SCOPED_TRACE(name);
     for (int round = 0; round < 60; ++round) {
       TestSource full;
       full.SetBufferOverflowProtectionMode(BOP_Block);
@@ -208,12 +233,25 @@ TEST_F(ImageSourceAdapter, BlockedProducersAreLetGo) {
       full.AddImageToBuffer(NewImage(0), false);
       testing::RunTogether(3, [&](int thread) {
         if (thread > 0) return full.AddImageToBuffer(NewImage(thread), false);
-        do row.letGo(full);
-        while (row.again && full.GetStatistics().offered < 3);
+        do letGo(full);
+        while (!isEnough(full));
       });
-      EXPECT_EQ(full.GetStatistics().refused, row.refused);
+      EXPECT_EQ(full.GetStatistics().refused, refused);
     }
-  }
+  };
+  const auto once = [](const TestSource&) { return true; };
+  const auto allOffered = [](const TestSource& full) { return full.GetStatistics().offered == 3; };
+  check("StopFetching", 2, once, [](TestSource& full) { full.StopFetching(); });
+  check("StopFetching, with a restart at once", 2, allOffered, [](TestSource& full) {
+    full.StopFetching();
+    full.StartFetching();
+  });
+  check("a larger limit", 0, once, [](TestSource& full) { full.SetMaxImageCount(3); });
+  check("ClearBuffer", 0, allOffered, [](TestSource& full) { full.ClearBuffer(); });
+  check("GetImage in another mode", 0, allOffered, [](TestSource& full) {
+    full.SetBufferOverflowProtectionMode(BOP_DropOldest);
+    delete full.GetImage();
+  });
 }
 
 // Tells when it is cloned: of an image that is pushed as a copy by a producer that is inside.
@@ -256,20 +294,13 @@ TEST_F(ImageSourceAdapter, AProducerMayBeToldToStopAndLeft) {
 // Producers, a consumer, somebody who protects, stops and restarts, and a monitor at once, with the
 // producers faster and slower than the consumer.
 TEST_F(ImageSourceAdapter, CountsAddUpAtEveryInstant) {
-  struct Row {
-    const char* name;
-    BufferOverflowProtectionMode mode;
-    int consumerPause;
-    bool stops;
-  };
-  for (const Row& row :
-       {Row{"blocks and loses nothing", BOP_Block, 0, false},
-        Row{"blocks and stops", BOP_Block, 50, true}, Row{"drops", BOP_DropOldest, 0, false},
-        Row{"drops and stops", BOP_DropOldest, 50, true}}) {
-    SCOPED_TRACE(row.name);
+  for (int way = 0; way < 4; ++way) {
+    const BufferOverflowProtectionMode mode = way < 2 ? BOP_Block : BOP_DropOldest;
+    const bool stops = way % 2 == 1;
+    SCOPED_TRACE(::testing::Message() << "mode " << mode << (stops ? ", stops" : ""));
     constexpr int kProducers = 2, kEach = 400;
     TestSource shared;
-    shared.SetBufferOverflowProtectionMode(row.mode);
+    shared.SetBufferOverflowProtectionMode(mode);
     shared.SetMaxImageCount(3);
     shared.StartFetching();
     std::atomic<int> producing{kProducers};
@@ -285,10 +316,10 @@ TEST_F(ImageSourceAdapter, CountsAddUpAtEveryInstant) {
       for (int i = 0; producing > 0; ++i) {
         if (thread == kProducers) {  // the consumer
           const std::unique_ptr<CImageData> image(shared.GetImage());
-          for (int pause = 0; pause < row.consumerPause; ++pause) std::this_thread::yield();
+          for (int pause = 0; stops && pause < 50; ++pause) std::this_thread::yield();
         } else if (thread == kProducers + 1) {  // the protector
           shared.SetNextImageToReturn(i % kEach, i % 2 == 0);
-          if (row.stops && i % 16 == 0) shared.StopFetching();
+          if (stops && i % 16 == 0) shared.StopFetching();
           shared.StartFetching();
         } else {  // the monitor
           EXPECT_LE(CountsOf(shared)[3], 3U);
@@ -299,7 +330,7 @@ TEST_F(ImageSourceAdapter, CountsAddUpAtEveryInstant) {
     });
     const ImageSourceStatistics end = shared.GetStatistics();
     EXPECT_EQ(end.offered, static_cast<std::uint64_t>(kProducers * kEach));
-    EXPECT_TRUE(row.mode != BOP_Block || row.stops || end.dropped + end.refused == 0);
+    EXPECT_TRUE(mode != BOP_Block || stops || end.dropped + end.refused == 0);
     shared.ClearBuffer();
     for (int number = 0; number < kProducers * kEach; ++number) {
       EXPECT_EQ(Releases(number), before + 1) << number;

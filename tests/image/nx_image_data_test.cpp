@@ -22,14 +22,6 @@ NxRef<NxImageData> ImageOfPixels() {
   return new NxImageData(4, kPixels, 2, 2, 2, basic_structures::PXF_Grayscale8, 0, nullptr);
 }
 
-TEST(NxImageData, IsAnImageFirstAndASharedObject) {
-  const NxRef<NxImageData> image = new NxImageData;
-  const CImageData* base = image.get();
-  EXPECT_EQ(static_cast<const void*>(base), static_cast<const void*>(image.get()));
-  const CImageData* throughBase = new NxImageData;
-  delete throughBase;
-}
-
 TEST(NxImageData, OrientationFromExifAndAsAngle) {
   NxImageData image;
   for (const auto& [exif, degrees] :
@@ -67,12 +59,30 @@ TEST(NxImageData, PdfContentCountsOnlyOnceExtracted) {
   image.SetImageRois(std::vector<Nx_Quad>());
   image.SetBarcodeTextBlocks(std::vector<TextBlock>());
   EXPECT_EQ(ContentOf(image), "vectors images ") << "an empty list replaces the text alone";
+  NxArrayRef<Nx_Quad> rois;
+  image.GetPDFImageROIs(rois);
+  EXPECT_EQ(rois->GetCount(), 1U);
   image.SetExtracted(false);
   EXPECT_EQ(ContentOf(image), "");
   NxImageData lines;
   lines.SetExtracted(true);
   lines.SetVectorLines(new NxArray<float>(0), {}, {});
   EXPECT_EQ(ContentOf(lines), "vectors ") << "lines count even if there are none";
+}
+
+TEST(NxImageData, HandsOutTheArraysItWasGiven) {
+  const NxArrayRef<float> starts(new NxArray<float>(1)), ends(new NxArray<float>(1));
+  const NxArrayRef<unsigned char> flags(new NxArray<unsigned char>(1));
+  NxImageData image;
+  image.SetVectorLines(starts, ends, flags);
+  image.SetVectorRects({}, flags);
+  NxArrayRef<float> gotStarts, gotEnds;
+  NxArrayRef<unsigned char> lineFlags, rectFlags;
+  NxArrayRef<FloatRect> rects(new NxArray<FloatRect>(1));
+  image.GetVectorLines(gotStarts, gotEnds, lineFlags);
+  image.GetVectorRects(rects, rectFlags);
+  EXPECT_TRUE(gotStarts == starts && gotEnds == ends && lineFlags == flags);
+  EXPECT_TRUE(rects == nullptr && rectFlags == flags);
 }
 
 TEST(NxImageData, HashIdIsCalculatedOnceAndReplaceable) {
@@ -91,6 +101,9 @@ TEST(NxImageData, FirstHashMayComeFromAnyThread) {
     const NxRef<NxImageData> image = ImageOfPixels();
     testing::RunTogether(4, [&](int) { EXPECT_EQ(image->GetHashID(), kHash); });
   }
+  const NxRef<NxImageData> image = ImageOfPixels();
+  const auto replace = [&] { image->SetHashID("given"); };
+  testing::CallTogether({replace, replace, [&] { image->CalcHashID(); }});
 }
 
 TEST(TextBlock, TakesItsOwnTextAndNone) {
