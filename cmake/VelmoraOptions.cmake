@@ -31,4 +31,5 @@ target_compile_options(
             -Wshadow
             -Wconversion
             -Wnon-virtual-dtor
+            $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety>
             -Werror>)

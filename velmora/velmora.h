@@ -5,6 +5,7 @@
 // platform
 #include "velmora/platform/critical_section.h"
 #include "velmora/platform/export.h"
+#include "velmora/platform/mutex.h"
 
 // foundation
 #include "velmora/foundation/array.h"

@@ -26,18 +26,18 @@ void InsertOnce(std::vector<T*>& pointers, T* pointer) {
 }  // namespace
 
 void ActiveWorkUnitManager::LoadActiveWorkUnit(ExecutableWorkItem* item) {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   InsertOnce(items_, item);
 }
 
 void ActiveWorkUnitManager::UnloadActiveWorkUnit(ExecutableWorkItem* item) {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   const auto position = LowerBound(items_, item);
   if (position != items_.end() && *position == item) items_.erase(position);
 }
 
 void ActiveWorkUnitManager::AddTimeCheckCountForActiveWorkUnit(std::int64_t ms) {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   images_.clear();
   for (const ExecutableWorkItem* item : items_) {
     const NxRegionObject* const region = item->GetOutput()->GetRegion().get();

@@ -3,10 +3,10 @@
 #pragma once
 
 #include <cstdint>
-#include <mutex>
 #include <vector>
 
 #include "velmora/platform/export.h"
+#include "velmora/platform/mutex.h"
 
 namespace velmora {
 
@@ -35,9 +35,10 @@ class VELMORA_EXPORT ActiveWorkUnitManager {
  private:
   // As many items as threads are in flight: a sorted vector that keeps its capacity is searched
   // faster than a tree and allocates nothing on the way of an item.
-  std::mutex mutex_;                          // guards what follows
-  std::vector<ExecutableWorkItem*> items_;    // ascending by address
-  std::vector<NxSourceImageObject*> images_;  // scratch space of the charge
+  Mutex mutex_;
+  std::vector<ExecutableWorkItem*> items_ VELMORA_GUARDED_BY(mutex_);  // ascending by address
+  // Scratch space of the charge.
+  std::vector<NxSourceImageObject*> images_ VELMORA_GUARDED_BY(mutex_);
 };
 
 }  // namespace velmora

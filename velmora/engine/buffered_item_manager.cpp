@@ -36,14 +36,14 @@ BufferedItemManager::~BufferedItemManager() {
 
 void BufferedItemManager::RegisterBufferedItemType(BufferedItemType type) {
   Entry dropped;
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   std::swap(entries_[type], dropped);
 }
 
 void BufferedItemManager::SetMaxBufferedItems(BufferedItemType type, int maxCount) {
   if (maxCount < 0) return;
   Items dropped;
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   const auto found = entries_.find(type);
   if (found == entries_.end()) return;
   found->second.maxCount = maxCount;
@@ -51,7 +51,7 @@ void BufferedItemManager::SetMaxBufferedItems(BufferedItemType type, int maxCoun
 }
 
 int BufferedItemManager::GetMaxBufferedItems(BufferedItemType type) const {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   const auto found = entries_.find(type);
   return found != entries_.end() ? found->second.maxCount : 0;
 }
@@ -60,7 +60,7 @@ void BufferedItemManager::AppendItem(BufferedItemBase* item) {
   if (item == nullptr) return;
   const BufferedItemType type = item->GetBufferedItemType();
   Items dropped;
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   const auto found = entries_.find(type);
   if (found == entries_.end() || found->second.maxCount == 0) return;
   found->second.items.emplace_back(item);
@@ -69,13 +69,13 @@ void BufferedItemManager::AppendItem(BufferedItemBase* item) {
 
 void BufferedItemManager::ClearBuffer() {
   std::map<BufferedItemType, Entry> dropped;
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   entries_.swap(dropped);
 }
 
 void BufferedItemManager::CopyBufferToItemSet(BufferedItemSetBase* itemSet) {
   if (itemSet == nullptr) return;
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   itemSet->CopyFromManager(this);
 }
 

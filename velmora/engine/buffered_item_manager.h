@@ -4,12 +4,12 @@
 
 #include <cstdint>
 #include <map>
-#include <mutex>
 #include <string>
 #include <vector>
 
 #include "velmora/foundation/ref.h"
 #include "velmora/platform/export.h"
+#include "velmora/platform/mutex.h"
 
 namespace velmora {
 
@@ -66,7 +66,8 @@ class VELMORA_EXPORT BufferedItemManager {
   /// For the copy operation of an item set only, which runs under this manager's lock.
   /// @return the items of @p type, oldest first, valid until that operation returns; null for a
   ///         type that is not registered
-  const Items* GetBufferedItemsUnlocked(basic_structures::BufferedItemType type) const;
+  const Items* GetBufferedItemsUnlocked(basic_structures::BufferedItemType type) const
+      VELMORA_UNCHECKED_LOCKING;
 
  private:
   struct Entry {
@@ -76,8 +77,8 @@ class VELMORA_EXPORT BufferedItemManager {
 
   [[nodiscard]] static Items UpdateIfExceedMaxCount(Entry& entry);
 
-  mutable std::mutex mutex_;  // guards entries_
-  std::map<basic_structures::BufferedItemType, Entry> entries_;
+  mutable Mutex mutex_;
+  std::map<basic_structures::BufferedItemType, Entry> entries_ VELMORA_GUARDED_BY(mutex_);
   std::string managerId_;
 };
 

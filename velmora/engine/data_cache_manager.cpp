@@ -49,19 +49,19 @@ void DataCacheManager::AddToCacheMap(SourceImageCacheBase* cache) {
   if (cache == nullptr || !cache->GetSourceImageObject()) return;
   const std::string& hashId = cache->GetSourceImageObject()->GetHashID();
   NxRef<SourceImageCacheBase> filed(cache);  // leaves with what it replaces
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   caches_[hashId].swap(filed);
 }
 
 NxRef<SourceImageCacheBase> DataCacheManager::GetFromCacheMap(const std::string& hashId) const {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   const auto found = caches_.find(hashId);
   return found != caches_.end() ? found->second : nullptr;
 }
 
 basic_structures::CImageData* DataCacheManager::GetSourceImage(const char* hashId) const {
   if (hashId == nullptr) return nullptr;
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   const auto found = caches_.find(hashId);
   if (found == caches_.end()) return nullptr;
   const NxSourceImageObject* const source = found->second->GetSourceImageObject().get();
@@ -70,7 +70,7 @@ basic_structures::CImageData* DataCacheManager::GetSourceImage(const char* hashI
 
 bool DataCacheManager::UpdateCacheMap() {
   CacheMap dropped;
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   for (auto next = caches_.begin(); next != caches_.end();) {
     const auto current = next++;
     if (current->second->GetDropFlag()) dropped.insert(caches_.extract(current));
@@ -80,7 +80,7 @@ bool DataCacheManager::UpdateCacheMap() {
 
 void DataCacheManager::CleanAllCacheMap() {
   CacheMap dropped;
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   caches_.swap(dropped);
 }
 

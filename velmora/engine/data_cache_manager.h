@@ -5,12 +5,12 @@
 #include <atomic>
 #include <functional>
 #include <map>
-#include <mutex>
 #include <string>
 
 #include "velmora/foundation/object_base.h"
 #include "velmora/foundation/ref.h"
 #include "velmora/platform/export.h"
+#include "velmora/platform/mutex.h"
 
 namespace velmora {
 
@@ -80,8 +80,8 @@ class VELMORA_EXPORT DataCacheManager {
  private:
   using CacheMap = std::map<std::string, NxRef<SourceImageCacheBase>, std::less<>>;
 
-  mutable std::mutex mutex_;  // guards caches_
-  CacheMap caches_;
+  mutable Mutex mutex_;
+  CacheMap caches_ VELMORA_GUARDED_BY(mutex_);
 };
 
 }  // namespace velmora

@@ -10,12 +10,12 @@ NxDependencyFinishFlag::NxDependencyFinishFlag(const std::string& taskFullName)
 NxDependencyFinishFlag::~NxDependencyFinishFlag() = default;
 
 void NxDependencyFinishFlag::SetFinished() {
-  const std::lock_guard<std::mutex> lock(finishMutex_);
+  const MutexLock lock(finishMutex_);
   finished_ = true;
 }
 
 bool NxDependencyFinishFlag::IsFinished() const {
-  const std::lock_guard<std::mutex> lock(finishMutex_);
+  const MutexLock lock(finishMutex_);
   return finished_;
 }
 
@@ -30,19 +30,19 @@ const NxDependencyFinishFlag::ChildFlags& NxDependencyFinishFlag::GetChildFlags(
 }
 
 void NxDependencyFinishFlag::AddRelatedOutputTask(NxTaskOutput* output) {
-  const std::lock_guard<std::mutex> lock(outputTaskMutex_);
+  const MutexLock lock(outputTaskMutex_);
   relatedOutputs_.insert(output);
 }
 
 void NxDependencyFinishFlag::RemoveAllRelatedOutputTasks(NxTaskOutput* /*output*/) {
-  const std::lock_guard<std::mutex> lock(outputTaskMutex_);
+  const MutexLock lock(outputTaskMutex_);
   relatedOutputs_.clear();
 }
 
 void NxDependencyFinishFlag::LoopAllRelatedOutputTasks(void (*callback)(NxTaskOutput*,
                                                                         TargetROIDefEvent*),
                                                        TargetROIDefEvent* event) {
-  const std::lock_guard<std::mutex> lock(outputTaskMutex_);
+  const MutexLock lock(outputTaskMutex_);
   for (NxTaskOutput* output : relatedOutputs_) callback(output, event);
 }
 

@@ -3,7 +3,6 @@
 #pragma once
 
 #include <map>
-#include <mutex>
 #include <set>
 #include <string>
 #include <vector>
@@ -11,6 +10,7 @@
 #include "velmora/foundation/object_base.h"
 #include "velmora/foundation/ref.h"
 #include "velmora/platform/export.h"
+#include "velmora/platform/mutex.h"
 
 namespace velmora {
 
@@ -57,10 +57,10 @@ class VELMORA_EXPORT NxDependencyFinishFlag : public NxObjectBase {
  private:
   std::string taskFullName_;
   std::map<std::string, ChildFlags> childFlags_;
-  std::mutex outputTaskMutex_;  // guards relatedOutputs_
-  std::set<NxTaskOutput*> relatedOutputs_;
-  mutable std::mutex finishMutex_;  // guards finished_
-  bool finished_ = false;
+  Mutex outputTaskMutex_;
+  std::set<NxTaskOutput*> relatedOutputs_ VELMORA_GUARDED_BY(outputTaskMutex_);
+  mutable Mutex finishMutex_;
+  bool finished_ VELMORA_GUARDED_BY(finishMutex_) = false;
 };
 
 }  // namespace velmora

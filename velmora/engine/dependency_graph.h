@@ -63,7 +63,7 @@ class VELMORA_EXPORT NxDependencyGraph : public NxObjectBase {
 
  protected:
   /// For the derived graph's use; nothing here takes it.
-  std::mutex mutex_;
+  std::mutex mutex_;  // plain: the derived graph locks it
 
  private:
   NxTargetROIDef* beginNode_ = nullptr;

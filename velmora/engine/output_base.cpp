@@ -51,7 +51,7 @@ void NxOutputBase::AddResult(NxRef<NxTaskOutputAtomResult> result) {
   NxRegionObject* const found = result ? result->GetRegion().get() : nullptr;
   const bool takesReference = found != nullptr && !DescendsFrom(region_.get(), found);
   NxRef<NxRegionObject> replaced;  // destroyed after the lock is released
-  const std::lock_guard<std::mutex> lock(resultsMutex_);
+  const MutexLock lock(resultsMutex_);
   if (takesReference) {
     replaced = found->GetReferenceRegion();
     found->SetReferenceRegion(region_);
@@ -60,18 +60,18 @@ void NxOutputBase::AddResult(NxRef<NxTaskOutputAtomResult> result) {
 }
 
 int NxOutputBase::GetResultCount() const {
-  const std::lock_guard<std::mutex> lock(resultsMutex_);
+  const MutexLock lock(resultsMutex_);
   return static_cast<int>(results_.size());
 }
 
 NxRef<NxTaskOutputAtomResult> NxOutputBase::GetResult(int index) const {
-  const std::lock_guard<std::mutex> lock(resultsMutex_);
+  const MutexLock lock(resultsMutex_);
   return results_[static_cast<std::size_t>(index)];
 }
 
 bool NxOutputBase::AlreadyExistObject(NxRegionObject* region) const {
   if (region == nullptr) return false;
-  const std::lock_guard<std::mutex> lock(resultsMutex_);
+  const MutexLock lock(resultsMutex_);
   return std::any_of(results_.begin(), results_.end(), [region](const auto& result) {
     return result && result->GetRegion() == region;
   });
@@ -86,7 +86,7 @@ void NxOutputBase::SetResultStatus(TaskOutputStatus status) {
 bool NxOutputBase::EndWork() {
   if (GetResultStatus() != TOS_NO_RESULT) return false;
   NxRef<NxTaskOutputAtomResult> empty = new NxTaskOutputAtomResult;
-  const std::lock_guard<std::mutex> lock(resultsMutex_);
+  const MutexLock lock(resultsMutex_);
   // Again: another thread may have ended the work meanwhile.
   if (GetResultStatus() != TOS_NO_RESULT) return false;
   results_.push_back(std::move(empty));

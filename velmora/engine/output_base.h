@@ -4,7 +4,6 @@
 
 #include <atomic>
 #include <cstdint>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -12,6 +11,7 @@
 #include "velmora/foundation/object_base.h"
 #include "velmora/foundation/ref.h"
 #include "velmora/platform/export.h"
+#include "velmora/platform/mutex.h"
 
 namespace velmora {
 
@@ -109,8 +109,8 @@ class VELMORA_EXPORT NxOutputBase : public NxObjectBase {
   const NxRef<NxRegionObject> referenceRegion_;
   const TaskType taskType_;
   std::atomic<TaskOutputStatus> status_{TOS_NO_RESULT};
-  mutable std::mutex resultsMutex_;  // guards results_
-  std::vector<NxRef<NxTaskOutputAtomResult>> results_;
+  mutable Mutex resultsMutex_;
+  std::vector<NxRef<NxTaskOutputAtomResult>> results_ VELMORA_GUARDED_BY(resultsMutex_);
   const std::string targetRoiName_;
   const std::string taskName_;
   const std::string taskFullName_;

@@ -38,8 +38,8 @@ struct VELMORA_EXPORT NxSectionResultsCache {
   const Regions& GetAuxiliaryResults(SectionType section);
   const ResultMap& GetAllSectionResults() const { return results; }
 
-  std::mutex resultsMutex;           ///< the callers', for `results`
-  std::mutex auxiliaryResultsMutex;  ///< the callers', for `auxiliaryResults`
+  std::mutex resultsMutex;           ///< plain: the callers', for `results`
+  std::mutex auxiliaryResultsMutex;  ///< plain: the callers', for `auxiliaryResults`
   ResultMap results;
   ResultMap auxiliaryResults;
 };

@@ -3,12 +3,12 @@
 namespace velmora {
 
 void TaskEffectTimeManager::SetTimePointToTaskEffect(int timePoint) {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   timePoint_ = timePoint;
 }
 
 bool TaskEffectTimeManager::IsTimePointOpen() const {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   return timePoint_ > 0;
 }
 

@@ -3,9 +3,9 @@
 #pragma once
 
 #include <cstdint>
-#include <mutex>
 
 #include "velmora/platform/export.h"
+#include "velmora/platform/mutex.h"
 
 namespace velmora {
 
@@ -22,8 +22,8 @@ class VELMORA_EXPORT TaskEffectTimeManager {
   bool IsTimePointOpen() const;
 
  private:
-  mutable std::mutex mutex_;  // guards timePoint_
-  std::int32_t timePoint_ = 0;
+  mutable Mutex mutex_;
+  std::int32_t timePoint_ VELMORA_GUARDED_BY(mutex_) = 0;
 };
 
 }  // namespace velmora

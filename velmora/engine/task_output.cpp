@@ -35,7 +35,7 @@ void NxTaskOutput::SetRemainWork(const RemainWork& work) {
 }
 
 void NxTaskOutput::AddWorkOutput(int mode, NxRef<NxWorkOutput> work) {
-  const std::lock_guard<std::mutex> lock(workMutex_);
+  const MutexLock lock(workMutex_);
   const auto index = static_cast<std::size_t>(mode);
   if (mode >= 0 && index < workOutputs_.size()) workOutputs_[index].push_back(std::move(work));
 }
@@ -65,7 +65,7 @@ void NxTaskOutput::CleanResultsAsItem() {
 void NxTaskOutput::GetThreadSuspendToken(NxRef<ThreadSuspendToken>& out) {
   NxRef<ThreadSuspendToken> token;
   {
-    const std::lock_guard<std::mutex> lock(workMutex_);
+    const MutexLock lock(workMutex_);
     token = suspendToken_;
   }
   out = std::move(token);
@@ -73,7 +73,7 @@ void NxTaskOutput::GetThreadSuspendToken(NxRef<ThreadSuspendToken>& out) {
 
 void NxTaskOutput::SetThreadSuspendToken(NxRef<ThreadSuspendToken> token) {
   // What it replaces dies with the argument, after the lock is released.
-  const std::lock_guard<std::mutex> lock(workMutex_);
+  const MutexLock lock(workMutex_);
   suspendToken_.swap(token);
 }
 

@@ -2,7 +2,6 @@
 /// The output of one task on one region.
 #pragma once
 
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -10,6 +9,7 @@
 #include "velmora/engine/section_results_cache.h"
 #include "velmora/foundation/ref.h"
 #include "velmora/platform/export.h"
+#include "velmora/platform/mutex.h"
 
 namespace velmora {
 
@@ -86,9 +86,9 @@ class VELMORA_EXPORT NxTaskOutput : public NxOutputBase {
   NxSectionResultsCache sectionCache_;
   NxRef<NxWorkOutputTable> workTable_;
   RemainWork remainWork_;
-  std::mutex workMutex_;  // guards what follows
-  NxRef<ThreadSuspendToken> suspendToken_;
-  WorkOutputs workOutputs_;
+  Mutex workMutex_;
+  NxRef<ThreadSuspendToken> suspendToken_ VELMORA_GUARDED_BY(workMutex_);
+  WorkOutputs workOutputs_ VELMORA_GUARDED_BY(workMutex_);
 };
 
 }  // namespace velmora

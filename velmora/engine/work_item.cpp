@@ -114,12 +114,12 @@ void ExecutableWorkItem::FinishWork() {
 }
 
 bool ExecutableWorkItem::IsWorkFinished() const {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   return finished_;
 }
 
 void ExecutableWorkItem::SetWorkFinished() {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   finished_ = true;
 }
 

@@ -3,13 +3,13 @@
 #pragma once
 
 #include <cstdint>
-#include <mutex>
 #include <string>
 #include <utility>
 
 #include "velmora/foundation/object_base.h"
 #include "velmora/foundation/ref.h"
 #include "velmora/platform/export.h"
+#include "velmora/platform/mutex.h"
 
 namespace velmora {
 
@@ -96,8 +96,8 @@ class VELMORA_EXPORT ExecutableWorkItem : public RtrThreadWorkItemBase {
  private:
   Nx_WorkObjectBase* workObject_;
   NxOutputBase* output_;
-  mutable std::mutex mutex_;  // guards finished_
-  bool finished_ = false;
+  mutable Mutex mutex_;
+  bool finished_ VELMORA_GUARDED_BY(mutex_) = false;
 };
 
 /// Decides only when it runs what it does: the next work output of a table.

@@ -103,7 +103,7 @@ class VELMORA_EXPORT Nx_WorkObjectBase : public NxObjectBase {
 
  protected:
   /// For the derived object's use; nothing here takes it.
-  std::mutex mutex_;
+  std::mutex mutex_;  // plain: the derived object locks it
 
  private:
   IntermediateResultReceiverVector* receivers_ = nullptr;

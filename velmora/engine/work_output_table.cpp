@@ -14,28 +14,28 @@ NxWorkOutputTable::~NxWorkOutputTable() {
 }
 
 void NxWorkOutputTable::SetAllWorkModesCount(int count) {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   slots_->SetListsPerLevel(count);
 }
 
 void NxWorkOutputTable::AppendNextWorkOutput(int level, int mode, NxRef<NxWorkOutput> work) {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   slots_->Append(level, mode, work);
 }
 
 NxRef<NxWorkOutput> NxWorkOutputTable::GetNextTopPriorityWorkOutput(const std::string& workMode) {
   const bool sequential = IsSequential();
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   return slots_->Take(workMode, sequential);
 }
 
 bool NxWorkOutputTable::HasNextWorkOutput() const {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   return slots_->HasWork();
 }
 
 std::int64_t NxWorkOutputTable::GetVisitedSlotCount() const {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   return slots_->GetVisitedCount();
 }
 

@@ -5,12 +5,12 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <string>
 
 #include "velmora/foundation/object_base.h"
 #include "velmora/foundation/ref.h"
 #include "velmora/platform/export.h"
+#include "velmora/platform/mutex.h"
 
 namespace velmora {
 
@@ -66,8 +66,8 @@ class VELMORA_EXPORT NxWorkOutputTable : public NxObjectBase {
 
  private:
   std::atomic<bool> sequential_{false};
-  mutable std::mutex mutex_;  // guards slots_
-  const std::unique_ptr<internal::WorkSlots> slots_;
+  mutable Mutex mutex_;
+  const std::unique_ptr<internal::WorkSlots> slots_ VELMORA_PT_GUARDED_BY(mutex_);
 };
 
 }  // namespace velmora

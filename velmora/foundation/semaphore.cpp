@@ -37,19 +37,19 @@ std::chrono::milliseconds RoundLength(std::int64_t nanosecondsLeft) {
 NxSemaphore::NxSemaphore(long initial) : value_(static_cast<std::int32_t>(initial)) {}
 
 void NxSemaphore::Produce() {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   value_ = internal::WrapAdd(value_, 1);
   wakeUp_.notify_one();
 }
 
 void NxSemaphore::Consume() {
-  std::unique_lock<std::mutex> lock(mutex_);
-  while (value_ < 1) wakeUp_.wait(lock);
+  WaitingLock lock(mutex_);
+  while (value_ < 1) wakeUp_.wait(lock.Native());
   --value_;
 }
 
 long NxSemaphore::GetValue() const {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   return value_;
 }
 
@@ -58,11 +58,12 @@ bool NxSemaphore::IsEmpty() const {
 }
 
 void NxSemaphore::SleepIfEmpty(int ms) {
-  std::unique_lock<std::mutex> lock(mutex_);
+  WaitingLock lock(mutex_);
   if (value_ >= 1 || ms <= 0) return;
   const std::int64_t deadline = DeadlineAfter(SteadyNow(), ms);
   for (std::int64_t now = SteadyNow(); now < deadline; now = SteadyNow()) {
-    if (wakeUp_.wait_for(lock, RoundLength(deadline - now)) == std::cv_status::no_timeout) return;
+    if (wakeUp_.wait_for(lock.Native(), RoundLength(deadline - now)) == std::cv_status::no_timeout)
+      return;
   }
 }
 
@@ -71,7 +72,7 @@ void NxSemaphore::Reset(long value) {
 }
 
 void NxSemaphore::WakeUpIfSleep() {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   if (value_ < 1) wakeUp_.notify_one();
 }
 

@@ -4,9 +4,9 @@
 
 #include <condition_variable>
 #include <cstdint>
-#include <mutex>
 
 #include "velmora/platform/export.h"
+#include "velmora/platform/mutex.h"
 
 namespace velmora {
 
@@ -42,15 +42,15 @@ class VELMORA_EXPORT NxSemaphore {
 
   /// Sets the value, without the lock and without waking anyone: for a semaphore that nobody waits
   /// on.
-  void Reset(long value);
+  void Reset(long value) VELMORA_UNCHECKED_LOCKING;
 
   /// Wakes one waiter if the value is below 1.
   void WakeUpIfSleep();
 
  private:
-  mutable std::mutex mutex_;        // guards value_
+  mutable Mutex mutex_;
   std::condition_variable wakeUp_;  // a unit was produced, or a sleeper is to look again
-  std::int32_t value_;
+  std::int32_t value_ VELMORA_GUARDED_BY(mutex_);
 };
 
 }  // namespace velmora

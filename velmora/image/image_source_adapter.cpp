@@ -5,13 +5,13 @@
 #include <condition_variable>
 #include <iterator>
 #include <list>
-#include <mutex>
 #include <thread>
 #include <utility>
 
 #include "velmora/image/image_copy.h"
 #include "velmora/image/internal/source_tally.h"
 #include "velmora/image/pixel_conversion.h"
+#include "velmora/platform/mutex.h"
 
 namespace velmora::basic_structures {
 namespace {
@@ -45,7 +45,7 @@ class CImageSourceAdapter::State {
   // Takes the one image in, perhaps after a wait. Returns what has no place: nothing, the oldest
   // image, or the new one itself.
   Images Add(Images image) {
-    std::unique_lock<std::mutex> lock(bufferLock_);
+    WaitingLock lock(bufferLock_);
     const std::int32_t limit = maxImageCount;
     // The limit may have gone since the caller asked IsIdle.
     if (limit <= 0 || Count() > limit) return Refuse(std::move(image));
@@ -68,7 +68,7 @@ class CImageSourceAdapter::State {
 
   // The newest image; null if there is none.
   ImagePtr Take() {
-    const std::lock_guard<std::mutex> lock(bufferLock_);
+    const MutexLock lock(bufferLock_);
     if (buffer_.empty()) return nullptr;
     ImagePtr image = std::move(buffer_.back());
     buffer_.pop_back();
@@ -80,7 +80,7 @@ class CImageSourceAdapter::State {
 
   Images TakeAll() {
     Images images;
-    const std::lock_guard<std::mutex> lock(bufferLock_);
+    const MutexLock lock(bufferLock_);
     images.swap(buffer_);
     counts_.dropped += images.size();
     PublishCounts();
@@ -88,7 +88,7 @@ class CImageSourceAdapter::State {
   }
 
   void SetMaxImageCount(std::int32_t count) {
-    const std::lock_guard<std::mutex> lock(bufferLock_);
+    const MutexLock lock(bufferLock_);
     for (; count >= 0 && Count() > count; ++counts_.dropped) {
       static_cast<void>(buffer_.back().release());  // its pusher knows it
       buffer_.pop_back();
@@ -98,12 +98,12 @@ class CImageSourceAdapter::State {
   }
 
   bool Has(int imageId) const {
-    const std::lock_guard<std::mutex> lock(bufferLock_);
+    const MutexLock lock(bufferLock_);
     return Find(imageId) != buffer_.end();
   }
 
   bool MoveToFront(int imageId, bool protect) {
-    const std::lock_guard<std::mutex> lock(bufferLock_);
+    const MutexLock lock(bufferLock_);
     const auto found = Find(imageId);
     if (found == buffer_.end()) return false;
     if (protect) protectedImageId_ = imageId;
@@ -112,7 +112,7 @@ class CImageSourceAdapter::State {
   }
 
   bool IsEmpty() const {
-    const std::lock_guard<std::mutex> lock(bufferLock_);
+    const MutexLock lock(bufferLock_);
     return Count() == 0;  // not empty(): the thread sanitizer sees the size change, not the links
   }
 
@@ -121,7 +121,7 @@ class CImageSourceAdapter::State {
     {
       // A producer looks at its condition and falls asleep under the lock: none is between the two
       // and misses the call. Counted, because fetching may be on again before they wake.
-      const std::lock_guard<std::mutex> lock(bufferLock_);
+      const MutexLock lock(bufferLock_);
       ++stopCount_;
     }
     WakeProducers();
@@ -166,40 +166,42 @@ class CImageSourceAdapter::State {
 
  private:
   bool IsFetching() const { return fetching && !isClosed_; }
-  std::int32_t Count() const { return static_cast<std::int32_t>(buffer_.size()); }
+  std::int32_t Count() const VELMORA_REQUIRES(bufferLock_) {
+    return static_cast<std::int32_t>(buffer_.size());
+  }
 
   // False if fetching was off at any time of the wait.
-  bool WaitForRoom(std::unique_lock<std::mutex>& lock) {
+  bool WaitForRoom(WaitingLock& lock) VELMORA_REQUIRES(bufferLock_) {
     const std::uint64_t stopCount = stopCount_;
     while (IsFetching() && stopCount_ == stopCount) {
       if (Count() < maxImageCount) return true;
-      spaceAvailable_.wait(lock);
+      spaceAvailable_.wait(lock.Native());
     }
     return false;
   }
 
-  Images::const_iterator Find(int imageId) const {
+  Images::const_iterator Find(int imageId) const VELMORA_REQUIRES(bufferLock_) {
     return std::find_if(buffer_.begin(), buffer_.end(),
                         [imageId](const ImagePtr& image) { return HasId(*image, imageId); });
   }
 
-  Images Refuse(Images image) {
+  Images Refuse(Images image) VELMORA_REQUIRES(bufferLock_) {
     ++counts_.refused;
     PublishCounts();
     return image;
   }
 
-  void PublishCounts() {
+  void PublishCounts() VELMORA_REQUIRES(bufferLock_) {
     counts_.buffered = buffer_.size();
     tally_.Publish(counts_);
   }
 
-  mutable std::mutex bufferLock_;  // guards buffer_, protectedImageId_, counts_ and stopCount_
-  std::condition_variable spaceAvailable_;  // producers wait on it in mode BOP_Block
-  Images buffer_;                           // oldest first
-  std::int32_t protectedImageId_ = kNoImageId;
-  internal::SourceCounts counts_;
-  std::uint64_t stopCount_ = 0;  // calls of StopFetching
+  mutable Mutex bufferLock_;
+  std::condition_variable spaceAvailable_;         // producers wait on it in mode BOP_Block
+  Images buffer_ VELMORA_GUARDED_BY(bufferLock_);  // oldest first
+  std::int32_t protectedImageId_ VELMORA_GUARDED_BY(bufferLock_) = kNoImageId;
+  internal::SourceCounts counts_ VELMORA_GUARDED_BY(bufferLock_);
+  std::uint64_t stopCount_ VELMORA_GUARDED_BY(bufferLock_) = 0;  // calls of StopFetching
   internal::SourceTally tally_;  // counts_, for readers without the lock
 
   // An idle source refuses without the lock, and so counts without it.

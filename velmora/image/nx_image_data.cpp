@@ -112,7 +112,7 @@ bool NxImageData::ExistPDFTextDatas() const noexcept {
 void NxImageData::CalcHashID() {
   // Acquire: whoever sees the flag sees the id that was stored before it.
   if (bytes_ == nullptr || hashIdIsSet_.load(std::memory_order_acquire)) return;
-  const std::lock_guard<std::mutex> lock(hashIdMutex_);
+  const MutexLock lock(hashIdMutex_);
   if (!HasObjectId()) {
     SetObjectId(
         NxHashAlgorithm::Generate_BKDRHash(bytes_, static_cast<std::uint32_t>(bytesLength_)));
@@ -126,7 +126,7 @@ const std::string& NxImageData::GetHashID() {
 }
 
 void NxImageData::SetHashID(const std::string& id) {
-  const std::lock_guard<std::mutex> lock(hashIdMutex_);
+  const MutexLock lock(hashIdMutex_);
   SetObjectId(id);
   hashIdIsSet_.store(true, std::memory_order_release);
 }

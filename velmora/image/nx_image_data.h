@@ -5,7 +5,6 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -16,6 +15,7 @@
 #include "velmora/image/image_data.h"
 #include "velmora/image/text_block.h"
 #include "velmora/platform/export.h"
+#include "velmora/platform/mutex.h"
 
 namespace velmora {
 
@@ -100,7 +100,7 @@ class VELMORA_EXPORT NxImageData : public basic_structures::CImageData, public N
   NxArrayRef<TextBlock> pdfTextBlocks_;
   NxArrayRef<unsigned char> vectorRectFlags_;
   bool extracted_ = false;
-  std::mutex hashIdMutex_;  // guards the object id until hashIdIsSet_ is true
+  Mutex hashIdMutex_;  // guards the object id until hashIdIsSet_ is true
   std::atomic<bool> hashIdIsSet_{false};
 };
 

@@ -1,6 +1,5 @@
 #include <cstdarg>
 #include <cstddef>
-#include <mutex>
 
 #include "velmora/log/internal/log_state.h"
 #include "velmora/log/log.h"
@@ -11,11 +10,11 @@ namespace {
 
 using internal::GetLogState;
 using internal::LogState;
-using Lock = std::lock_guard<platform::CriticalSection>;
+using Lock = platform::SectionLock;
 
 constexpr std::size_t kNameLimit = 255;
 
-std::string ImagePath(const LogState& state, const char* name) {
+std::string ImagePath(const LogState& state, const char* name) VELMORA_REQUIRES(state.lock) {
   std::string path = state.savePath;
   if (!state.imageName.empty()) path += state.imageName + '/';
   for (const std::string& layer : state.directoryLayers) path += layer + '/';

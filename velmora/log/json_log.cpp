@@ -1,7 +1,5 @@
 #include <json/value.h>
 
-#include <mutex>
-
 #include "velmora/log/internal/log_state.h"
 #include "velmora/log/json_converter.h"
 #include "velmora/log/log.h"
@@ -11,14 +9,14 @@ namespace {
 
 using internal::GetLogState;
 using internal::LogState;
-using Lock = std::lock_guard<platform::CriticalSection>;
+using Lock = platform::SectionLock;
 
 constexpr std::size_t kWaitingRecords = 4096;
 
 // Appends the oldest record to the main log file and forgets it. False, with the record kept, if the
 // file refuses: a record that was cut short is written again in full, because readers look for whole
 // records.
-bool OutputOldest(LogState& state) {
+bool OutputOldest(LogState& state) VELMORA_REQUIRES(state.lock) {
   const auto oldest = state.jsonRecords.begin();
   const std::string text = JsonConverter::GetStyledString(oldest->second) + '\n';
   if (!internal::AppendWhole(state, text)) return false;

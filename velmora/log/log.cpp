@@ -3,7 +3,6 @@
 #include <cstdarg>
 #include <cstddef>
 #include <ctime>
-#include <mutex>
 #include <utility>
 
 #include "velmora/log/ini_io.h"
@@ -16,7 +15,7 @@ namespace {
 
 using internal::GetLogState;
 using internal::LogState;
-using Lock = std::lock_guard<platform::CriticalSection>;
+using Lock = platform::SectionLock;
 
 constexpr char kMainLogName[] = "VelmoraScanlyx.log";
 constexpr char kRouterLogName[] = "VelmoraRtr.log";

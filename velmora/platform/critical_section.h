@@ -9,18 +9,20 @@
 #endif
 
 #include "velmora/platform/export.h"
+#include "velmora/platform/mutex.h"
 
 namespace velmora::platform {
 
 /// A recursive lock of the operating system: `CRITICAL_SECTION` on Windows, a recursive
 /// `pthread_mutex_t` elsewhere.
 ///
-/// Meets the standard's BasicLockable, so `std::lock_guard` takes it. The thread that holds it may
+/// `SectionLock` holds it for a scope, as does `std::lock_guard`, which clang's analysis does not
+/// follow. The thread that holds it may
 /// lock it again and must unlock it as often.
 ///
 /// @threadsafety lock() and unlock() from any thread; construction, assignment and destruction
 ///               only while nobody else uses the object
-class VELMORA_EXPORT CriticalSection {
+class VELMORA_THREAD_ANNOTATION(capability("mutex")) VELMORA_EXPORT CriticalSection {
  public:
   /// @throws std::system_error if the system has no resources for another lock
   CriticalSection();
@@ -33,9 +35,9 @@ class VELMORA_EXPORT CriticalSection {
 
   /// @throws std::system_error if its owner locks it more often than the system counts (never on
   ///         Windows)
-  void lock() const;
+  void lock() const VELMORA_ACQUIRE();
   /// For the thread that holds it.
-  void unlock() const;
+  void unlock() const VELMORA_RELEASE();
 
  private:
   // Room for the system's structure. <windows.h> must not reach a client, so that its size is written
@@ -46,6 +48,21 @@ class VELMORA_EXPORT CriticalSection {
   static constexpr std::size_t kSize = sizeof(pthread_mutex_t);
 #endif
   alignas(void*) mutable unsigned char storage_[kSize];
+};
+
+/// Holds a `CriticalSection` until the end of its scope.
+class VELMORA_THREAD_ANNOTATION(scoped_lockable) SectionLock {
+ public:
+  explicit SectionLock(const CriticalSection& section) VELMORA_ACQUIRE(section)
+      : section_(section) {
+    section_.lock();
+  }
+  ~SectionLock() VELMORA_RELEASE() { section_.unlock(); }
+  SectionLock(const SectionLock&) = delete;
+  SectionLock& operator=(const SectionLock&) = delete;
+
+ private:
+  const CriticalSection& section_;
 };
 
 }  // namespace velmora::platform

@@ -20,13 +20,13 @@ NxRef<NxImageData> NxRegionImageInfo::GetImage() const {
 
 void NxRegionImageInfo::AddTipsData(const std::string& key,
                                     const std::vector<NxRef<NxObjectBase>>& items) {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   std::vector<NxRef<NxObjectBase>>& tips = tips_[key];
   tips.insert(tips.end(), items.begin(), items.end());
 }
 
 std::vector<NxRef<NxObjectBase>> NxRegionImageInfo::GetTipsData(const std::string& key) const {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   const auto found = tips_.find(key);
   return found != tips_.end() ? found->second : std::vector<NxRef<NxObjectBase>>();
 }
@@ -35,13 +35,13 @@ std::vector<NxRef<NxObjectBase>> NxRegionImageInfo::GetTipsData(const std::strin
 
 void NxRegionImageInfo::ClearTipsData(const std::string& key) {
   decltype(tips_)::node_type cleared;
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   cleared = tips_.extract(key);
 }
 
 void NxRegionImageInfo::ClearAllTipsData() {
   decltype(tips_) cleared;
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   cleared.swap(tips_);
 }
 

@@ -4,13 +4,13 @@
 
 #include <array>
 #include <map>
-#include <mutex>
 #include <string>
 #include <vector>
 
 #include "velmora/foundation/object_base.h"
 #include "velmora/foundation/ref.h"
 #include "velmora/platform/export.h"
+#include "velmora/platform/mutex.h"
 
 namespace velmora {
 
@@ -56,8 +56,8 @@ class VELMORA_EXPORT NxRegionImageInfo : public NxObjectBase {
  private:
   NxRef<NxImageData> image_;
   std::array<double, 9> originalToLocal_;
-  mutable std::mutex mutex_;  // guards tips_
-  std::map<std::string, std::vector<NxRef<NxObjectBase>>> tips_;
+  mutable Mutex mutex_;
+  std::map<std::string, std::vector<NxRef<NxObjectBase>>> tips_ VELMORA_GUARDED_BY(mutex_);
 };
 
 }  // namespace velmora

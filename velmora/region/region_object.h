@@ -231,6 +231,7 @@ class VELMORA_EXPORT NxRegionObject : public Nx_Quad {
     return (status_->bits.load(std::memory_order_relaxed) & bit) != 0;
   }
 
+  // plain: taken only until the id is settled, which the analysis does not follow
   using HashIdLock = std::unique_lock<std::recursive_mutex>;
 
   NxRegionObject(const NxRegionObject& other, const HashIdLock& otherIsLocked);
@@ -255,7 +256,7 @@ class VELMORA_EXPORT NxRegionObject : public Nx_Quad {
   NxRef<WorkModesStateObject> workModesState_;
   // Guards the hash id, and what computing it writes, until hashIdIsSettled_ is true. Recursive: a
   // concrete CalcRegionHashId may ask for the id, and for that of a copy which it makes.
-  mutable std::recursive_mutex hashIdMutex_;
+  mutable std::recursive_mutex hashIdMutex_;  // plain: see HashIdLock
   std::atomic<bool> hashIdIsSettled_{false};
 };
 

@@ -12,12 +12,12 @@ void NxRegionObjectManager::AddRegionObject(NxRegionObject* region, const char* 
   if (region == nullptr || name1 == nullptr || name2 == nullptr || name3 == nullptr) return;
   if (key < 0) key = region->GetRegionType();
   RegionObjectRecord record{region, {name1, name2, name3}};
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   records_[key].push_back(std::move(record));
 }
 
 std::vector<RegionObjectRecord> NxRegionObjectManager::GetRegionObjects(int key) const {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   const auto found = records_.find(key);
   return found != records_.end() ? found->second : std::vector<RegionObjectRecord>();
 }

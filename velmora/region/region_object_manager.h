@@ -5,13 +5,13 @@
 #include <array>
 #include <cstdint>
 #include <map>
-#include <mutex>
 #include <string>
 #include <vector>
 
 #include "velmora/foundation/object_base.h"
 #include "velmora/foundation/ref.h"
 #include "velmora/platform/export.h"
+#include "velmora/platform/mutex.h"
 #include "velmora/region/region_object.h"
 
 namespace velmora {
@@ -42,8 +42,8 @@ class VELMORA_EXPORT NxRegionObjectManager : public NxObjectBase {
   std::vector<RegionObjectRecord> GetRegionObjects(int key) const;
 
  private:
-  mutable std::mutex mutex_;  // guards records_
-  std::map<std::int32_t, std::vector<RegionObjectRecord>> records_;
+  mutable Mutex mutex_;
+  std::map<std::int32_t, std::vector<RegionObjectRecord>> records_ VELMORA_GUARDED_BY(mutex_);
 };
 
 }  // namespace velmora

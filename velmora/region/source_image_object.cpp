@@ -63,17 +63,17 @@ void NxSourceImageObject::AddErrorCodeInfo(ErrorCode code, const char* text1, co
                                            const char* text3, const char* text4) {
   SourceImageErrorInfo error{
       code, {TextOrEmpty(text1), TextOrEmpty(text2), TextOrEmpty(text3), TextOrEmpty(text4)}};
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   errors_.push_back(std::move(error));
 }
 
 ErrorCode NxSourceImageObject::GetErrorCode() const {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   return errors_.empty() ? EC_Ok : errors_.back().code;
 }
 
 std::vector<SourceImageErrorInfo> NxSourceImageObject::GetErrorRecords() const {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   return errors_;
 }
 

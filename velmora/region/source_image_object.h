@@ -5,7 +5,6 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -13,6 +12,7 @@
 #include "velmora/foundation/object_base.h"
 #include "velmora/foundation/ref.h"
 #include "velmora/platform/export.h"
+#include "velmora/platform/mutex.h"
 
 namespace velmora {
 
@@ -103,8 +103,8 @@ class VELMORA_EXPORT NxSourceImageObject : public NxObjectBase {
   NxRef<NxImageData> image_;
   std::uint64_t imageId_;
   std::int32_t timeoutMs_;
-  mutable std::mutex mutex_;  // guards errors_
-  std::vector<SourceImageErrorInfo> errors_;
+  mutable Mutex mutex_;
+  std::vector<SourceImageErrorInfo> errors_ VELMORA_GUARDED_BY(mutex_);
   NxDataManagerPool* managerPool_ = nullptr;
   std::atomic<std::int32_t> elapsedMs_{0};
   std::uint64_t logRecordNumber_ = 0;

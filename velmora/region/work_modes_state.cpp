@@ -21,20 +21,20 @@ WorkModesStateObject::WorkModesStateObject(std::int32_t number,
 WorkModesStateObject::~WorkModesStateObject() = default;
 
 void WorkModesStateObject::SetState(const std::string& workMode, WorkModesState state) {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   for (auto& [name, current] : states_) {
     if (name == workMode) current = state;
   }
 }
 
 bool WorkModesStateObject::IsNoneInProgress() const {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   return std::none_of(states_.begin(), states_.end(),
                       [](const auto& entry) { return entry.second == WMS_InProgress; });
 }
 
 bool WorkModesStateObject::IsCompletedBefore(const std::string& workMode) const {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   for (const auto& [name, state] : states_) {
     if (name == workMode) return true;
     if (!IsCompleted(state)) return false;

@@ -10,6 +10,7 @@
 
 #include "velmora/foundation/object_base.h"
 #include "velmora/platform/export.h"
+#include "velmora/platform/mutex.h"
 
 namespace velmora {
 
@@ -58,7 +59,7 @@ class VELMORA_EXPORT WorkModesStateObject : public NxObjectBase {
 
  private:
   std::int32_t number_;
-  mutable std::mutex mutex_;  // guards states_
+  mutable Mutex mutex_;  // guards states_, which callers read under GetMutex() too
   StateList states_;
 };
 

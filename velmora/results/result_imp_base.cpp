@@ -39,18 +39,18 @@ ResultImpBase::ResultImpBase(const ResultImpBase* other)
 ResultImpBase::~ResultImpBase() = default;
 
 void ResultImpBase::AddResultItems(const Items& items) {
-  const std::lock_guard lock(itemsLock_);
+  const MutexLock lock(itemsLock_);
   items_.insert(items_.end(), items.begin(), items.end());
 }
 
 void ResultImpBase::ClearAllItems() {
   Items dropped;  // dies behind the lock: an item's destructor may come back to this result
-  const std::lock_guard lock(itemsLock_);
+  const MutexLock lock(itemsLock_);
   dropped.swap(items_);
 }
 
 void ResultImpBase::AddResultItem(NxRef<NxvItemBase> item) {
-  const std::lock_guard lock(itemsLock_);
+  const MutexLock lock(itemsLock_);
   items_.push_back(std::move(item));
 }
 
@@ -58,7 +58,7 @@ int ResultImpBase::AddResultItemExternal(NxvItemBase* item) {
   if (item == nullptr) return EC_NullPointer;
   const NxRef<NxvItemBase> added(item);  // released after the lock if it gets nowhere
   // Held while the parent is told, so that both see additions and removals in one order.
-  const std::lock_guard lock(itemsLock_);
+  const MutexLock lock(itemsLock_);
   items_.push_back(added);
   if (captureResult_ == nullptr) return EC_Ok;
   try {
@@ -72,7 +72,7 @@ int ResultImpBase::AddResultItemExternal(NxvItemBase* item) {
 // One for each result from the child to the outermost, on the stack: removing allocates nothing.
 struct ResultImpBase::Level {
   NxRef<NxvItemBase> removed;  // released after all locks
-  std::unique_lock<std::mutex> lock;
+  Mutex& lock;                 // held
   Level* child;
 };
 
@@ -82,7 +82,8 @@ int ResultImpBase::RemoveResultItem(const CCapturedResultItem* item) {
 }
 
 void ResultImpBase::TakeOut(const CCapturedResultItem* face, Level* child) {
-  Level level{nullptr, std::unique_lock<std::mutex>(itemsLock_), child};
+  itemsLock_.lock();
+  Level level{nullptr, itemsLock_, child};
   const auto found = Find(items_, face);
   if (found != items_.end()) {
     level.removed = *found;
@@ -94,7 +95,7 @@ void ResultImpBase::TakeOut(const CCapturedResultItem* face, Level* child) {
 
 bool ResultImpBase::HasResultItem(const CCapturedResultItem* item) const {
   if (item == nullptr) return false;
-  const std::lock_guard lock(itemsLock_);
+  const MutexLock lock(itemsLock_);
   return Find(items_, item) != items_.end();
 }
 

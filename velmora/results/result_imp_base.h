@@ -4,13 +4,13 @@
 
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
 #include "velmora/foundation/object_base.h"
 #include "velmora/foundation/ref.h"
 #include "velmora/platform/export.h"
+#include "velmora/platform/mutex.h"
 #include "velmora/results/item_base.h"
 
 namespace velmora::basic_structures {
@@ -67,11 +67,13 @@ class VELMORA_EXPORT ResultImpBase : public NxObjectBase {
   bool HasResultItem(const CCapturedResultItem* item) const;
 
   /// Not locked. @param index  0 to the number of items - 1; not checked
-  NxRef<NxvItemBase> GetResultItem(int index) const {
+  NxRef<NxvItemBase> GetResultItem(int index) const VELMORA_UNCHECKED_LOCKING {
     return items_[static_cast<std::size_t>(index)];
   }
   /// Not locked.
-  const std::vector<NxRef<NxvItemBase>>& GetResultItems() const noexcept { return items_; }
+  const std::vector<NxRef<NxvItemBase>>& GetResultItems() const noexcept VELMORA_UNCHECKED_LOCKING {
+    return items_;
+  }
 
   /// Stores @p code and the message that belongs to it, "Unknown error." if there is none.
   void SetErrorCode(int code);
@@ -120,15 +122,16 @@ class VELMORA_EXPORT ResultImpBase : public NxObjectBase {
   // Removes as RemoveResultItem does, with the locks of the results from `child` inwards held. What
   // was removed is released after them: the destructor of an item may come back to any of these
   // results.
-  void TakeOut(const CCapturedResultItem* face, Level* child);
+  // Unchecked: the locks are taken one result after the other, and released together.
+  void TakeOut(const CCapturedResultItem* face, Level* child) VELMORA_UNCHECKED_LOCKING;
 
   std::unique_ptr<CImageTag> sourceImageTag_;
   std::int32_t errorCode_ = 0;
   void* productResult_ = nullptr;
-  mutable std::mutex itemsLock_;  // guards items_; a parent's lock is only taken behind a child's
+  mutable Mutex itemsLock_;  // a parent's is only taken while the child's is held
   double sourceImageRotationMatrix_[9] = {};
   ResultImpBase* captureResult_ = nullptr;
-  std::vector<NxRef<NxvItemBase>> items_;  // in order of arrival
+  std::vector<NxRef<NxvItemBase>> items_ VELMORA_GUARDED_BY(itemsLock_);  // in order of arrival
   std::string sourceImageHashId_;
   std::string errorString_;
 };

@@ -1,7 +1,5 @@
 #include "velmora/util/module_loader.h"
 
-#include <mutex>
-
 #include "velmora/foundation/error_code.h"
 #include "velmora/platform/internal/system.h"
 #include "velmora/util/path_helper.h"
@@ -9,7 +7,7 @@
 namespace velmora {
 namespace {
 
-using Lock = std::lock_guard<const SyncObject>;
+using Lock = SyncLock;
 
 // The handle variable is the caller's and plain, but threads share it: one fills it under the lock
 // while others look at it outside. C++17 has no atomic_ref; these are its two operations.

@@ -7,6 +7,7 @@
 
 #include "velmora/foundation/sync_object.h"
 #include "velmora/platform/export.h"
+#include "velmora/platform/mutex.h"
 
 /// The Windows SDK's module handle, declared as <windows.h> declares it (with its strict types, the
 /// default), so that a client may include both. On Linux the same name stands for what dlopen
@@ -82,10 +83,11 @@ class VELMORA_EXPORT NxModuleLoaderBase : public SyncObject {
   static void releaseModule(HINSTANCE& module);
 
  protected:
-  // All guarded by this object's lock.
-  std::string dllDirectory_;                  // of the anchor, with separator; empty until found
-  std::string exeDirectory_;                  // of the program, with separator; empty until found
-  std::map<std::string, HINSTANCE> modules_;  // owned, by module name
+  std::string dllDirectory_
+      VELMORA_GUARDED_BY(this);  // of the anchor, with separator; empty until found
+  std::string exeDirectory_
+      VELMORA_GUARDED_BY(this);  // of the program, with separator; empty until found
+  std::map<std::string, HINSTANCE> modules_ VELMORA_GUARDED_BY(this);  // owned, by module name
 };
 
 /// A loader that keeps the modules it loads, and frees them when it is destroyed.

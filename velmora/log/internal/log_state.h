@@ -11,22 +11,26 @@
 #include <vector>
 
 #include "velmora/platform/critical_section.h"
+#include "velmora/platform/mutex.h"
 
 namespace velmora::internal {
 
 struct LogState {
-  platform::CriticalSection lock;  // guards everything below
-  std::string savePath;
-  std::string mainLogFile;
-  std::string routerLogFile;  // the router module writes there itself
-  bool initialised = false;
-  std::string imageName;
-  std::deque<std::string> directoryLayers;
-  std::vector<std::string> cache;  // whole lines with their newline
-  std::size_t firstLineTaken = 0;  // with so much of the first one the main log file ends already
-  std::map<std::uint64_t, Json::Value> jsonRecords;  // by number, so oldest first
-  std::uint64_t lastRecordNumber = 0;
-  bool isTorn = false;  // the main log file ends inside a text whose rest will not follow
+  platform::CriticalSection lock;
+  std::string savePath VELMORA_GUARDED_BY(lock);
+  std::string mainLogFile VELMORA_GUARDED_BY(lock);
+  std::string routerLogFile VELMORA_GUARDED_BY(lock);  // the router module writes there itself
+  bool initialised VELMORA_GUARDED_BY(lock) = false;
+  std::string imageName VELMORA_GUARDED_BY(lock);
+  std::deque<std::string> directoryLayers VELMORA_GUARDED_BY(lock);
+  std::vector<std::string> cache VELMORA_GUARDED_BY(lock);  // whole lines with their newline
+  std::size_t firstLineTaken VELMORA_GUARDED_BY(lock) =
+      0;  // with so much of the first one the main log file ends already
+  std::map<std::uint64_t, Json::Value> jsonRecords
+      VELMORA_GUARDED_BY(lock);  // by number, so oldest first
+  std::uint64_t lastRecordNumber VELMORA_GUARDED_BY(lock) = 0;
+  bool isTorn VELMORA_GUARDED_BY(lock) =
+      false;  // the main log file ends inside a text whose rest will not follow
 };
 
 // The one state of the process. Made on first use and never destroyed, because other objects may
@@ -38,10 +42,10 @@ LogState& GetLogState();
 
 // Returns how many bytes the file took, which is fewer than asked for if it refuses the rest. The
 // caller will go on with that rest.
-std::size_t AppendToMainLog(LogState& state, const std::string& text);
+std::size_t AppendToMainLog(LogState& state, const std::string& text) VELMORA_REQUIRES(state.lock);
 
 // Returns whether the file took the whole text. What it took of a part is torn, and so is a cached
 // line whose rest this text comes before: all of it is to be written again.
-bool AppendWhole(LogState& state, const std::string& text);
+bool AppendWhole(LogState& state, const std::string& text) VELMORA_REQUIRES(state.lock);
 
 }  // namespace velmora::internal
