@@ -98,6 +98,7 @@ TEST(NxImageDataInner, LengthIsThe32BitProductWidenedWithItsSign) {
     const NxImageDataInner image(&pixel, 1, row.height, row.stride, PXF_Grayscale8);
     EXPECT_EQ(image.GetBytes(), &pixel);
     EXPECT_EQ(image.GetBytesLength(), row.want) << row.stride << " * " << row.height;
+    EXPECT_EQ(image.GetReadableLength(), static_cast<std::uint32_t>(row.want));
   }
   const NxImageDataInner own(1, 65537, 65536, PXF_Grayscale8);
   EXPECT_EQ(own.GetBytesLength(), 65536U);
