@@ -1,7 +1,9 @@
 #include "tests/tools/capture_run.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <json/reader.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -25,6 +27,12 @@ void ExpectText(const std::string& text, const std::string& part) {
   }
 }
 
+int Launch(const std::vector<std::string>& arguments) {
+  std::vector<std::string> command = {VELMORA_CAPTURE_PROGRAM};
+  command.insert(command.end(), arguments.begin(), arguments.end());
+  return RunProgram(command);
+}
+
 }  // namespace
 
 CaptureRun RunCapture(const std::vector<std::string>& arguments, const std::string& input) {
@@ -32,15 +40,28 @@ CaptureRun RunCapture(const std::vector<std::string>& arguments, const std::stri
   testing::WriteFile(scratch / "input", input);
   // The child inherits the streams of this process.
   EXPECT_NE(std::freopen((scratch / "input").c_str(), "rb", stdin), nullptr);
-  std::vector<std::string> command = {VELMORA_CAPTURE_PROGRAM};
-  command.insert(command.end(), arguments.begin(), arguments.end());
   CaptureRun run;
   ::testing::internal::CaptureStdout();
   ::testing::internal::CaptureStderr();
-  run.status = RunProgram(command);
+  run.status = Launch(arguments);
   run.out = WithoutCarriageReturns(::testing::internal::GetCapturedStdout());
   run.err = WithoutCarriageReturns(::testing::internal::GetCapturedStderr());
   std::fclose(stdin);
+  return run;
+}
+
+CaptureRun RunWithoutOutput(const std::vector<std::string>& arguments) {
+  CaptureRun run;
+  ::testing::internal::CaptureStderr();
+  std::fflush(stdout);
+  const int kept = dup(1);
+  const int readOnly = open("samples/expected.tsv", O_RDONLY);
+  dup2(readOnly, 1);
+  run.status = Launch(arguments);
+  dup2(kept, 1);
+  close(readOnly);
+  close(kept);
+  run.err = WithoutCarriageReturns(::testing::internal::GetCapturedStderr());
   return run;
 }
 

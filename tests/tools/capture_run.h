@@ -29,6 +29,9 @@ struct CaptureRun {
 // Runs the program in tools/capture; `input` is its standard input.
 CaptureRun RunCapture(const std::vector<std::string>& arguments, const std::string& input = {});
 
+// The same with a standard output that takes nothing.
+CaptureRun RunWithoutOutput(const std::vector<std::string>& arguments);
+
 // Expects the exit status, and that each stream holds a text; nothing at all where that is empty.
 void ExpectRun(const CaptureRun& run, int status, const std::string& out, const std::string& err);
 

@@ -116,8 +116,23 @@ TEST(Files, OfTheUserAreCheckedFirst) {
        1,
        "1 image, 0 read, 1 failed",
        "too large: 209 x 209 pixels, the limit is 43680 (-10012)"},
-      {"as many as allowed", {"--max-pixels=43681", "samples/qr.png"}, 0, "1 code", ""},
+      {"as many as allowed", {"--quiet", "--max-pixels=43681", "samples/qr.png"}, 0, "1 code", ""},
   });
+}
+
+// What is in the way has the very name that is to be written.
+TEST(Outputs, ThatAreInTheWayEndTheRun) {
+  const TemporaryDirectory folder;
+  for (const char* name : {"0000-qr.png.svg", "0000-000-candidates-locate.png"})
+    std::filesystem::create_directory(folder / name);
+  const std::string directory = folder.GetPath().string();
+  const CaptureRun overlay = RunCapture({"--overlay", directory, "samples/qr.png"});
+  ExpectRun(overlay, 1, "samples/qr.png", "0000-qr.png.svg' cannot be written");
+  EXPECT_EQ(overlay.out.find("1 image,"), std::string::npos) << "there is a summary";
+  ExpectRun(RunCapture({"--threads=1", "--intermediate", directory, "samples/qr.png"}), 1, "",
+            "000-candidates-locate.png' cannot be written");
+  ExpectRun(RunWithoutOutput({"--report", folder / "r.html", "samples"}), 1, "",
+            "velmora-capture: standard output cannot be written");
 }
 
 // Every name in UTF-8, whatever the system's own encoding, also where it has none for a letter.

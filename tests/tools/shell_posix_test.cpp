@@ -19,7 +19,7 @@ CaptureRun RunScript(const TemporaryDirectory& folder, const std::string& script
       "set -o pipefail; export LC_ALL=C\n"
       "CAPTURE='env --default-signal=INT,TERM " VELMORA_CAPTURE_PROGRAM
       " --template=templates/linear.json'\n"
-      "DIR='" +
+      "HELP=" VELMORA_CAPTURE_HELP "\nDIR='" +
       folder.GetPath().string() +
       "'\n"
       "until_in() { for i in {1..500}; do grep -qs \"$1\" \"$2\" && return; sleep 0.02; done; }\n";
@@ -100,6 +100,26 @@ TEST(Inputs, MayBeAnything) {
        "mkdir \"$DIR/d\"; head -c 30000 /dev/zero >\"$DIR/d/x\"; $CAPTURE --raw 50x100:rgb "
        "\"$DIR/d\"",
        0, "/d/x#1: 50x100, no code\n2 images", ""},
+  });
+}
+
+// Made from --help: every option has its place in both.
+TEST(Help, BecomesManualPageAndCompletion) {
+  RunRows({
+      {"an option for each item",
+       "$CAPTURE --help | sed -nE 's/^  (\\S+( [A-Zx:a-z.]+)?)  .*/\\1/p' >\"$DIR/a\"; "
+       "sed -nE 's/^.fB(.*).fR$/\\1/; T; s/\\\\//g; p' $HELP/velmora-capture.1 >\"$DIR/b\"\n"
+       "wc -l <\"$DIR/a\"; diff \"$DIR/a\" \"$DIR/b\" && echo same",
+       0, "\nsame\n", ""},
+      {"words",
+       "source $HELP/velmora-capture.bash\n"
+       "complete_it() { COMP_WORDS=(\"$@\"); COMP_CWORD=$(($# - 1)); _velmora_capture; echo "
+       "\"${COMPREPLY[@]}\"; }\n"
+       "complete_it capture --ti; complete_it capture --overflow ''; complete_it capture --threads "
+       "'';"
+       "complete_it capture --overlay sampl; complete_it capture samples/lab; complete_it capture "
+       "-0",
+       0, "--timeout\nblock drop\n\nsamples\nsamples/label.jpg\n-0\n", ""},
   });
 }
 
