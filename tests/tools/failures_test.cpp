@@ -11,7 +11,6 @@
 namespace velmora::capture {
 namespace {
 
-using testing::ReadFile;
 using testing::TemporaryDirectory;
 using testing::WriteFile;
 

@@ -1,7 +1,6 @@
 // What only a shell can do to the program: devices, pipes and signals.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <fstream>
 
 #include "tests/tools/capture_run.h"
@@ -126,7 +125,8 @@ TEST(Help, BecomesManualPageAndCompletion) {
 // As docs/video.md says: two seconds with a code, one without, at ten frames a second; five of each
 // second are read.
 TEST(Film, ComesThroughAPipe) {
-  if (std::system("command -v ffmpeg >/dev/null") != 0) GTEST_SKIP() << "ffmpeg is not installed";
+  if (RunProgram({"bash", "-c", "command -v ffmpeg >/dev/null"}) != 0)
+    GTEST_SKIP() << "ffmpeg is not installed";
   const TemporaryDirectory folder;
   const CaptureRun run = RunScript(
       folder,
