@@ -56,7 +56,7 @@ TEST(Outputs, ThatCannotBeWrittenEndTheRun) {
       {"a closed stream",
        "$CAPTURE --trace \"$DIR/t\" samples/qr.png >&-; s=$?; cat \"$DIR/t\"; exit $s", 1, "",
        "standard output cannot be written: Bad file descriptor"},
-      {"a pipe that nobody reads",
+      {"a pipe without a reader",
        "mkfifo \"$DIR/p\"; exec 3<>\"$DIR/p\" 4>\"$DIR/p\" 3<&-; $CAPTURE samples/qr.png >&4", 1,
        "", "standard output cannot be written: Broken pipe"},
       {"an overlay",
@@ -155,7 +155,7 @@ TEST(Interrupts, EndTheRunAndTellWhatIsThere) {
        "$CAPTURE --raw 50x100:rgb \"$DIR/cam\" >\"$DIR/out\" & until_in cam#0 \"$DIR/out\"\n"
        "kill -INT $!; wait $!; s=$?; cat \"$DIR/out\"; exit $s",
        1, "; interrupted\nframes: 1 played, 1 captured, 0 dropped\n", ""},
-      {"twice, while nobody reads what it writes",
+      {"twice, while its output is blocked",
        "mkfifo \"$DIR/p\"; exec 3<>\"$DIR/p\"; head -c 65536 /dev/zero >&3\n"
        "$CAPTURE samples/qr.png >&3 & until_in pipe_write /proc/$!/wchan\n"
        "for i in {1..500}; do kill -INT $! 2>/dev/null || break; sleep 0.02; done; wait $!",

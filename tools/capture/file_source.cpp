@@ -133,7 +133,7 @@ bool FileSource::GetReadMoments(const CImageData& image, RunMoment& begin, RunMo
 void FileSource::Stop() {
   stop_.Set();
   StopFetching();
-  // A thread that is about to sleep either sees the signal or is woken.
+  // A thread that is about to sleep either sees the signal or is woken by the call after this lock.
   { const std::lock_guard<std::mutex> lock(mutex_); }
   hasRoom_.notify_all();
   notify_();
@@ -210,7 +210,7 @@ void FileSource::ReadFrames(const std::string& file) {
   }
 }
 
-// Waits inside while there is no room and the source blocks.
+// Waits while there is no room, unless the source drops.
 void FileSource::Push(std::unique_ptr<CImageData> image) {
   if (settings_.drops) {
     AddImageToBuffer(image.release(), false);
@@ -225,16 +225,16 @@ void FileSource::Push(std::unique_ptr<CImageData> image) {
   notify_();
 }
 
-// Called under the lock: only it fills the buffer of a source that blocks, so that nobody waits in
-// the base.
+// Called with the lock held. The buffer of a blocking source is filled only here and only when it is
+// empty, so that AddImageToBuffer never waits with the lock held.
 void FileSource::Refill() {
   if (ahead_.empty() || !IsBufferEmpty()) return;
   AddImageToBuffer(ahead_.front().release(), false);
   ahead_.pop_front();
 }
 
-// What is dropped is counted, but nobody would learn of the error: the next image has to wait until
-// this one, the newest of all, is taken.
+// A dropped image is only counted, and its error would be lost. The failure is the newest image, which
+// is taken first: the next image waits until then.
 void FileSource::PushFailure(SourceRecord record) {
   const int id = nextId_++;
   const PictureTag tag(std::move(record), id);

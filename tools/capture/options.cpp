@@ -60,7 +60,7 @@ constexpr Row kRows[] = {
     {"", "What to read", "", nullptr},
     {"", "FILE", "a picture: PNG, JPEG, BMP, PGM or PPM; pipes too", nullptr},
     {"", "DIRECTORY", "every picture in it and below it", nullptr},
-    {"", "-", "the files named on standard input, one a line", nullptr},
+    {"", "-", "the files named on standard input, one per line", nullptr},
     {"-0", "", "names on standard input end in NUL, as find -print0 writes them",
      [](O& o, V) { o.endsNamesWithNul = true; }},
     {"--watch", "DIRECTORY", "pictures that come into it, each when it is finished",
@@ -87,7 +87,7 @@ constexpr Row kRows[] = {
     {"--timeout", "MS", "time budget of an image, in place of the template's",
      [](O& o, V v) { o.timeoutMs = ParseNumber("--timeout", v, 1, kMostMs); }},
     {"", "What to show", "", nullptr},
-    {"--json", "", "one JSON object a line in place of the readable lines",
+    {"--json", "", "one JSON object per line in place of the readable lines",
      [](O& o, V) { o.format = Format::kJson; }},
     {"--csv", "", "one line for each code, with a line of headings",
      [](O& o, V) { o.format = Format::kCsv; }},
@@ -130,7 +130,7 @@ void CheckTogether(const Options& o) {
 
 Options ParseOptions(const std::vector<std::string>& arguments) {
   Options options;
-  bool areAllInputs = false;  // behind --
+  bool areAllInputs = false;  // after --
   for (std::size_t i = 0; i < arguments.size(); ++i) {
     const std::string& argument = arguments[i];
     if (areAllInputs || argument.size() < 2 || argument[0] != '-') {

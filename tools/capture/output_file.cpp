@@ -29,10 +29,21 @@ void WriteFile(const std::string& file, const std::string& purpose,
   if (!out) throw OutputError(DescribeWriteError(purpose, file));
 }
 
+// A signal may interrupt a write that waits; what is left is written then.
 void WriteStandardOutput(const std::string& text) {
   errno = 0;
-  if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() || std::fflush(stdout) != 0)
-    throw OutputError(DescribeWriteError("standard output", {}));
+  const auto goesOn = [] {
+    const bool isInterrupted = errno == EINTR;
+    if (isInterrupted) std::clearerr(stdout);
+    return isInterrupted;
+  };
+  bool isWritten = true;
+  for (std::size_t done = 0; isWritten && done < text.size();) {
+    done += std::fwrite(text.data() + done, 1, text.size() - done, stdout);
+    isWritten = done == text.size() || goesOn();
+  }
+  while (isWritten && std::fflush(stdout) != 0) isWritten = goesOn();
+  if (!isWritten) throw OutputError(DescribeWriteError("standard output", {}));
 }
 
 }  // namespace velmora::capture

@@ -80,7 +80,7 @@ class OverlayWriter {
   }
 
   // A label that would leave the picture moves to the left, then shrinks to two thirds, then is cut;
-  // a viewer shows the whole text to who points at it.
+  // a viewer shows the whole text as a tooltip.
   void WriteLabel(const Font& font, double x, double y, const std::string& text) {
     std::string shown = ValidUtf8(text);
     double size = font.size;

@@ -1,5 +1,5 @@
 /// @file
-/// How far the run has come, for whoever watches.
+/// How far the run has come, on a terminal.
 #pragma once
 
 #include <chrono>
@@ -13,7 +13,7 @@ namespace velmora::capture {
 /// @threadsafety one thread
 class ProgressBar {
  public:
-  /// @param total  how many images there will be; 0 if nobody knows
+  /// @param total  how many images there will be; 0 if that is unknown
   /// @param isWanted  false for no bar at all
   ProgressBar(int total, bool isWanted);
   ~ProgressBar() { Clear(); }
@@ -22,7 +22,7 @@ class ProgressBar {
 
   /// Draws the bar if it is due.
   void Show(int done);
-  /// Takes the bar away, so that a line can be printed.
+  /// Removes the bar, so that a line can be printed.
   void Clear();
 
  private:

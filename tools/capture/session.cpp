@@ -194,7 +194,7 @@ void Session::Interrupt() {
   if (options_.watchedDirectory.empty()) capture_->Cancel();
 }
 
-// Nobody learns of an output that is not written but by the program's end: that comes at once.
+// The rest of the run would be lost too: it ends at once.
 void Session::Fail(const std::string& message) {
   {
     const std::lock_guard<std::mutex> lock(mutex_);

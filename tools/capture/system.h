@@ -15,7 +15,7 @@ namespace velmora::capture {
 
 enum class StandardStream { kOutput, kError };
 
-/// Whether somebody watches the stream on a terminal.
+/// Whether the stream is a terminal.
 bool IsTerminal(StandardStream stream);
 
 /// Columns of the terminal on standard error; 80 if the system does not tell.

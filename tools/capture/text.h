@@ -15,8 +15,8 @@ std::size_t Utf8Length(std::string_view text);
 /// The text with question marks for the bytes that are no UTF-8, of which a code may hold any.
 std::string ValidUtf8(const std::string& text);
 
-/// The text with control characters written as \x0a: a line stays a line, and a terminal is told
-/// nothing.
+/// The text with control characters written as \x0a, so that it stays one line and sends no command
+/// to a terminal.
 std::string Printable(const std::string& text);
 
 /// For XML and HTML, between tags and in quotes. Control characters, which have no place there,
