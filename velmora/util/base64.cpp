@@ -34,13 +34,19 @@ bool IsInside(const unsigned char* p, const unsigned char* buffer, std::uint32_t
   return buffer != nullptr && !isBefore(p, buffer) && isBefore(p, buffer + capacity);
 }
 
+// In the C++ ABI of both targets a polymorphic object begins with the pointer to its class's table of
+// virtual operations.
+const void* OperationTableOf(const CBase64& codec) {
+  const void* table = nullptr;
+  std::memcpy(&table, static_cast<const void*>(&codec), sizeof table);
+  return table;
+}
+
 // Not typeid: a class derived in a program that is built without run-time type information has no
-// type to ask for. In the C++ ABI of both targets a polymorphic object begins with the pointer to its
-// class's table of virtual operations.
+// type to ask for.
 bool IsExactlyBase64(const CBase64& codec) {
-  const CBase64 exact;
-  return std::memcmp(static_cast<const void*>(&codec), static_cast<const void*>(&exact),
-                     sizeof(void*)) == 0;
+  static const void* const exact = OperationTableOf(CBase64());
+  return OperationTableOf(codec) == exact;
 }
 
 unsigned char* AsBytes(const char* text) {
