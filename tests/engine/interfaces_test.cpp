@@ -1,3 +1,5 @@
+// Modules are compiled against the virtual tables: one operation more, less or in another place breaks
+// every module that exists.
 #include <gtest/gtest.h>
 
 #include <type_traits>
@@ -9,19 +11,16 @@
 namespace velmora {
 namespace {
 
-using testing::CountVirtualOperations;
-using testing::SlotOf;
+using namespace basic_structures;
+using namespace intermediate_results;
 
-// Modules are compiled against these tables: one operation more, less or in another place breaks
-// every module that exists.
-
-// What is in slots first, first + 1, first + 2...; the last one ends the table. The first is 1 behind
+// What is in slots first, first + 1, first + 2...; the last one ends the table. The first is 1 after
 // a destructor and -1 without one.
 template <typename Class, typename... Members>
 void ExpectTable(int first, Members... members) {
   SCOPED_TRACE(typeid(Class).name());
   int want = first;
-  for (const int slot : {SlotOf(members)..., CountVirtualOperations<Class>()}) {
+  for (const int slot : {testing::SlotOf(members)..., testing::CountVirtualOperations<Class>()}) {
     EXPECT_EQ(slot, want++);
   }
 }
@@ -31,46 +30,107 @@ void ExpectOnlyDestructors() {
   (ExpectTable<Classes>(1), ...);
 }
 
-TEST(Interfaces, EngineKeepsItsTables) {
-  using Def = NxTargetROIDef;
-  ExpectTable<Def>(1, &Def::CreateROIDefOutput, &Def::AppendWorkItems, &Def::IsROIDefOutputFinished,
-                   &Def::FilterROIDefOutput, &Def::DispatchROIDefOutput);
-  ExpectTable<NxDependencyGraph>(1, &NxDependencyGraph::Run);
-  using Work = Nx_WorkObjectBase;
-  ExpectTable<Work>(1, &Work::Work, &Work::AppendWorkOutputs, &Work::GetMaxThreadNumInOneTask,
-                    &Work::DealTaskResults, &Work::CheckAndInitWorkModes);
-  ExpectTable<NxTaskOutput>(1, &NxOutputBase::MarkAsFinish);
-  ExpectTable<NxWorkOutput>(1, &NxOutputBase::MarkAsFinish);
-  using Item = RtrThreadWorkItemBase;
-  ExpectTable<ExecutableWorkItem>(1, &Item::Process, &Item::FinishWork);
-  ExpectTable<ResolvableWorkItem>(1, &Item::Process, &Item::FinishWork);
-  ExpectTable<SourceImageCacheBase>(1, &SourceImageCacheBase::CleanCache);
-  ExpectOnlyDestructors<CpxTaskObject, SemanticProcessor, SemanticProcessorGroup,
-                        NxTargetTaskSetting, TargetROIDefEvent, NxDependencyFinishFlag,
-                        NxTaskOutputAtomResult, NxWorkOutputAtom, NxWorkOutputTable, NxROIDefOutput,
-                        NxReferenceFilterBase>();
-  using Listener = TargetROIDefEventListener;
-  ExpectTable<Listener>(-1, &Listener::HandleSingleRegionCompeleteEvent,
-                        &Listener::HandleTaskUnitOutputCompeleteEvent);
-  static_assert(!std::is_polymorphic_v<TargetROIDefSetting>);
-  static_assert(!std::is_polymorphic_v<NxSectionResultsCache>);
-  static_assert(!std::is_polymorphic_v<NxDataManagerPool>);
-  static_assert(!std::is_polymorphic_v<TaskUnitQueue>);
-}
+// OF(Class, A, B...) is &Class::A, &Class::B...
+#define OF1(C, a) &C::a
+#define OF2(C, a, ...) &C::a, OF1(C, __VA_ARGS__)
+#define OF3(C, a, ...) &C::a, OF2(C, __VA_ARGS__)
+#define OF4(C, a, ...) &C::a, OF3(C, __VA_ARGS__)
+#define OF5(C, a, ...) &C::a, OF4(C, __VA_ARGS__)
+#define OF6(C, a, ...) &C::a, OF5(C, __VA_ARGS__)
+#define OF7(C, a, ...) &C::a, OF6(C, __VA_ARGS__)
+#define OF8(C, a, ...) &C::a, OF7(C, __VA_ARGS__)
+#define OF9(C, a, ...) &C::a, OF8(C, __VA_ARGS__)
+#define NINTH(a, b, c, d, e, f, g, h, i, N, ...) N
+#define OF(C, ...) NINTH(__VA_ARGS__, OF9, OF8, OF7, OF6, OF5, OF4, OF3, OF2, OF1, )(C, __VA_ARGS__)
+#define EXPECT_TABLE(C, first, ...) ExpectTable<C>(first, OF(C, __VA_ARGS__))
 
-TEST(Interfaces, LowerRoomsKeepTheirTables) {
-  using namespace basic_structures;
-  using Source = CImageSourceAdapter;
-  ExpectTable<Source>(1, &Source::HasMoreImages, &Source::StartFetching, &Source::StopFetching,
-                      &Source::GetImage);
-  ExpectTable<CImageTag>(1, &CImageTag::GetType, &CImageTag::Clone);
+TEST(Interfaces, FoundationAndImagesKeepTheirTables) {
+  EXPECT_TABLE(CImageSourceAdapter, 1, HasMoreImages, StartFetching, StopFetching, GetImage);
+  EXPECT_TABLE(CImageTag, 1, GetType, Clone);
+  EXPECT_TABLE(CImageSourceErrorListener, -1, OnImageSourceError);
+  EXPECT_TABLE(ThreadPoolBase, -1, AppendWorkItem, GetThreadCount, Stop);
   ExpectOnlyDestructors<NxObjectBase, NxSingleThreadObjectBase, NxModuleLoaderBaseAuto, CImageData,
                         NxImageData, NxImageDataInner, CImageDataWrapper, TextBlock>();
-  using Listener = CImageSourceErrorListener;
-  ExpectTable<Listener>(-1, &Listener::OnImageSourceError);
-  using Pool = ThreadPoolBase;
-  ExpectTable<Pool>(-1, &Pool::AppendWorkItem, &Pool::GetThreadCount, &Pool::Stop);
 }
+
+template <typename... Units>
+void ExpectImageUnits() {
+  (ExpectTable<Units>(6, &Units::GetImageData, &Units::SetImageData), ...);
+}
+
+TEST(Interfaces, ResultsKeepTheirTables) {
+  EXPECT_TABLE(CCapturedResultItem, 1, GetType, GetReferenceItem, GetTargetROIDefName, GetTaskName,
+               Clone, Retain, Release);
+  EXPECT_TABLE(COriginalImageResultItem, 8, GetImageData);
+  EXPECT_TABLE(CCapturedResultBase, 1, GetSourceImageHashId, GetSourceImageTag,
+               GetSourceImageRotationMatrix, GetErrorCode, GetErrorString);
+  EXPECT_TABLE(NxvItemBase, 1, GetType);
+  EXPECT_TABLE(ResultImpBase, 1, AddResultItems, ClearAllItems);
+  EXPECT_TABLE(BufferedItemBase, 1, GetBufferedItemType);
+  EXPECT_TABLE(BufferedItemSetBase, 1, CopyFromManager);
+  EXPECT_TABLE(CIntermediateResultUnit, 1, GetUnitType, Clone, Replace, Retain, Release);
+  ExpectImageUnits<CColourImageUnit, CScaledColourImageUnit, CGrayscaleImageUnit,
+                   CTransformedGrayscaleImageUnit, CEnhancedGrayscaleImageUnit, CBinaryImageUnit,
+                   CTextureRemovedGrayscaleImageUnit, CTextureRemovedBinaryImageUnit,
+                   CTextRemovedBinaryImageUnit>();
+  EXPECT_TABLE(CContoursUnit, 6, GetContours, SetContours);
+  EXPECT_TABLE(CTextureDetectionResultUnit, 6, GetSpacingX, SetSpacingX, GetSpacingY, SetSpacingY);
+  EXPECT_TABLE(CPredetectedRegionsUnit, 6, GetCount, GetPredetectedRegion, AddPredetectedRegion,
+               SetPredetectedRegion, RemovePredetectedRegion, RemoveAllPredetectedRegions);
+  EXPECT_TABLE(CTextZonesUnit, 6, GetCount, GetTextZone, AddTextZone, SetTextZone, RemoveTextZone,
+               RemoveAllTextZones);
+  EXPECT_TABLE(CLineSegmentsUnit, 6, GetCount, GetLineSegment, AddLineSegment, SetLineSegment,
+               RemoveLineSegment, RemoveAllLineSegments);
+  EXPECT_TABLE(CShortLinesUnit, 6, GetCount, GetShortLine, AddShortLine, SetShortLine,
+               RemoveShortLine, RemoveAllShortLines);
+  EXPECT_TABLE(CRegionObjectElement, 1, GetElementType, GetLocation, SetLocation,
+               GetReferencedElement, Clone, Retain, Release);
+  EXPECT_TABLE(CPredetectedRegionElement, 8, GetModeName, SetModeName, GetConfidence,
+               SetConfidence);
+  EXPECT_TABLE(CAuxiliaryRegionElement, 8, GetName, SetName, GetConfidence, SetConfidence);
+  EXPECT_TABLE(CIntermediateResult, 1, GetCount, GetIntermediateResultUnit);
+  EXPECT_TABLE(CAbstractIntermediateResultReceiver, 1, OnTargetROIResultsReceived,
+               OnTaskResultsReceived, OnSectionResultsReceived, OnUnitResultReceived);
+  EXPECT_TABLE(CObservationParametersImp, 1, SetObservedResultUnitTypes, GetObservedResultUnitTypes,
+               IsResultUnitTypeObserved, AddObservedTask, RemoveObservedTask, IsTaskObserved,
+               SetResultUnitTypesOnlyForInput, GetResultUnitTypesOnlyForInput,
+               IsResultUnitTypeOnlyForInput);
+  EXPECT_EQ(testing::CountVirtualOperations<CObservationParameters>(), 10);
+}
+
+TEST(Interfaces, RegionsAndEngineKeepTheirTables) {
+  EXPECT_TABLE(NxRegionObject, 6, GetCropROITransMat, CheckDuplicateStatusWithRegionObject,
+               CalcRegionHashId);
+  ExpectTable<NxIntermediateResult>(3);
+  EXPECT_TABLE(NxTargetROIDef, 1, CreateROIDefOutput, AppendWorkItems, IsROIDefOutputFinished,
+               FilterROIDefOutput, DispatchROIDefOutput);
+  EXPECT_TABLE(NxDependencyGraph, 1, Run);
+  EXPECT_TABLE(Nx_WorkObjectBase, 1, Work, AppendWorkOutputs, GetMaxThreadNumInOneTask,
+               DealTaskResults, CheckAndInitWorkModes);
+  EXPECT_TABLE(NxTaskOutput, 1, MarkAsFinish);
+  EXPECT_TABLE(NxWorkOutput, 1, MarkAsFinish);
+  EXPECT_TABLE(ExecutableWorkItem, 1, Process, FinishWork);
+  EXPECT_TABLE(ResolvableWorkItem, 1, Process, FinishWork);
+  EXPECT_TABLE(SourceImageCacheBase, 1, CleanCache);
+  EXPECT_TABLE(TargetROIDefEventListener, -1, HandleSingleRegionCompeleteEvent,
+               HandleTaskUnitOutputCompeleteEvent);
+  ExpectOnlyDestructors<SectionResultUnitBase, NxUnitBase, NxSourceImageObject, NxRegionImageInfo,
+                        NxRegionObjectManager, WorkModesStateObject, CpxTaskObject,
+                        SemanticProcessor, SemanticProcessorGroup, NxTargetTaskSetting,
+                        TargetROIDefEvent, NxDependencyFinishFlag, NxTaskOutputAtomResult,
+                        NxWorkOutputAtom, NxWorkOutputTable, NxROIDefOutput,
+                        NxReferenceFilterBase>();
+}
+
+static_assert(!std::is_polymorphic_v<TargetROIDefSetting>);
+static_assert(!std::is_polymorphic_v<NxSectionResultsCache>);
+static_assert(!std::is_polymorphic_v<NxDataManagerPool>);
+static_assert(!std::is_polymorphic_v<TaskUnitQueue>);
+
+// Results and items are shared: only their own release may destroy them.
+static_assert(!std::is_destructible_v<CCapturedResultItem>);
+static_assert(!std::is_destructible_v<COriginalImageResultItem>);
+static_assert(!std::is_destructible_v<CCapturedResultBase>);
 
 }  // namespace
 }  // namespace velmora

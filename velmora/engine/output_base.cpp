@@ -52,11 +52,11 @@ void NxOutputBase::AddResult(NxRef<NxTaskOutputAtomResult> result) {
   const bool takesReference = found != nullptr && !DescendsFrom(region_.get(), found);
   NxRef<NxRegionObject> replaced;  // destroyed after the lock is released
   const MutexLock lock(resultsMutex_);
+  results_.push_back(std::move(result));
   if (takesReference) {
     replaced = found->GetReferenceRegion();
     found->SetReferenceRegion(region_);
   }
-  results_.push_back(std::move(result));
 }
 
 int NxOutputBase::GetResultCount() const {

@@ -1,4 +1,5 @@
-// What results do when memory runs out. This program's allocation can be told to fail.
+// What happens when memory runs out, and in the middle of an operation that allocates. The allocation
+// of this program can be told to do something in place of giving memory.
 #include <gtest/gtest.h>
 
 #include <climits>
@@ -6,15 +7,20 @@
 #include <new>
 
 #include "examples/module_author/spot_item.h"
-#include "velmora/results/result_imp_base.h"
+#include "tests/engine/engine_objects.h"
 
 namespace {
+void Fail() {
+  throw std::bad_alloc();
+}
+
 int allocationsLeft = INT_MAX;
+void (*whenNoneAreLeft)() = Fail;
 }  // namespace
 
 // Not inlined: g++ would take free() for a mismatch with new.
 [[gnu::noinline]] void* operator new(std::size_t size) {
-  if (allocationsLeft-- <= 0) throw std::bad_alloc();
+  if (allocationsLeft-- <= 0) whenNoneAreLeft();
   return std::malloc(size);
 }
 [[gnu::noinline]] void operator delete(void* memory) noexcept {
@@ -40,7 +46,7 @@ bool RunsOutOfMemory(int allocations, Action action) {
   return ranOut;
 }
 
-TEST(OutOfMemory, LeavesResultsAsTheyWere) {
+TEST(Allocation, LeavesResultsAsTheyWereWhenItFails) {
   basic_structures::ResultImpBase child(nullptr, nullptr), parent(nullptr, nullptr);
   child.SetCaptureResultPointer(&parent);
   const NxRef<spots::SpotItem> item = new spots::SpotItem({});
@@ -54,6 +60,19 @@ TEST(OutOfMemory, LeavesResultsAsTheyWere) {
   EXPECT_EQ(item->GetReferenceCount(), 1);
   EXPECT_TRUE(RunsOutOfMemory(0, [&] { child.SetErrorCode(-10026); }));
   EXPECT_EQ(child.GetErrorCode(), 0);
+}
+
+// The first allocation is the empty result, the second the room for it, when the status was looked at
+// for the last time.
+TEST(Allocation, EmptyResultIsTakenBackIfTheOutputIsFinishedMeanwhile) {
+  static NxOutputBase output(nullptr, testing::MakeRegion("page"), "read", TT_ATOMIC_0);
+  whenNoneAreLeft = [] { output.SetResultStatus(TOS_FINISHED); };
+  allocationsLeft = 1;
+  EXPECT_FALSE(output.EndWork());
+  whenNoneAreLeft = Fail;
+  allocationsLeft = INT_MAX;
+  EXPECT_EQ(output.GetResultStatus(), TOS_FINISHED);
+  EXPECT_EQ(output.GetResultCount(), 0);
 }
 
 }  // namespace
