@@ -5,6 +5,7 @@
 #include <string>
 #include <utility>
 
+#include "tests/support/asking.h"
 #include "velmora/velmora.h"
 
 namespace velmora::testing {
@@ -37,19 +38,6 @@ class FunctionWork : public Nx_WorkObjectBase {
 
  private:
   Function function_;
-};
-
-// Asks a question while it dies, when whoever drops it must hold no lock.
-template <typename Base>
-class Asking : public Base {
- public:
-  template <typename... Arguments>
-  explicit Asking(std::function<void()> ask, Arguments&&... arguments)
-      : Base(std::forward<Arguments>(arguments)...), ask_(std::move(ask)) {}
-  ~Asking() override { ask_(); }
-
- private:
-  std::function<void()> ask_;
 };
 
 inline NxRef<NxWorkOutput> MakeWorkOutput(const NxRef<NxRegionObject>& region,

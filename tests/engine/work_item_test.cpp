@@ -167,13 +167,15 @@ TEST(TaskUnitQueue, IsFirstInFirstOutAndSharesItsItems) {
   moved.pop();
 }
 
-// Here the work has no pool, no image and no semaphore either.
+// Here the work has no pool, no semaphore and first no image either.
 TEST(WorkItem, TracesItsWayAtLevelNine) {
   const testing::TemporaryDirectory folder;
   Fixture f(End);
   f.work.SetManagerPool(nullptr);
-  f.source.reset();
+  const NxRef<NxImageData> image = new NxImageData;
+  image->SetHashID("scan");
   for (const int level : {8, 9}) {
+    f.source = level == 9 ? new NxSourceImageObject(image.get(), 1, 10) : nullptr;
     NxLog::GetInstance().InitLogFromSetting(LM_Text, level, (folder / "").c_str());
     f.Append("");
     ResolvableWorkItem item(f.task->GetWorkTable(), nullptr, 12);
@@ -189,7 +191,8 @@ TEST(WorkItem, TracesItsWayAtLevelNine) {
   for (std::string line; std::getline(file, line);) {
     messages += line.substr(line.find(']', line.find(']') + 1) + 1) + "\n";
   }
-  const std::string item = "{ExecutableWork}[SourceId:][TargetROI:page][Task:task][Priority:12]\n";
+  const std::string item =
+      "{ExecutableWork}[SourceId:scan][TargetROI:page][Task:task][Priority:12]\n";
   EXPECT_EQ(messages,
             "WorkPriorityInfo AppendWork: \nWorkPriorityInfo TakeWork: \n"
             "TaskPriorityInfo TaskStart: \nWorkPriorityInfo WorkStart: " +

@@ -92,19 +92,18 @@ TEST(SourceImageObject, FilesARecordOfItsImageWithTheLog) {
 
 TEST(SourceImageObject, CountsEveryChargeAndErrorOfManyThreads) {
   NxSourceImageObject source(MakeImage("ab", 2, 1).get(), 1, 3999);  // 'a' * 31 + 'b' is 3105
-  testing::Lockstep lockstep(8);
-  testing::RunTogether(8, [&](int) {
-    for (int i = 0; i < 500; ++i) {
-      lockstep.Enter(i);
-      source.AddTimeDuration(1);
-      EXPECT_EQ(source.GetHashID(), "BKDR_3105");
-      source.AddErrorCodeInfo(EC_Timeout, "definition", "task", nullptr, nullptr);
-      EXPECT_EQ(source.GetErrorCode(), EC_Timeout);
-      source.IsCheckPointNeedExit(nullptr, kLevel);
-    }
-  });
+  const std::function<void()> charge = [&] { source.AddTimeDuration(1); };
+  const std::function<void()> report = [&] {
+    source.AddErrorCodeInfo(EC_Timeout, nullptr, nullptr, nullptr, nullptr);
+  };
+  const std::function<void()> ask = [&] { EXPECT_EQ(source.GetHashID(), "BKDR_3105"); };
+  testing::CallTogether({charge, charge, ask, ask, [&] { source.IsTimeOut(); }});
+  testing::CallTogether({report, report, [&] { source.GetErrorCode(); }});
+  testing::CallTogether({report, [&] { source.GetErrorRecords(); }});
+  constexpr int kCalls = testing::kCallsTogether;
+  EXPECT_EQ(source.GetErrorRecords().size(), 3U * kCalls);
+  source.AddTimeDuration(4000 - 2 * kCalls);
   EXPECT_EQ(source.GetElapsedTime(), 4000);
-  EXPECT_EQ(source.GetErrorRecords().size(), 4000U);
   for (const int level : {8, 9}) {
     const testing::ScopedLog log(LM_Text, level);
     EXPECT_TRUE(source.IsCheckPointNeedExit(nullptr, kLevel));

@@ -7,6 +7,7 @@
 
 #include "examples/module_author/spots_unit.h"
 #include "tests/region/kit.h"
+#include "tests/support/asking.h"
 #include "tests/support/barrier.h"
 #include "velmora/region/nx_intermediate_result.h"
 
@@ -94,17 +95,14 @@ TEST(SectionResultUnit, KeepsTheOrderOfItsElements) {
   EXPECT_EQ(unit.RemoveElement(2), 0);
   EXPECT_EQ(unit.GetElementsVec(), (std::vector<NxRef<NxRegionObject>>{c, b}));
   unit.ClearElements();
-  // A region that leaves the list finds no destroyed one in it.
-  struct Looking : NxRegionObject {
-    explicit Looking(const SectionResultUnitBase& unit) : unit_(unit) {}
-    ~Looking() override {
-      for (const auto& each : unit_.GetElementsVec()) EXPECT_GT(each->GetReferenceCount(), 0);
-    }
-    const SectionResultUnitBase& unit_;
+  const auto newLooking = [&unit] {  // finds no destroyed region in the list that it leaves
+    return new testing::Asking<NxRegionObject>([&unit] {
+      for (const auto& each : unit.GetElementsVec()) EXPECT_GT(each->GetReferenceCount(), 0);
+    });
   };
-  for (int i = 0; i < 3; ++i) unit.AddElement(new Looking(unit));
+  unit.SetElements({newLooking(), newLooking(), newLooking()});
   unit.SetElement(0, a);
-  unit.SetElements({b, new Looking(unit), new Looking(unit)});
+  unit.SetElements({b, newLooking(), newLooking()});
   unit.ClearElements();
   EXPECT_EQ(copy.GetElementsVec().size(), 4U);
   EXPECT_EQ(a->GetReferenceCount() + b->GetReferenceCount() + c->GetReferenceCount(), 3 + 4);

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "examples/module_author/spot_item.h"
+#include "tests/support/asking.h"
 #include "tests/support/barrier.h"
 #include "velmora/image/image_tag.h"
 
@@ -96,23 +97,21 @@ TEST_F(ResultItems, OnlyExternalChangesReachTheEnclosingResults) {
 }
 
 // Looks for itself in a result while it dies.
-class NosyItem final : public NxvItemBase {
- public:
-  NosyItem(const ResultImpBase* result, basic_structures::CCapturedResultItem* face)
-      : result_(result) {
+struct FacedItem : NxvItemBase {
+  explicit FacedItem(basic_structures::CCapturedResultItem* face) {
     SetCCapturedResultItemPtr(face);
   }
-  ~NosyItem() override { EXPECT_FALSE(result_->HasResultItem(GetCCapturedResultItemPtr())); }
   basic_structures::CapturedResultItemType GetType() const override { return spots::kSpotItem; }
-
- private:
-  const ResultImpBase* result_;
 };
+NxvItemBase* NewNosyItem(const Result& result, basic_structures::CCapturedResultItem* face) {
+  const auto look = [result = result.get(), face] { EXPECT_FALSE(result->HasResultItem(face)); };
+  return new testing::Asking<FacedItem>(look, face);
+}
 
 TEST_F(ResultItems, RemovesTheFirstWithThatFaceAndKeepsTheOrder) {
   const Result result = NewResult();
   result->AddResultItems(
-      {nullptr, items_[0], items_[1], items_[2], items_[1], new NosyItem(result.get(), nullptr)});
+      {nullptr, items_[0], items_[1], items_[2], items_[1], NewNosyItem(result, nullptr)});
   EXPECT_EQ(result->RemoveResultItem(nullptr), 0) << "no face is none to match";
   EXPECT_FALSE(result->HasResultItem(nullptr));
   const SpotItem stranger({});
@@ -128,13 +127,29 @@ TEST_F(ResultItems, RemovesTheFirstWithThatFaceAndKeepsTheOrder) {
 TEST_F(ResultItems, DieBehindTheLocksOfAllResults) {
   const Result parent = NewResult(), child = NewResult();
   child->SetCaptureResultPointer(parent.get());
-  child->AddResultItemExternal(new NosyItem(child.get(), items_[1].get()));
+  child->AddResultItemExternal(NewNosyItem(child, items_[1].get()));
   child->RemoveResultItem(items_[1].get());
-  child->AddResultItem(new NosyItem(child.get(), items_[2].get()));
+  child->AddResultItem(NewNosyItem(child, items_[2].get()));
   child->ClearAllItems();
   for (const Result& each : {child, parent})  // two items of one face, as assigning makes them
-    each->AddResultItem(new NosyItem(child.get(), items_[0].get()));
+    each->AddResultItem(NewNosyItem(child, items_[0].get()));
   child->RemoveResultItem(items_[0].get());
+}
+
+TEST_F(ResultItems, Locks) {
+  const Result parent = NewResult(), child = NewResult();
+  child->SetCaptureResultPointer(parent.get());
+  for (const Result& each : {child, parent}) {
+    testing::CallTogether({[&] { each->AddResultItem(items_[0]); },
+                           [&] {
+                             each->AddResultItems({items_[1], nullptr});
+                           },
+                           [&] { each->AddResultItemExternal(items_[0].get()); },
+                           [&] { each->RemoveResultItem(items_[0].get()); },
+                           [&] { each->HasResultItem(items_[2].get()); },
+                           [&] { each->ClearAllItems(); }});
+    each->ClearAllItems();
+  }
 }
 
 // Half of the threads work on the child, the other half on its parent, each with items of its own
