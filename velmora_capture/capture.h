@@ -22,7 +22,8 @@ namespace velmora::capture {
 
 class CaptureEngine;
 
-/// How a `Capture` works. Receivers and observers are borrowed and outlive the Capture.
+/// How a `Capture` works. Receivers and observers are borrowed and outlive the Capture; what a
+/// receiver wants to see is settled before.
 struct CaptureOptions {
   std::string templateName;  ///< stands for the template in errors; empty for "template"
   int threads = 0;           ///< of the pool; 0 for as many as there are processors
@@ -123,6 +124,7 @@ class VELMORA_CAPTURE_EXPORT Capture {
   ///
   /// @return never empty; what went wrong is in the result: `EC_CallRejectedWhileCapturing` (-10062) if
   ///         the caller is a thread of this Capture's pool
+  /// @throws std::bad_alloc if there is no memory even for a result that says so
   NxRef<CaptureResult> Read(const basic_structures::CImageData& image);
 
   /// Reads and decodes a file, then captures it as `Read` does.
@@ -132,7 +134,8 @@ class VELMORA_CAPTURE_EXPORT Capture {
   /// Takes images from @p source until it has no more, and hands the results to @p handler, on the
   /// calling thread.
   ///
-  /// `source.GetImage` is asked every 5 ms while it has nothing, and at once after `NotifySource`.
+  /// The source is fetching already. `source.GetImage` is asked every 5 ms while it has nothing, and
+  /// at once after `NotifySource`.
   /// The source's errors are results too (`ReadErrorSource`). Ends early when the run is cancelled.
   /// What the handler throws leaves `Run` once nothing is in flight.
   ///
@@ -144,11 +147,13 @@ class VELMORA_CAPTURE_EXPORT Capture {
   void NotifySource();
 
   /// Queues an image and returns; @p handler gets the result on the delivery thread, one result at
-  /// a time, as they are done. It must not wait for this Capture, nor destroy it.
+  /// a time, as they are done. It must not wait for this Capture, nor destroy it; what it throws is
+  /// dropped.
   ///
   /// @param image   taken over
   /// @param waitMs  how long to wait for room; not at all on the delivery thread
-  /// @return 0; -10062 if there was no room, and the handler is not called
+  /// @return 0; otherwise the handler is not called: -10062 if there was no room, -10001 if there
+  ///         was no memory, -10002 if there is no image
   int Submit(std::unique_ptr<basic_structures::CImageData> image, Handler handler, int waitMs);
 
   /// Ends the work on all images that were accepted until now; their results say so. Images that

@@ -60,10 +60,12 @@ class VELMORA_EXPORT Nx_WorkObjectBase : public NxObjectBase {
   /// @return how many were appended
   virtual int AppendWorkOutputs(NxTaskOutput* taskOutput, int priorityLevel) = 0;
 
+  /// No lock is held.
   /// @return how many threads may work on one task at once; 0, as here, for any number
   virtual int GetMaxThreadNumInOneTask() const;
 
-  /// Called with the results of a task once all its work has ended. Does nothing here.
+  /// Called with the results of a task once all its work has ended. No lock is held. Does nothing
+  /// here.
   virtual void DealTaskResults(NxTaskOutput* taskOutput, NxSemaphore* semaphore);
 
   /// Gives @p region a new state for each work mode of this object; ask

@@ -45,6 +45,12 @@ bool IsOver(TaskRun& task) {
   return isOver;
 }
 
+template <typename Call>
+void CallOut(const TaskRun& task, const Call& call) {
+  task.region->job->CallOut(task.region->definition->GetName().c_str(),
+                            task.setting->GetTaskName().c_str(), call);
+}
+
 RegionRun& RunOf(NxROIDefOutput* output) {
   return static_cast<RegionRun&>(*output);
 }
@@ -186,7 +192,8 @@ void CaptureDefinition::BeginSection(TaskRun& task, Nx_WorkObjectBase& work) con
   task.hasMode = false;
   task.mostInFlight = 0;
   task.foundBefore = CountFound(*task.output);
-  task.region->job->CallOut(name_.c_str(), task.setting->GetTaskName().c_str(), [&] {
+  task.sectionBegin = task.units.size();
+  CallOut(task, [&] {
     task.mostInFlight = std::max(0, work.GetMaxThreadNumInOneTask());
     // The table says what was appended.
     work.AppendWorkOutputs(task.output.get(), work.GetIndexInTask());
@@ -198,6 +205,8 @@ void CaptureDefinition::EndPiece(TaskRun& task, CaptureWorkItem* item) noexcept 
   if (item != nullptr) {
     try {
       TakeOverResults(item->GetPiece(), *task.output);
+      Units& units = item->GetUnits();
+      task.units.insert(task.units.end(), units.begin(), units.end());
     } catch (...) {
       task.region->job->AddCurrentException(task);
     }
@@ -209,6 +218,8 @@ void CaptureDefinition::Advance(TaskRun& task) noexcept {
   for (;;) {
     QueuePieces(task);
     if (task.inFlight > 0) return;
+    if (const Receivers* receivers = GraphOf().GetReceivers())
+      CallOut(task, [&] { receivers->TellSection(task); });
     Nx_WorkObjectBase* const next = task.work->GetNextWorkObject();
     if (next == nullptr || IsOver(task)) return FinishTask(task);
     BeginSection(task, *next);
@@ -272,9 +283,11 @@ void CaptureDefinition::QueuePiece(TaskRun& task, const NxRef<NxWorkOutput>& pie
 void CaptureDefinition::FinishTask(TaskRun& task) noexcept {
   RegionRun& region = *task.region;
   task.isFinished = true;
-  region.job->CallOut(name_.c_str(), task.setting->GetTaskName().c_str(), [&] {
+  CallOut(task, [&] {
     task.setting->GetTaskObject()->DealTaskResults(task.output.get(), &region.job->semaphore);
   });
+  if (const Receivers* receivers = GraphOf().GetReceivers())
+    CallOut(task, [&] { receivers->TellTask(task); });
   task.output->SetResultStatus(TOS_FINISHED);
   for (const std::size_t other : plans_[task.index].waitedForBy)
     if (--region.tasks[other].waitsFor == 0) StartTask(region.tasks[other]);
@@ -303,6 +316,9 @@ void CaptureDefinition::DispatchROIDefOutput(NxROIDefOutput* output) {
 
 void CaptureDefinition::Finish(CaptureJob& job) noexcept {
   if (GetGraph()->GetEndNode() == this) job.SetDone();
+  const Receivers* const receivers = GraphOf().GetReceivers();
+  if (receivers != nullptr && !job.definitions[index_].regions.empty())
+    job.CallOut(name_.c_str(), "", [&] { receivers->TellDefinition(job, *this); });
   EventOutputStruct content{nullptr};
   TargetROIDefEvent event(TRDET_TASK_UNIT_OUTPUT_COMPLETE, this, &job, &content);
   for (TargetROIDefEventListener* listener : GetListeners())

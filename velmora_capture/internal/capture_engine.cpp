@@ -91,7 +91,7 @@ bool CaptureEngine::Prepare(const std::string& templateText, std::vector<Templat
   if (document.Parse()) source = ReadTemplate(document);
   if (document.GetErrors().empty()) {
     const ModuleRegistry registry(options_.moduleFolders);
-    GraphBuilder builder(registry, managers_, receivers_, document);
+    GraphBuilder builder(registry, managers_, GetReceivers(), document);
     graph = builder.Build(source);
     notes_ = builder.GetNotes();
   }
@@ -106,10 +106,14 @@ void CaptureEngine::Prepare(Template source, NxRef<CaptureGraph> graph) {
   graph_ = std::move(graph);
   graph_->SetManagerPool(&managers_);
   graph_->SetObservers(observers_);
+  if (!options_.receivers.empty()) graph_->SetReceivers(receivers_);
   std::vector<std::string> running;
   for (const CaptureDefinition* definition : graph_->GetDefinitions())
     for (const NxRef<NxTargetTaskSetting>& task : definition->GetTasks())
       running.push_back(task->GetTaskFullName());
+  for (const CaptureDefinition* definition : graph_->GetDefinitions())
+    for (const NxRef<NxTargetTaskSetting>& task : definition->GetTasks())
+      receivers_.ObserveTask(task->GetTaskName().c_str());
   statistics_.AddTasks(template_, running);
   const int processors = std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
   pool_ = std::make_unique<CaptureThreadPool>(options_.threads > 0 ? options_.threads : processors,
@@ -118,48 +122,51 @@ void CaptureEngine::Prepare(Template source, NxRef<CaptureGraph> graph) {
 }
 
 NxRef<CaptureResult> CaptureEngine::Read(const CImageData& image) {
-  if (IsPoolThread()) return Refuse();
-  IntroduceThread();
-  const Offer offer = MakeOffer(true);
-  NxRef<CaptureResult> result;
-  try {
+  return ReadOne([&](Offer& offer) {
+    if (!IsReadable(image))
+      return ReportFailure(offer, ErrorOf(EC_ImageDataParameterInvalid), image.GetImageTag());
     // A receiver may keep a unit, and with it the image.
     const bool isKept = options_.keepImages || !options_.receivers.empty();
-    if (!IsReadable(image)) {
-      result = ReportFailure(offer, ErrorOf(EC_ImageDataParameterInvalid), image.GetImageTag());
-    } else {
-      result = ReadPicture(offer, isKept ? CopyImage(image) : BorrowImage(image));
-    }
-  } catch (const std::bad_alloc&) {
-    result = ReportFailure(offer, ErrorOf(EC_NoMemory), nullptr);
-  }
-  CountDelivered();
-  return result;
+    return ReadPicture(offer, isKept ? CopyImage(image) : BorrowImage(image));
+  });
 }
 
 NxRef<CaptureResult> CaptureEngine::ReadFile(const std::string& path) {
-  if (IsPoolThread()) return Refuse();
-  IntroduceThread();
-  Offer offer = MakeOffer(true);
-  NxRef<CaptureResult> result;
-  try {
+  return ReadOne([&](Offer& offer) {
     LoadedImage loaded;
     {
       const SpanScope span(observers_, RunStage::kRead, "read", offer.number);
       loaded = LoadImageFile(path, -1);
     }
     offer.readNanoseconds = Nanoseconds(Clock::now() - offer.time);
-    if (loaded.image == nullptr) {
-      const CFileImageTag tag(path.c_str(), 0, 1);
-      result = ReportFailure(offer, {loaded.code, loaded.reason, {}, {}}, &tag);
-    } else {
-      result = ReadPicture(offer, TakeOverImage(std::move(loaded.image)));
-    }
-  } catch (const std::bad_alloc&) {
-    result = ReportFailure(offer, ErrorOf(EC_NoMemory), nullptr);
+    if (loaded.image != nullptr) return ReadPicture(offer, TakeOverImage(std::move(loaded.image)));
+    const CFileImageTag tag(path.c_str(), 0, 1);
+    return ReportFailure(offer, {loaded.code, loaded.reason, {}, {}}, &tag);
+  });
+}
+
+// Offers an image that `read` makes a result of, and counts it.
+template <typename Call>
+NxRef<CaptureResult> CaptureEngine::ReadOne(const Call& read) {
+  if (IsPoolThread()) {
+    CountRefused();
+    return ResultBuilder::MakeFailure(ErrorOf(EC_CallRejectedWhileCapturing), nullptr, -1, {});
   }
-  CountDelivered();
-  return result;
+  IntroduceThread();
+  Offer offer = MakeOffer(true);
+  try {
+    NxRef<CaptureResult> result;
+    try {
+      result = read(offer);
+    } catch (const std::bad_alloc&) {
+      result = ReportFailure(offer, ErrorOf(EC_NoMemory), nullptr);
+    }
+    CountDelivered();
+    return result;
+  } catch (...) {
+    TakeBack();
+    throw;
+  }
 }
 
 NxRef<CaptureResult> CaptureEngine::ReadPicture(const Offer& offer,
@@ -309,15 +316,16 @@ NxRef<CaptureResult> CaptureEngine::ReportFailure(const Offer& offer, const Capt
       {offer.readNanoseconds, 0, 0, Nanoseconds(Clock::now() - offer.time)});
 }
 
-NxRef<CaptureResult> CaptureEngine::Refuse() {
-  CountRefused();
-  return ResultBuilder::MakeFailure(ErrorOf(EC_CallRejectedWhileCapturing), nullptr, -1, {});
-}
-
 void CaptureEngine::CountDelivered() {
   const std::lock_guard<std::mutex> lock(mutex_);
   --counts_.queued;
   ++counts_.delivered;
+}
+
+void CaptureEngine::TakeBack() {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  --counts_.queued;
+  ++counts_.refused;
 }
 
 void CaptureEngine::CountRefused() {

@@ -17,6 +17,7 @@
 #include "velmora_capture/internal/capture_graph.h"
 #include "velmora_capture/internal/clock_thread.h"
 #include "velmora_capture/internal/observers.h"
+#include "velmora_capture/internal/receivers.h"
 #include "velmora_capture/internal/statistics.h"
 #include "velmora_capture/internal/template.h"
 #include "velmora_capture/internal/thread_pool.h"
@@ -75,7 +76,7 @@ class CaptureEngine {
   /// @name For the work objects of a graph
   /// @{
   NxDataManagerPool& GetManagers() { return managers_; }
-  IntermediateResultReceiverVector& GetReceivers() { return receivers_; }
+  IntermediateResultReceiverVector& GetReceivers() { return receivers_.GetForWork(); }
   /// @}
 
   /// @name The stations of an image
@@ -96,6 +97,8 @@ class CaptureEngine {
   NxRef<CaptureResult> ReportFailure(const Offer& offer, const CaptureError& error,
                                      const basic_structures::CImageTag* tag);
   void CountDelivered();
+  /// Counts an offered image as refused after all, for want of memory.
+  void TakeBack();
   /// Counts an image that was offered and not taken.
   void CountRefused();
 
@@ -114,13 +117,14 @@ class CaptureEngine {
   std::int64_t GetCancellations() const;
 
  private:
+  template <typename Call>
+  NxRef<CaptureResult> ReadOne(const Call& read);
   NxRef<CaptureResult> ReadPicture(const Offer& offer, const NxRef<NxImageData>& picture);
-  NxRef<CaptureResult> Refuse();
   Delivery& GetDelivery();
 
   const CaptureOptions options_;
   const std::uint64_t serial_;  // no two engines of a process have the same
-  IntermediateResultReceiverVector receivers_;
+  Receivers receivers_;
   Observers observers_;    // ours and the caller's
   Observers callersOnly_;  // the caller's
   Statistics statistics_;

@@ -13,6 +13,7 @@
 #include "velmora_capture/internal/capture_definition.h"
 #include "velmora_capture/internal/capture_job.h"
 #include "velmora_capture/internal/observers.h"
+#include "velmora_capture/internal/receivers.h"
 #include "velmora_capture/internal/turn.h"
 
 namespace velmora::capture {
@@ -35,6 +36,10 @@ class CaptureGraph final : public NxDependencyGraph {
   /// @param observers  outlive the graph; none are told otherwise
   void SetObservers(const Observers& observers) { observers_ = &observers; }
   const Observers& GetObservers() const { return *observers_; }
+  /// @param receivers  outlive the graph
+  void SetReceivers(const Receivers& receivers) { receivers_ = &receivers; }
+  /// Null if none were set.
+  const Receivers* GetReceivers() const { return receivers_; }
 
   /// Begins the work on an image; the semaphore is produced once that is done.
   int Run(const NxRef<NxRegionObject>& wholeImage, ThreadPoolBase* pool,
@@ -51,6 +56,7 @@ class CaptureGraph final : public NxDependencyGraph {
  private:
   const Observers nobody_;
   const Observers* observers_ = &nobody_;
+  const Receivers* receivers_ = nullptr;
   std::vector<CaptureDefinition*> definitions_;
   std::mutex mutex_;  // guards what follows
   std::set<std::string> names_;

@@ -21,7 +21,6 @@ CaptureJob::CaptureJob(CaptureGraph& jobGraph, NxRef<NxRegionObject> region,
 CaptureJob::~CaptureJob() = default;
 
 void CaptureJob::Start() {
-  const NxRef<CaptureJob> self = this;  // the owner may let go once it is done
   graph.Begin(*this);
   Drain();
 }
@@ -46,12 +45,15 @@ void CaptureJob::PostLost(TaskRun& task) noexcept {
   Drain();
 }
 
-// What a thread did before it posted happens before what is done here: both took the lock.
+// What a thread did before it posted happens before what is done here: both took the lock. Once the
+// strand is left, another thread may be on it: nothing of the job is looked at then.
 void CaptureJob::Drain() noexcept {
-  const NxRef<CaptureJob> self = this;
+  const NxRef<CaptureJob> self = this;  // the owner may let go once it is done
   NxRef<CaptureWorkItem> item;
   TaskRun* lost = nullptr;
-  while (!isDone_ && TakeEnded(item, lost)) {
+  // Nothing is posted to a job that is done: all pieces have ended, each once.
+  while (!isDone_) {
+    if (!TakeEnded(item, lost)) return;
     if (lost != nullptr) {
       AddError(EC_Unknown, *lost);
       lost->region->definition->EndPiece(*lost, nullptr);
@@ -61,8 +63,7 @@ void CaptureJob::Drain() noexcept {
     }
     item.reset();
   }
-  // Nothing is posted to a job that is done: all pieces have ended, each once.
-  if (isDone_) owner_.OnJobDone(*this);
+  owner_.OnJobDone(*this);
 }
 
 // False, with the strand left, if there is nothing.

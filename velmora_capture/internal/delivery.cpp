@@ -14,8 +14,8 @@ using namespace basic_structures;
 /// One submitted image.
 class Delivery::Submission final : public JobOwner {
  public:
-  Submission(Delivery& delivery, Capture::Handler handler)
-      : handler_(std::move(handler)), delivery_(delivery) {}
+  Submission(Delivery& delivery, const Offer& offer, Capture::Handler handler)
+      : handler_(std::move(handler)), offer_(offer), delivery_(delivery) {}
 
   void OnJobDone(CaptureJob& job) noexcept override {
     delivery_.engine_.Release(job);
@@ -23,7 +23,7 @@ class Delivery::Submission final : public JobOwner {
   }
 
   const Capture::Handler handler_;
-  Offer offer_;
+  const Offer offer_;
   NxRef<CaptureJob> job_;         // empty if there was nothing to work on
   NxRef<CaptureResult> failure_;  // then this is there
   Submission* next_ = nullptr;
@@ -49,33 +49,35 @@ int Delivery::Submit(std::unique_ptr<CImageData> image, Capture::Handler handler
     return EC_CallRejectedWhileCapturing;
   }
   engine_.IntroduceThread();
+  const Offer offer = engine_.MakeOffer(true);
   try {
-    auto owned = std::make_unique<Submission>(*this, std::move(handler));
-    Submission& submission = *owned;
-    submission.offer_ = engine_.MakeOffer(true);
-    if (!IsReadable(*image)) {
-      submission.failure_ = engine_.ReportFailure(
-          submission.offer_, {EC_ImageDataParameterInvalid, {}, {}, {}}, image->GetImageTag());
-    } else {
-      const NxRef<NxImageData> picture = TakeOverImage(std::move(image));
-      submission.job_ = engine_.MakeJob(submission.offer_, picture, submission);
-      if (!submission.job_) {
-        submission.failure_ = engine_.ReportFailure(
-            submission.offer_, {EC_ImagePixelFormatNotMet, {}, {}, {}}, picture->GetImageTag());
-      }
-    }
-    // From here on the list owns it.
-    owned.release();  // NOLINT(bugprone-unused-return-value)
-    if (const NxRef<CaptureJob> job = submission.job_) {
-      engine_.Begin(*job);
-    } else {
-      Push(submission);
-    }
+    Begin(offer, std::move(image), std::move(handler));
     return EC_Ok;
   } catch (...) {
+    engine_.TakeBack();
     const std::lock_guard<std::mutex> lock(mutex_);
     --inFlight_;
     throw;
+  }
+}
+
+void Delivery::Begin(const Offer& offer, std::unique_ptr<CImageData> image,
+                     Capture::Handler handler) {
+  auto owned = std::make_unique<Submission>(*this, offer, std::move(handler));
+  const NxRef<NxImageData> picture = TakeOverImage(std::move(image));
+  const bool isReadable = IsReadable(*picture);
+  if (isReadable) owned->job_ = engine_.MakeJob(offer, picture, *owned);
+  const NxRef<CaptureJob> job = owned->job_;
+  if (!job) {
+    const int code = isReadable ? EC_ImagePixelFormatNotMet : EC_ImageDataParameterInvalid;
+    owned->failure_ = engine_.ReportFailure(offer, {code, {}, {}, {}}, picture->GetImageTag());
+  }
+  // From here on its end decides how long the submission lives.
+  Submission& submission = *owned.release();
+  if (job) {
+    engine_.Begin(*job);
+  } else {
+    Push(submission);
   }
 }
 

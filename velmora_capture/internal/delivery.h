@@ -13,6 +13,7 @@
 namespace velmora::capture {
 
 class CaptureEngine;
+struct Offer;
 
 /// The images of `Capture::Submit`, and the thread that calls their handlers.
 ///
@@ -32,6 +33,8 @@ class Delivery {
  private:
   class Submission;
 
+  void Begin(const Offer& offer, std::unique_ptr<basic_structures::CImageData> image,
+             Capture::Handler handler);
   bool WaitForRoom(int waitMs);
   void Push(Submission& submission) noexcept;
   void RunThread();

@@ -122,7 +122,11 @@ NxRef<NxImageData> MakeGrey(const NxRef<NxImageData>& image) {
   ConvertData data = Describe(*image);
   std::unique_ptr<CImageData> grey(data.bitsPerPixel > 32 ? ConvertDeepImage(*image).release()
                                                           : Nx_ConvertToGrayscale(&data));
-  return grey != nullptr ? TakeOverImage(std::move(grey)) : nullptr;
+  if (grey == nullptr) return nullptr;
+  grey->SetImageTag(image->GetImageTag());
+  NxRef<NxImageData> result = TakeOverImage(std::move(grey));
+  result->SetOrientationAngle(image->GetOrientation());
+  return result;
 }
 
 }  // namespace velmora::capture
