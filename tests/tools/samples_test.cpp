@@ -90,6 +90,12 @@ TEST(Run, TellsWhatWasReadAndWhatWasNot) {
                "short.raw#0: 64x64, no code\n3 images, 1 read, 2 failed,",
                "short.raw#1: Failed to read the image. the file ends within the frame (-10012)\n"
                "no.raw: The file is not found. (-10005)\n"},
+           Row{"what cannot be read is not dropped",
+               {"--overflow=drop", "--raw", "64x64:rgb", "no.raw", folder / "short.raw",
+                "none.raw"},
+               1,
+               "3 failed,",
+               "no.raw: The file is not found. (-10005)\n"},
            Row{"help", {"--help"}, 0, "usage: velmora-capture", ""},
            Row{"version", {"--version"}, 0, "velmora-capture 4.6.50.9329\n", ""},
        }) {
