@@ -91,8 +91,8 @@ TEST(Run, TellsWhatWasReadAndWhatWasNot) {
                "short.raw#1: Failed to read the image. the file ends within the frame (-10012)\n"
                "no.raw: The file is not found. (-10005)\n"},
            Row{"what cannot be read is not dropped",
-               {"--overflow=drop", "--raw", "64x64:rgb", "no.raw", folder / "short.raw",
-                "none.raw"},
+               {"--overflow=drop", "--buffer=1", "--raw", "64x64:rgb", "no.raw",
+                folder / "short.raw", "none.raw"},
                1,
                "3 failed,",
                "no.raw: The file is not found. (-10005)\n"},
