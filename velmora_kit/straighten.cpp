@@ -2,25 +2,33 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 
 namespace velmora::kit {
 namespace {
 
-std::uint8_t Sample(const GreyView& source, double x, double y) {
-  x = std::clamp(x, 0.0, source.width - 1.0);
-  y = std::clamp(y, 0.0, source.height - 1.0);
-  const int left = std::min(static_cast<int>(x), source.width - 1);
-  const int top = std::min(static_cast<int>(y), source.height - 1);
+// Coordinates in 1/65536 of a pixel, so that a row is sampled with additions alone.
+constexpr int kFraction = 16;
+constexpr double kOne = 1 << kFraction;
+
+std::uint8_t Sample(const GreyView& source, std::int64_t x, std::int64_t y) {
+  x = std::clamp<std::int64_t>(x, 0, std::int64_t{source.width - 1} << kFraction);
+  y = std::clamp<std::int64_t>(y, 0, std::int64_t{source.height - 1} << kFraction);
+  const auto left = static_cast<int>(x >> kFraction);
+  const auto top = static_cast<int>(y >> kFraction);
   const int right = std::min(left + 1, source.width - 1);
   const std::uint8_t* above = source.Row(top);
   const std::uint8_t* below = source.Row(std::min(top + 1, source.height - 1));
-  const double fx = x - left;
-  const double fy = y - top;
-  const double upper = above[left] + (above[right] - above[left]) * fx;
-  const double lower = below[left] + (below[right] - below[left]) * fx;
-  // Never negative, and `lround` for each pixel would be slow.
-  // NOLINTNEXTLINE(bugprone-incorrect-roundings)
-  return static_cast<std::uint8_t>(upper + (lower - upper) * fy + 0.5);
+  // 8 of the 16 bits weigh the four pixels.
+  const int fx = static_cast<int>(x >> 8) & 255;
+  const int fy = static_cast<int>(y >> 8) & 255;
+  const int upper = above[left] * (256 - fx) + above[right] * fx;
+  const int lower = below[left] * (256 - fx) + below[right] * fx;
+  return static_cast<std::uint8_t>((upper * (256 - fy) + lower * fy + 32768) >> 16);
+}
+
+std::int64_t ToFixed(double value) {
+  return std::llround(value * kOne);
 }
 
 struct Side {
@@ -56,11 +64,14 @@ Straightened Straighten(const GreyView& source, const Corner* corners, int margi
   result.rightY = right.y / scale;
   result.downX = down.x / scale;
   result.downY = down.y / scale;
+  const std::int64_t stepX = ToFixed(result.rightX);
+  const std::int64_t stepY = ToFixed(result.rightY);
   for (int y = 0; y < result.image.height; ++y) {
     std::uint8_t* row = result.image.Row(y);
-    for (int x = 0; x < result.image.width; ++x)
-      row[x] = Sample(source, result.originX + x * result.rightX + y * result.downX,
-                      result.originY + x * result.rightY + y * result.downY);
+    std::int64_t atX = ToFixed(result.originX + y * result.downX);
+    std::int64_t atY = ToFixed(result.originY + y * result.downY);
+    for (int x = 0; x < result.image.width; ++x, atX += stepX, atY += stepY)
+      row[x] = Sample(source, atX, atY);
   }
   return result;
 }
