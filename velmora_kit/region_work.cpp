@@ -74,10 +74,23 @@ NxRef<CandidateRegion> RegionWork::MakeCandidate(const Corner (&corners)[4], int
   return region;
 }
 
-void RegionWork::AddCode(const std::string& symbology, const std::string& text,
+bool RegionWork::LiesInFoundCode(const CQuadrilateral& place) const {
+  Corner middle(0, 0);
+  for (int axis = 0; axis < 2; ++axis)
+    for (const Corner& corner : place.points) middle[axis] += corner[axis] / 4;
+  const auto& found = output_.GetTaskOutput()->GetResultsToFilter();
+  return std::any_of(found.begin(), found.end(), [&](const NxRef<NxRegionObject>& region) {
+    CQuadrilateral other;
+    std::copy_n(region->GetVertices(), 4, other.points);
+    return other.Contains(&middle);
+  });
+}
+
+bool RegionWork::AddCode(const std::string& symbology, const std::string& text,
                          const Corner (&corners)[4], const std::string& bytes) {
   CQuadrilateral place;
   std::copy_n(corners, 4, place.points);
+  if (LiesInFoundCode(place)) return false;
   NxRef<CodeRegion> region =
       new CodeRegion(GetRegion().GetSourceImageObject().get(), GetRegion().GetRegionImageInfo(),
                      symbology, text, bytes.empty() ? text : bytes);
@@ -86,6 +99,7 @@ void RegionWork::AddCode(const std::string& symbology, const std::string& text,
     region->SetLocationWithQuadrilateral(place);
   }
   AddRegion(region);
+  return true;
 }
 
 void RegionWork::AddRegion(NxRef<NxRegionObject> region) {

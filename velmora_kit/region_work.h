@@ -56,12 +56,14 @@ class RegionWork {
   NxRef<CandidateRegion> MakeCandidate(const Corner (&corners)[4], int score) const;
   /// Adds a region to what was found.
   void AddRegion(NxRef<NxRegionObject> region);
-  /// Adds a code. Corners of no convex quadrilateral, which are common for a code read along one
+  /// Adds a code, unless its middle lies in a code that another task found before, of which this task
+  /// was told. Corners of no convex quadrilateral, which are common for a code read along one
   /// line, make it as large as the region that was worked on.
   /// @param text   UTF-8 wherever the code's bytes are text
   /// @param bytes  the code's own, before any interpretation as characters; empty for those of the
   ///               text
-  void AddCode(const std::string& symbology, const std::string& text, const Corner (&corners)[4],
+  /// @return whether it was added
+  bool AddCode(const std::string& symbology, const std::string& text, const Corner (&corners)[4],
                const std::string& bytes = {});
 
   /// Whether anybody wants to see units of this type from this task.
@@ -80,6 +82,8 @@ class RegionWork {
   void Publish(intermediate_results::CIntermediateResultUnit* unit) const;
 
  private:
+  bool LiesInFoundCode(const basic_structures::CQuadrilateral& place) const;
+
   NxWorkOutput& output_;
   const Nx_WorkObjectBase& task_;
   GreyView image_;

@@ -2,6 +2,10 @@
 // is wrong and what would be right.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <string>
+#include <vector>
+
 #include "tests/tools/capture_run.h"
 
 namespace velmora::capture {
@@ -120,6 +124,52 @@ TEST(Template, RunsWhatItSays) {
           R"({"Name":"spared","Module":"CodeReader","Output":true,"UnlessFoundBy":["sharp"])")),
       0, R"("symbology":"Sharpness","task":"sharp","text":"255"}],"errors":[])",
       "1 image, 1 read, 0 failed, 1 code;");
+}
+
+// What one task found excludes its own place from another one's work, and no more: the label carries
+// three codes that CodeReader reads.
+TEST(Template, ExcludesTheAreaOfWhatWasFound) {
+  const TemporaryDirectory folder;
+  const std::string reader = R"("Module":"CodeReader","Output":true)";
+  struct Row {
+    const char* name;
+    std::string definitions;
+    std::vector<std::string> found;  // definition, task and symbology
+  };
+  const std::string first =
+      R"({"Name":"A","Tasks":[{"Name":"qr",)" + reader + R"(,"Settings":{"Symbologies":["QR"]}})";
+  const auto second = [&](const char* key, const char* parents) {
+    return R"(]},{"Name":"B",)" + std::string(key) + R"("Parents":[)" + parents +
+           R"(],"Tasks":[{"Name":"all",)" + reader + "}]}";
+  };
+  for (const Row& row : {
+           Row{"in the same definition",
+               first + R"(,{"Name":"all",)" + reader + R"(,"UnlessFoundBy":["qr"]}]})",
+               {"A all CODE-128", "A all EAN-13", "A qr QR"}},
+           Row{"only if nothing was found",
+               first + second(R"("OnlyIfNothingFound":true,)", "\"A\""),
+               {"A qr QR"}},
+           Row{"nothing was found before",
+               first + R"(]},{"Name":"C","Tasks":[{"Name":"locate","Module":"Locator"})" +
+                   second(R"("OnlyIfNothingFound":true,)", "\"C\""),
+               {"A qr QR", "B all CODE-128", "B all EAN-13"}},
+           Row{"regions without a find",
+               first + R"(]},{"Name":"C","Tasks":[{"Name":"locate","Module":"Locator"})" +
+                   second(R"("OnlyIfNothingFound":true,)", "\"A\",\"C\""),
+               {"A qr QR", "B all CODE-128", "B all EAN-13"}},
+       }) {
+    SCOPED_TRACE(row.name);
+    WriteFile(folder / "t.json", R"({"Name":"t","Definitions":[)" + row.definitions + "]}");
+    const CaptureRun run =
+        RunCapture({"--json", "--template", folder / "t.json", "samples/label.jpg"});
+    std::vector<std::string> found;
+    for (const Json::Value& report : run.Reports())
+      for (const Json::Value& code : report["codes"])
+        found.push_back(code["definition"].asString() + ' ' + code["task"].asString() + ' ' +
+                        code["symbology"].asString());
+    std::sort(found.begin(), found.end());
+    EXPECT_EQ(found, row.found) << run.out << run.err;
+  }
 }
 
 // What docs/writing-a-module.md shows is in the modules and their projects.

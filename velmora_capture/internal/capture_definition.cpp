@@ -1,14 +1,19 @@
 #include "velmora_capture/internal/capture_definition.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <utility>
 
 #include "velmora/engine/target_roi_def_event.h"
 #include "velmora/engine/work_object_base.h"
 #include "velmora/engine/work_output_table.h"
+#include "velmora/geometry/quadrilateral.h"
 #include "velmora_capture/internal/capture_graph.h"
 
 namespace velmora::capture {
+
+using namespace basic_structures;
+
 namespace {
 
 // How many regions were found; outputs also hold results that are none.
@@ -19,6 +24,39 @@ int CountFound(const NxTaskOutput& output) {
     found += result && result->GetRegion() ? 1 : 0;
   }
   return found;
+}
+
+void AppendFound(const NxTaskOutput& output, NxTaskOutput::Regions& found) {
+  for (int i = 0; i < output.GetResultCount(); ++i) {
+    const NxRef<NxTaskOutputAtomResult> result = output.GetResult(i);
+    if (result && result->GetRegion()) found.push_back(result->GetRegion());
+  }
+}
+
+CQuadrilateral PlaceOf(const NxRegionObject& region) {
+  CQuadrilateral place;
+  std::copy_n(region.GetVertices(), 4, place.points);
+  return place;
+}
+
+std::int64_t AreaOf(const NxRegionObject& region) {
+  return PlaceOf(region).GetArea();
+}
+
+bool HoldsMiddleOf(const CQuadrilateral& place, const CQuadrilateral& other) {
+  NxPoint_<int> middle(0, 0);
+  for (int axis = 0; axis < 2; ++axis)
+    for (const NxPoint_<int>& corner : other.points) middle[axis] += corner[axis] / 4;
+  return place.Contains(&middle);
+}
+
+// Whether the middle of a result lies in the region, or the other way round.
+bool OverlapsAny(const NxRegionObject& region, const NxTaskOutput::Regions& results) {
+  const CQuadrilateral place = PlaceOf(region);
+  return std::any_of(results.begin(), results.end(), [&](const NxRef<NxRegionObject>& result) {
+    const CQuadrilateral other = PlaceOf(*result);
+    return HoldsMiddleOf(place, other) || HoldsMiddleOf(other, place);
+  });
 }
 
 // A module may add what it finds to its piece instead of the task.
@@ -118,7 +156,9 @@ void CaptureDefinition::Start(CaptureJob& job) noexcept {
 }
 
 void CaptureDefinition::MakeRegions(CaptureJob& job, DefinitionRun& run) {
+  run.found = FindResults(job);
   for (const NxRef<NxRegionObject>& found : FindRegions(job)) {
+    if (onlyIfNothingFound_ && OverlapsAny(*found, run.found)) continue;
     // The definition's own view of the region: named after it, found in what the parent found.
     NxRef<NxRegionObject> region = new NxRegionObject(*found);
     NxRef<NxRegionObject> origin = found;
@@ -126,8 +166,29 @@ void CaptureDefinition::MakeRegions(CaptureJob& job, DefinitionRun& run) {
     region->SetReferenceRegion(origin);
     const NxRef<NxROIDefOutput> output = CreateROIDefOutput(region, region, &job.semaphore);
     RunOf(output.get()).job = &job;
+    for (const TaskRun& task : RunOf(output.get()).tasks)
+      task.output->SetResultsToFilter(run.found);
     run.regions.emplace_back(&RunOf(output.get()));
   }
+}
+
+// The results of all definitions that this one descends from.
+NxTaskOutput::Regions CaptureDefinition::FindResults(const CaptureJob& job) const {
+  NxTaskOutput::Regions found;
+  for (const NxTargetROIDef* parent : GetParentDefNodes()) {
+    const auto& definition = static_cast<const CaptureDefinition&>(*parent);
+    const DefinitionRun& run = job.definitions[definition.index_];
+    found.insert(found.end(), run.found.begin(), run.found.end());
+    definition.AppendResults(run, found);
+  }
+  return found;
+}
+
+void CaptureDefinition::AppendResults(const DefinitionRun& run,
+                                      NxTaskOutput::Regions& found) const {
+  for (const NxRef<RegionRun>& region : run.regions)
+    for (const TaskRun& task : region->tasks)
+      if (IsOutputTask(task.setting->GetTaskName())) AppendFound(*task.output, found);
 }
 
 // What the parents found, in the order of parents, regions and tasks; otherwise the whole image.
@@ -136,12 +197,7 @@ std::vector<NxRef<NxRegionObject>> CaptureDefinition::FindRegions(const CaptureJ
   for (const NxTargetROIDef* parent : GetParentDefNodes()) {
     const auto& definition = static_cast<const CaptureDefinition&>(*parent);
     for (const NxRef<RegionRun>& region : job.definitions[definition.index_].regions) {
-      for (const TaskRun& task : region->tasks) {
-        for (int i = 0; i < task.output->GetResultCount(); ++i) {
-          const NxRef<NxTaskOutputAtomResult> result = task.output->GetResult(i);
-          if (result && result->GetRegion()) found.push_back(result->GetRegion());
-        }
-      }
+      for (const TaskRun& task : region->tasks) AppendFound(*task.output, found);
     }
   }
   if (found.empty()) found.push_back(job.wholeImage);
@@ -180,11 +236,23 @@ void CaptureDefinition::StartTask(TaskRun& task) noexcept {
   Advance(task);
 }
 
-bool CaptureDefinition::IsNeedless(const TaskRun& task) const {
-  const std::vector<std::size_t>& others = plans_[task.index].waitsFor;
-  return std::any_of(others.begin(), others.end(), [&](std::size_t other) {
-    return CountFound(*task.region->tasks[other].output) > 0;
-  });
+// Whether what the others found covers half of the region. If not, the task is told where not to find
+// anything.
+bool CaptureDefinition::IsNeedless(TaskRun& task) const noexcept {
+  try {
+    NxTaskOutput::Regions found;
+    for (const std::size_t other : plans_[task.index].waitsFor)
+      AppendFound(*task.region->tasks[other].output, found);
+    std::int64_t area = 0;
+    for (const NxRef<NxRegionObject>& region : found) area += AreaOf(*region);
+    if (!found.empty() && 2 * area >= AreaOf(*task.output->GetRegion())) return true;
+    const NxTaskOutput::Regions& before = task.output->GetResultsToFilter();
+    found.insert(found.end(), before.begin(), before.end());
+    task.output->SetResultsToFilter(found);
+  } catch (...) {
+    task.region->job->AddCurrentException(task);
+  }
+  return false;
 }
 
 void CaptureDefinition::BeginSection(TaskRun& task, Nx_WorkObjectBase& work) const noexcept {

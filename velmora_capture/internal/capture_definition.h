@@ -44,6 +44,8 @@ class CaptureDefinition final : public NxTargetROIDef {
   /// @param unlessFoundBy  names of tasks that this one waits for, and that make it needless
   void AddTask(const std::string& task, NxRef<Nx_WorkObjectBase> work, bool isOutput,
                const std::vector<std::string>& unlessFoundBy);
+  /// Whether it is to leave out regions where a definition that it descends from found a result.
+  void SetOnlyIfNothingFound(bool value) { onlyIfNothingFound_ = value; }
   void SetParents(const std::vector<NxTargetROIDef*>& parents) { SetParentDefNodes(parents); }
   /// To be called once all tasks are there.
   void Prepare();
@@ -78,7 +80,9 @@ class CaptureDefinition final : public NxTargetROIDef {
   void MakeRegions(CaptureJob& job, DefinitionRun& run);
   std::vector<NxRef<NxRegionObject>> FindRegions(const CaptureJob& job) const;
   void StartTask(TaskRun& task) noexcept;
-  bool IsNeedless(const TaskRun& task) const;
+  NxTaskOutput::Regions FindResults(const CaptureJob& job) const;
+  void AppendResults(const DefinitionRun& run, NxTaskOutput::Regions& found) const;
+  bool IsNeedless(TaskRun& task) const noexcept;
   void BeginSection(TaskRun& task, Nx_WorkObjectBase& work) const noexcept;
   void Advance(TaskRun& task) noexcept;
   void QueuePieces(TaskRun& task) const noexcept;
@@ -92,6 +96,7 @@ class CaptureDefinition final : public NxTargetROIDef {
 
   const std::string name_;
   const std::size_t index_;
+  bool onlyIfNothingFound_ = false;
   std::vector<NxRef<NxTargetTaskSetting>> tasks_;
   std::vector<TaskPlan> plans_;  // as the tasks
 };

@@ -78,6 +78,7 @@ struct DefinitionRun {
   std::size_t parentsLeft = 0;            ///< that have not finished yet
   std::vector<NxRef<RegionRun>> regions;  ///< that are worked on
   std::size_t unfinished = 0;             ///< regions whose tasks are not all done
+  NxTaskOutput::Regions found;            ///< results of the definitions that it descends from
 };
 
 /// Hears that a job is done.

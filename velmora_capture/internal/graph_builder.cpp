@@ -37,6 +37,7 @@ NxRef<CaptureGraph> GraphBuilder::Build(const Template& source) {
   for (const DefinitionTemplate& definition : source.definitions) {
     CaptureDefinition* node = graph->AddDefinition(definition.name);
     node->SetPriorityLevel(definition.priority);
+    node->SetOnlyIfNothingFound(definition.onlyIfNothingFound);
     parents[definition.name] = definition.parents;
     for (const TaskTemplate& task : definition.tasks)
       if (const NxRef<Nx_WorkObjectBase> work = CreateWork(definition.name, task))

@@ -71,10 +71,11 @@ TaskTemplate ReadTask(const JsonNode& node) {
 }
 
 DefinitionTemplate ReadDefinition(const JsonNode& node) {
-  node.AllowKeys({"Name", "Parents", "Priority", "Tasks"});
+  node.AllowKeys({"Name", "OnlyIfNothingFound", "Parents", "Priority", "Tasks"});
   DefinitionTemplate definition;
   definition.name = node.ReadName();
   definition.parents = node.ReadStrings("Parents");
+  definition.onlyIfNothingFound = node.ReadBool("OnlyIfNothingFound", false);
   definition.priority = node.ReadInt("Priority", 0, std::numeric_limits<int>::max(), 0);
   const std::vector<JsonNode> tasks = node.ReadObjects("Tasks");
   std::vector<std::string> names;

@@ -32,6 +32,8 @@ struct DefinitionTemplate {
   std::vector<std::string> parents;
   int priority = 0;  ///< of its work in the pool; 0 is first
   std::vector<TaskTemplate> tasks;
+  /// Not run on regions where a definition that it descends from found a result.
+  bool onlyIfNothingFound = false;
 };
 
 struct Template {
