@@ -1,8 +1,8 @@
 // Prints the codes of a picture; of tools/capture/samples/label.jpg:
 //
-//   CODE-128: PALLET-0007
-//   EAN-13: 4012345678901
 //   QR: label: pallet 7
+//   EAN-13: 4012345678901
+//   CODE-128: PALLET-0007
 //   DataMatrix: cell 3
 #include <iostream>
 #include <vector>

@@ -1,12 +1,21 @@
-// The module CodeReader: reads linear and QR codes with ZBar.
-
-#include <zbar.h>
+// The module CodeReader: reads linear codes, EAN and UPC with a reader of its own, the others and QR codes
+// with ZBar.
 
 #include <algorithm>
-#include <memory>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <string>
+#include <utility>
+#include <vector>
 
+#include "modules/code_reader/ean_search.h"
+#include "modules/code_reader/zbar_scan.h"
+#include "velmora_kit/pixel_filters.h"
 #include "velmora_kit/recogniser.h"
 #include "velmora_kit/straighten.h"
+#include "velmora_kit/text.h"
+#include "velmora_kit/tiles.h"
 
 namespace velmora::modules {
 
@@ -14,124 +23,174 @@ using namespace kit;
 
 namespace {
 
-using namespace zbar;
+// Scan lines of ZBar in each direction: as many as it takes for two to meet a low code.
+constexpr int kScanLines = 60;
+constexpr int kCoarsest = 8;
+// With each row and column, ZBar asks for more agreement than there is in a small picture.
+constexpr int kFinest = 2;
+// As many lines as it takes to meet the corner marks of a QR code, which are a third as large.
+constexpr int kScanLinesForQr = 180;
+// Light bars on dark are rare.
+constexpr int kDensityForInverted = 8;
 
-struct Symbology {
-  const char* name;
-  zbar_symbol_type_t type;
-};
-
-constexpr Symbology kSymbologies[] = {
-    {"EAN-13", ZBAR_EAN13},
-    {"EAN-8", ZBAR_EAN8},
-    {"UPC-A", ZBAR_UPCA},
-    {"UPC-E", ZBAR_UPCE},
-    {"CODE-128", ZBAR_CODE128},
-    {"CODE-93", ZBAR_CODE93},
-    {"CODE-39", ZBAR_CODE39},
-    {"Codabar", ZBAR_CODABAR},
-    {"I2/5", ZBAR_I25},
-    {"DataBar", ZBAR_DATABAR},
-    {"DataBar-Exp", ZBAR_DATABAR_EXP},
-    {"QR", ZBAR_QRCODE},
-};
-
-std::vector<std::string> SymbologyNames() {
-  std::vector<std::string> names;
-  for (const Symbology& symbology : kSymbologies) names.emplace_back(symbology.name);
-  return names;
-}
-
-const char* NameOf(zbar_symbol_type_t type) {
-  for (const Symbology& symbology : kSymbologies)
-    if (symbology.type == type) return symbology.name;
-  return "unknown";
-}
-
-struct Delete {
-  void operator()(zbar_image_scanner_t* scanner) const { zbar_image_scanner_destroy(scanner); }
-  void operator()(zbar_image_t* image) const { zbar_image_destroy(image); }
-};
-
-// Corners of the points that the scanner gives: the four of a QR code as they are, otherwise the
-// box around the scan lines that read the code.
-void CornersOf(const zbar_symbol_t* symbol, Corner (&corners)[4]) {
-  const unsigned count = zbar_symbol_get_loc_size(symbol);
-  int left = count > 0 ? zbar_symbol_get_loc_x(symbol, 0) : 0;
-  int top = count > 0 ? zbar_symbol_get_loc_y(symbol, 0) : 0;
-  int right = left;
-  int bottom = top;
-  for (unsigned i = 0; i < count; ++i) {
-    const int x = zbar_symbol_get_loc_x(symbol, i);
-    const int y = zbar_symbol_get_loc_y(symbol, i);
-    if (count == 4 && zbar_symbol_get_type(symbol) == ZBAR_QRCODE) corners[i].Set(x, y);
-    left = std::min(left, x);
-    right = std::max(right, x);
-    top = std::min(top, y);
-    bottom = std::max(bottom, y);
-  }
-  if (count == 4 && zbar_symbol_get_type(symbol) == ZBAR_QRCODE) return;
-  corners[0].Set(left, top);
-  corners[1].Set(right, top);
-  corners[2].Set(right, bottom);
-  corners[3].Set(left, bottom);
-}
+// Candidates of more pixels are large enough as they are: of linear codes, and of QR codes.
+constexpr std::int64_t kWorthEnlarging = 30'000;
+constexpr std::int64_t kQrWorthEnlarging = 70'000;
 
 class CodeReader : public Recogniser {
  public:
   explicit CodeReader(Settings& settings)
-      : Recogniser({"Direct", "Straightened"}),
-        symbologies_(settings.GetChoices("Symbologies", SymbologyNames())),
-        margin_(settings.GetInt("Margin", 0, 1000, 16)) {}
+      : Recogniser({"Direct", "Thorough", "Straightened"}),
+        margin_(settings.GetInt("Margin", 0, 1000, 16)) {
+    for (const std::string& name : settings.GetChoices("Symbologies", ZBarSymbologies()))
+      (name == "QR" ? qr_ : IsEan(name) ? ean_ : others_).push_back(name);
+  }
 
  private:
-  // Quiet zones belong to a code: the margin brings back those that the locator cut off.
+  using Names = std::vector<std::string>;
+
+  static bool IsEan(const std::string& name) {
+    return name == "EAN-13" || name == "EAN-8" || name == "UPC-A" || name == "UPC-E";
+  }
+  bool Wants(const char* name) const {
+    return std::find(ean_.begin(), ean_.end(), name) != ean_.end();
+  }
+
   int Recognise(RegionWork& work) override {
-    if (work.GetMode() == "Direct") {
-      const Window window = work.GetWindow(margin_);
-      Scan(CopyOf(work.GetPixels(window)), work,
-           [&](int x, int y) { return Corner(window.left + x, window.top + y); });
-    } else {
-      const Straightened upright =
-          Straighten(work.GetImage(), work.GetRegion().GetVertices(), margin_, 2);
-      Scan(upright.image, work, [&](int x, int y) { return upright.ToSource(x, y); });
+    if (work.GetMode() == "Direct") return ReadDirectly(work);
+    if (work.GetMode() == "Thorough") return ReadThoroughly(work);
+    return ReadStraightened(work);
+  }
+
+  // Quiet zones belong to a code: the margin brings back those that the locator cut off.
+  int ReadDirectly(RegionWork& work) const {
+    const Window window = work.GetWindow(margin_);
+    if (window.width == 0 || window.height == 0) return EC_Ok;
+    const bool hasEan = ReadEan(work.GetPixels(window), Offset(window, 1), work);
+    int code = EC_Ok;
+    if (work.MustStop(code)) return code;
+    const int factor = ReductionOf(window);
+    const Straightened way = Offset(window, factor);
+    const GreyImage pixels = Reduce(work.GetPixels(window), factor);
+    Names names = others_;
+    if (!hasEan) names.insert(names.end(), ean_.begin(), ean_.end());
+    Scan(pixels, names, DensityFor(pixels), way, work);
+    if (!qr_.empty()) {
+      if (work.MustStop(code)) return code;
+      Scan(pixels, qr_, QrDensityFor(pixels), way, work);
     }
     return EC_Ok;
   }
 
-  static GreyImage CopyOf(const GreyView& view) {
-    GreyImage copy(view.width, view.height);
-    for (int y = 0; y < view.height; ++y) std::copy_n(view.Row(y), view.width, copy.Row(y));
-    return copy;
-  }
-
-  // A scanner of its own for each scan: scanners are not thread-safe, and a used one remembers.
-  template <typename ToImage>
-  void Scan(const GreyImage& pixels, RegionWork& work, ToImage toImage) const {
-    if (pixels.pixels.empty()) return;
-    const std::unique_ptr<zbar_image_scanner_t, Delete> scanner(zbar_image_scanner_create());
-    zbar_image_scanner_set_config(scanner.get(), ZBAR_NONE, ZBAR_CFG_ENABLE, 0);
-    for (const Symbology& symbology : kSymbologies)
-      if (std::find(symbologies_.begin(), symbologies_.end(), symbology.name) != symbologies_.end())
-        zbar_image_scanner_set_config(scanner.get(), symbology.type, ZBAR_CFG_ENABLE, 1);
-    const std::unique_ptr<zbar_image_t, Delete> image(zbar_image_create());
-    zbar_image_set_format(image.get(), zbar_fourcc('Y', '8', '0', '0'));
-    zbar_image_set_size(image.get(), static_cast<unsigned>(pixels.width),
-                        static_cast<unsigned>(pixels.height));
-    zbar_image_set_data(image.get(), pixels.pixels.data(), pixels.pixels.size(), nullptr);
-    zbar_scan_image(scanner.get(), image.get());
-    for (const zbar_symbol_t* symbol = zbar_image_first_symbol(image.get()); symbol != nullptr;
-         symbol = zbar_symbol_next(symbol)) {
-      Corner corners[4];
-      CornersOf(symbol, corners);
-      for (Corner& corner : corners) corner = toImage(corner[0], corner[1]);
-      work.AddCode(NameOf(zbar_symbol_get_type(symbol)),
-                   std::string(zbar_symbol_get_data(symbol), zbar_symbol_get_data_length(symbol)),
-                   corners);
+  // What was reduced before in full size, and all of it with light and dark exchanged.
+  int ReadThoroughly(RegionWork& work) const {
+    const Window window = work.GetWindow(margin_);
+    if (window.width == 0 || window.height == 0) return EC_Ok;
+    Names names = others_;
+    names.insert(names.end(), ean_.begin(), ean_.end());
+    const std::vector<Window> tiles = TilesOf(window);
+    int code = EC_Ok;
+    for (const Window& tile : tiles) {
+      const Straightened way = Offset(tile, 1);
+      const GreyImage pixels = CopyOf(work.GetPixels(tile));
+      if (tiles.size() > 1) {
+        if (work.MustStop(code)) return code;
+        Scan(pixels, names, DensityFor(pixels), way, work);
+      }
+      if (!qr_.empty()) {
+        if (work.MustStop(code)) return code;
+        Scan(pixels, qr_, QrDensityFor(pixels), way, work);
+      }
+      const GreyImage inverted = Invert(pixels.View());
+      if (work.MustStop(code)) return code;
+      Scan(inverted, others_, kDensityForInverted, way, work);
     }
+    return EC_Ok;
   }
 
-  std::vector<std::string> symbologies_;
+  // What is upright and large looks the same as before.
+  int ReadStraightened(RegionWork& work) const {
+    const Window window = work.GetWindow(0);
+    const std::int64_t area = std::int64_t{window.width} * window.height;
+    const bool isSmall = area <= (qr_.empty() ? kWorthEnlarging : kQrWorthEnlarging);
+    if (area == 0 || (!isSmall && IsUpright(work.GetRegion().GetVertices()))) return EC_Ok;
+    const Straightened upright =
+        Straighten(work.GetImage(), work.GetRegion().GetVertices(), margin_, isSmall ? 2 : 1);
+    const bool hasEan = ReadEan(upright.image.View(), upright, work);
+    Names names = others_;
+    if (!hasEan) names.insert(names.end(), ean_.begin(), ean_.end());
+    int code = EC_Ok;
+    if (work.MustStop(code)) return code;
+    Scan(upright.image, names, DensityFor(upright.image), upright, work);
+    if (!qr_.empty()) {
+      if (work.MustStop(code)) return code;
+      Scan(upright.image, qr_, isSmall ? 1 : QrDensityFor(upright.image), upright, work);
+    }
+    return EC_Ok;
+  }
+
+  // Whether rows and columns are within 8 degrees of the region's sides.
+  static bool IsUpright(const Corner* corners) {
+    const int x = std::abs(corners[1][0] - corners[0][0]);
+    const int y = std::abs(corners[1][1] - corners[0][1]);
+    return std::min(x, y) * 7 < std::max(x, y);
+  }
+
+  // The way from a reduced window to the image.
+  static Straightened Offset(const Window& window, int factor) {
+    Straightened way;
+    way.originX = window.left;
+    way.originY = window.top;
+    way.rightX = factor;
+    way.downY = factor;
+    return way;
+  }
+
+  static int DensityFor(const GreyImage& pixels) {
+    return std::clamp(std::min(pixels.width, pixels.height) / kScanLines, kFinest, kCoarsest);
+  }
+  static int QrDensityFor(const GreyImage& pixels) {
+    return std::clamp(std::min(pixels.width, pixels.height) / kScanLinesForQr, 1, kCoarsest);
+  }
+
+  bool ReadEan(const GreyView& pixels, const Straightened& way, RegionWork& work) const {
+    if (ean_.empty()) return false;
+    bool hasFound = false;
+    int ignored = EC_Ok;
+    for (const EanCode& code : FindEan(pixels, [&] { return work.MustStop(ignored); })) {
+      std::string text = code.digits;
+      const char* name = code.kind == EanKind::kEan8   ? "EAN-8"
+                         : code.kind == EanKind::kUpcE ? "UPC-E"
+                                                       : "EAN-13";
+      if (code.kind == EanKind::kEan13 && text[0] == '0' && Wants("UPC-A")) {
+        name = "UPC-A";
+        text.erase(0, 1);
+      }
+      if (!Wants(name)) continue;
+      if (!code.addOn.empty()) text += ' ' + code.addOn;
+      hasFound = true;
+      Add(name, text, code.corners, way, work);
+    }
+    return hasFound;
+  }
+
+  static void Scan(const GreyImage& pixels, const Names& names, int density,
+                   const Straightened& way, RegionWork& work) {
+    if (names.empty()) return;
+    for (const ZBarCode& code : ScanWithZBar(pixels, names, density))
+      Add(code.symbology, code.bytes, code.corners, way, work);
+  }
+
+  static void Add(const std::string& symbology, const std::string& bytes, const Corner* corners,
+                  const Straightened& way, RegionWork& work) {
+    Corner inImage[4];
+    for (std::size_t i = 0; i < 4; ++i) inImage[i] = way.ToSource(corners[i][0], corners[i][1]);
+    work.AddCode(symbology, TextOf(bytes), inImage, bytes);
+  }
+
+  Names ean_;
+  Names qr_;
+  Names others_;
   int margin_;
 };
 

@@ -89,7 +89,18 @@ DisjointSets GroupNeighbours(const std::vector<Component>& components, int minAr
 
 struct Group {
   Box box;
-  std::vector<PointD> outline;  // the ends of its runs
+  std::vector<PointD> outline;  // the ends of its rows, all that the hull can touch
+
+  // Runs come row by row, from left to right.
+  void Add(const Run& run) {
+    const auto y = static_cast<double>(run.y);
+    if (outline.empty() || outline.back().y != y) {
+      outline.push_back({static_cast<double>(run.first), y});
+      outline.push_back({static_cast<double>(run.last), y});
+    } else {
+      outline.back().x = static_cast<double>(run.last);
+    }
+  }
 };
 
 std::vector<Group> CollectGroups(const Components& found, int minArea) {
@@ -106,8 +117,7 @@ std::vector<Group> CollectGroups(const Components& found, int minArea) {
     }
     Group& group = groups[static_cast<std::size_t>(number)];
     group.box.Include(box);
-    group.outline.push_back({static_cast<double>(run.first), static_cast<double>(run.y)});
-    group.outline.push_back({static_cast<double>(run.last), static_cast<double>(run.y)});
+    group.Add(run);
   }
   return groups;
 }
@@ -126,6 +136,19 @@ int AverageCrossings(const GreyImage& dark, const Box& box) {
     }
   }
   return static_cast<int>(std::max(along / box.Height(), across / box.Width()));
+}
+
+// Many and large candidates narrow nothing down: looking at them costs more than at the whole image.
+void KeepWithin(const CandidateRules& rules, double imageArea, std::vector<Candidate>& candidates) {
+  double areaLeft = imageArea * rules.maxArea / 100;
+  std::size_t kept = 0;
+  for (const Candidate& candidate : candidates) {
+    if (candidate.area > areaLeft) continue;
+    areaLeft -= candidate.area;
+    candidates[kept++] = candidate;
+    if (kept == static_cast<std::size_t>(rules.maxCandidates)) break;
+  }
+  candidates.resize(kept);
 }
 
 }  // namespace
@@ -147,8 +170,7 @@ std::vector<Candidate> FindCandidates(const GreyView& grey, const CandidateRules
   }
   std::stable_sort(candidates.begin(), candidates.end(),
                    [](const Candidate& a, const Candidate& b) { return a.area > b.area; });
-  if (candidates.size() > static_cast<std::size_t>(rules.maxCandidates))
-    candidates.resize(static_cast<std::size_t>(rules.maxCandidates));
+  KeepWithin(rules, static_cast<double>(grey.width) * grey.height, candidates);
   if (darkOut != nullptr) *darkOut = std::move(dark);
   return candidates;
 }

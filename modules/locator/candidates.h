@@ -17,6 +17,7 @@ struct CandidateRules {
   int minSide = 20;      ///< of a candidate's rectangle
   int minCrossings = 4;  ///< changes between dark and light along an average row or column
   int maxCandidates = 32;
+  int maxArea = 60;  ///< of all candidates together, in percent of the image
 };
 
 struct Candidate {
@@ -29,7 +30,7 @@ struct Candidate {
 /// large enough, with many changes between dark and light.
 ///
 /// @param dark  receives the thresholded image, 1 dark and 0 light; may be null
-/// @return the largest first, `maxCandidates` at most
+/// @return the largest first; those that would exceed `maxCandidates` or `maxArea` are left out
 std::vector<Candidate> FindCandidates(const kit::GreyView& grey, const CandidateRules& rules,
                                       kit::GreyImage* dark = nullptr);
 

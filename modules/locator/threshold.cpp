@@ -46,18 +46,34 @@ class ColumnSums {
   std::uint32_t rowCount_ = 0;
 };
 
-void ThresholdRow(const std::uint8_t* grey, int width, int radius, int offset,
-                  const ColumnSums& columns, std::uint8_t* dark) {
+// Sums of the columns left of each column: any window's sum is a difference of two, so that the pixels of
+// a row do not wait for each other.
+void SumUp(const ColumnSums& columns, std::vector<std::uint32_t>& sumsBefore) {
   std::uint32_t sum = 0;
-  std::uint32_t columnCount = 0;
-  for (int x = 0; x < std::min(radius, width); ++x, ++columnCount) sum += columns[x];
-  for (int x = 0; x < width; ++x) {
-    if (x + radius < width) sum += columns[x + radius], ++columnCount;
-    if (x - radius - 1 >= 0) sum -= columns[x - radius - 1], --columnCount;
-    // grey + offset < sum / count, without the division
-    const std::uint64_t count = std::uint64_t{columnCount} * columns.RowCount();
-    dark[x] = (grey[x] + static_cast<std::uint64_t>(offset)) * count < sum ? 1 : 0;
+  for (std::size_t x = 0; x + 1 < sumsBefore.size(); ++x) {
+    sumsBefore[x] = sum;
+    sum += columns[static_cast<int>(x)];
   }
+  sumsBefore.back() = sum;
+}
+
+// grey + offset < sum / count, without the division. Nothing overflows: a window has at most 2001 * 2001
+// pixels, and the left factor is below 512.
+void ThresholdRow(const std::uint8_t* grey, int width, int radius, std::uint32_t offset,
+                  std::uint32_t rowCount, const std::uint32_t* sumsBefore, std::uint8_t* dark) {
+  const auto atBorder = [&](int x) {
+    const int begin = std::max(0, x - radius);
+    const int end = std::min(width, x + radius + 1);
+    const std::uint32_t count = static_cast<std::uint32_t>(end - begin) * rowCount;
+    dark[x] = (grey[x] + offset) * count < sumsBefore[end] - sumsBefore[begin] ? 1 : 0;
+  };
+  const int inside = std::min(radius, width);
+  const int insideEnd = std::max(inside, width - radius);
+  const std::uint32_t count = static_cast<std::uint32_t>(2 * radius + 1) * rowCount;
+  for (int x = 0; x < inside; ++x) atBorder(x);
+  for (int x = inside; x < insideEnd; ++x)
+    dark[x] = (grey[x] + offset) * count < sumsBefore[x + radius + 1] - sumsBefore[x - radius];
+  for (int x = insideEnd; x < width; ++x) atBorder(x);
 }
 
 }  // namespace
@@ -65,9 +81,12 @@ void ThresholdRow(const std::uint8_t* grey, int width, int radius, int offset,
 GreyImage AdaptiveThreshold(const GreyView& grey, int radius, int offset) {
   GreyImage dark(grey.width, grey.height);
   ColumnSums columns(grey, radius);
+  std::vector<std::uint32_t> sumsBefore(static_cast<std::size_t>(grey.width) + 1);
   for (int y = 0; y < grey.height; ++y) {
     columns.MoveTo(y);
-    ThresholdRow(grey.Row(y), grey.width, radius, offset, columns, dark.Row(y));
+    SumUp(columns, sumsBefore);
+    ThresholdRow(grey.Row(y), grey.width, radius, static_cast<std::uint32_t>(offset),
+                 columns.RowCount(), sumsBefore.data(), dark.Row(y));
   }
   return dark;
 }

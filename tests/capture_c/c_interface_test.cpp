@@ -134,6 +134,7 @@ TEST(CInterface, ReadsAFileIntoTextsThatOutliveTheCapture) {
   ASSERT_EQ(velmora_capture_read_file(capture.get(), path.c_str(), &read), 0);
   const Result result(read, &velmora_result_release);
   std::filesystem::remove(std::filesystem::u8path(path));
+  const Result withRegion = ReadFile(capture, "qr.png");
   velmora_capture_destroy(capture.release());
 
   const velmora_code code = OnlyCode(read);
@@ -155,8 +156,8 @@ TEST(CInterface, ReadsAFileIntoTextsThatOutliveTheCapture) {
   EXPECT_GE(info.total_ns, info.convert_ns);
   EXPECT_EQ(info.path, path);
   auto region = Sized<velmora_region>();
-  ASSERT_GT(velmora_result_region_count(result.get()), 0);
-  ASSERT_EQ(velmora_result_get_region(result.get(), 0, &region), 0);
+  ASSERT_GT(velmora_result_region_count(withRegion.get()), 0);
+  ASSERT_EQ(velmora_result_get_region(withRegion.get(), 0, &region), 0);
   EXPECT_LT(region.corners[0], region.corners[2]);
 
   const char *json = nullptr, *again = nullptr;
