@@ -1,5 +1,5 @@
 # The third-party libraries of the modules and the program: picture files through stb, linear and QR codes through
-# ZBar, matrix codes through ZXing-C++ (Linux only). What is missing leaves out what needs it, unless
+# ZBar, matrix codes through ZXing-C++, on Windows Data Matrix through libdmtx. What is missing leaves out what needs it, unless
 # VELMORA_REQUIRE_RECOGNITION says that everything must be there, as the scripts do.
 
 option(VELMORA_REQUIRE_RECOGNITION "Fail if a library that modules use is missing" OFF)
@@ -39,7 +39,16 @@ if(ZBAR_INCLUDE_DIR AND ZBAR_LIBRARY)
 endif()
 velmora_recognition_library(ZBar ${advice})
 
-if(NOT WIN32)
+if(WIN32)
+  find_path(DMTX_INCLUDE_DIR dmtx.h)
+  find_library(DMTX_LIBRARY dmtx)
+  if(DMTX_INCLUDE_DIR AND DMTX_LIBRARY)
+    add_library(velmora_dmtx INTERFACE)
+    target_include_directories(velmora_dmtx SYSTEM INTERFACE ${DMTX_INCLUDE_DIR})
+    target_link_libraries(velmora_dmtx INTERFACE ${DMTX_LIBRARY})
+  endif()
+  velmora_recognition_library(dmtx ${advice})
+else()
   find_package(ZXing CONFIG QUIET)
   if(ZXing_FOUND)
     add_library(velmora_ZXing INTERFACE)

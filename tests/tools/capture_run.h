@@ -11,10 +11,10 @@
 
 namespace velmora::capture {
 
-#if defined(VELMORA_HAS_MATRIX_READER)
-constexpr bool kHasMatrixReader = true;
+#if defined(_WIN32)
+constexpr bool kReadsAllMatrixCodes = false;
 #else
-constexpr bool kHasMatrixReader = false;
+constexpr bool kReadsAllMatrixCodes = true;
 #endif
 
 struct CaptureRun {

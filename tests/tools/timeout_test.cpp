@@ -19,7 +19,7 @@ std::string StripedSquares(int count) {
   std::string picture = "P5 " + std::to_string(side) + " " + std::to_string(side) + " 255\n";
   for (int y = 0; y < side; ++y)
     for (int x = 0; x < side; ++x)
-      picture += x % 60 < 40 && y % 60 < 40 && x % 4 < 2 ? '\0' : '\xFF';
+      picture += x % 60 < 40 && y % 60 < 40 && x % 8 < 4 ? '\0' : '\xFF';
   return picture;
 }
 
@@ -39,7 +39,7 @@ std::string EndlessTemplate(int readers) {
 TEST(Timeout, KeepsWhatWasFoundAndEndsInTime) {
   const TemporaryDirectory folder;
   WriteFile(folder / "squares.pgm", StripedSquares(20));
-  WriteFile(folder / "t.json", EndlessTemplate(20));
+  WriteFile(folder / "t.json", EndlessTemplate(40));
   const CaptureRun run = RunCapture({"--json", "--threads", "2", "--timeout", "300", "--template",
                                      folder / "t.json", "--trace", folder / "trace.json", "--graph",
                                      folder / "g.svg", folder / "squares.pgm"});
