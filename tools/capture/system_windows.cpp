@@ -82,6 +82,7 @@ std::string ToNarrow(const std::string& name) {
 void PrepareStandardStreams() {
   _setmode(_fileno(stdin), _O_BINARY);
   _setmode(_fileno(stdout), _O_BINARY);
+  SetConsoleOutputCP(CP_UTF8);  // of a console, if there is one
 }
 
 int RunProgram(const std::vector<std::string>& arguments) {
