@@ -177,20 +177,24 @@ TEST(WorkContract, EveryWayToWorkEnds) {
       {"a chain: each has its turn, whatever was found",
        {"A", "B"},
        [](TestWork& w, Helpers&) {
-         w.SetNextWorkObject(new TestWork({"A", "A"}));
-         w.GetNextWorkObject()->SetWorkModes({"A"});
+         const NxRef<TestWork> next = new TestWork({"A", "B"});
+         next->work = [](auto& item, auto& task) {
+           if (static_cast<NxWorkOutput&>(*item.GetOutput()).GetWorkMode() == "B") AddFound(task);
+           return EndWithout(item);
+         };
+         w.SetNextWorkObject(next);
        },
-       3,
+       2,
        0,
        3},
-      {"returns an error",
-       {"A"},
+      {"returns an error, told once",
+       {"A", "A"},
        [](TestWork& w, Helpers&) {
          w.work = [](auto& item, auto&) { return EndWithout(item, EC_FileNotFound); };
        },
        0,
        EC_FileNotFound,
-       1},
+       2},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.name);
