@@ -50,8 +50,7 @@ MatrixCode Convert(const ZXing::Result& code) {
   converted.bytes.assign(code.bytes().begin(), code.bytes().end());
   converted.text = TextFor(code, converted.bytes);
   for (std::size_t i = 0; i < 4; ++i)
-    converted.corners[i].Set(code.position()[static_cast<int>(i)].x,
-                             code.position()[static_cast<int>(i)].y);
+    converted.corners[i].Set(code.position()[i].x, code.position()[i].y);
   return converted;
 }
 
