@@ -99,12 +99,15 @@ FileSource::~FileSource() {
 
 void FileSource::StartFetching() {
   CImageSourceAdapter::StartFetching();
-  isReading_ = true;
+  {
+    const MutexLock lock(mutex_);
+    isReading_ = true;
+  }
   thread_ = std::thread([this] { Run(); });
 }
 
 bool FileSource::HasMoreImages() const {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   return !stop_.IsSet() && (isReading_ || !ahead_.empty() || !IsBufferEmpty());
 }
 
@@ -112,7 +115,7 @@ CImageData* FileSource::GetImage() {
   if (stop_.IsSet()) return nullptr;
   std::unique_ptr<CImageData> image(CImageSourceAdapter::GetImage());
   {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     Refill();
   }
   hasRoom_.notify_one();
@@ -134,7 +137,7 @@ void FileSource::Stop() {
   stop_.Set();
   StopFetching();
   // A thread that is about to sleep either sees the signal or is woken by the call after this lock.
-  { const std::lock_guard<std::mutex> lock(mutex_); }
+  { const MutexLock lock(mutex_); }
   hasRoom_.notify_all();
   notify_();
 }
@@ -148,7 +151,7 @@ void FileSource::Run() {
     }
   }
   {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     isReading_ = false;
   }
   notify_();
@@ -215,9 +218,11 @@ void FileSource::Push(std::unique_ptr<CImageData> image) {
   if (settings_.drops) {
     AddImageToBuffer(image.release(), false);
   } else {
-    std::unique_lock<std::mutex> lock(mutex_);
+    WaitingLock lock(mutex_);
     const auto room = static_cast<std::size_t>(settings_.bufferSize - 1);
-    hasRoom_.wait(lock, [&] { return stop_.IsSet() || IsBufferEmpty() || ahead_.size() < room; });
+    hasRoom_.wait(lock.Native(), [&]() VELMORA_REQUIRES(mutex_) {
+      return stop_.IsSet() || IsBufferEmpty() || ahead_.size() < room;
+    });
     if (stop_.IsSet()) return;
     ahead_.push_back(std::move(image));
     Refill();
@@ -225,7 +230,7 @@ void FileSource::Push(std::unique_ptr<CImageData> image) {
   notify_();
 }
 
-// Called with the lock held. The buffer of a blocking source is filled only here and only when it is
+// The buffer of a blocking source is filled only here and only when it is
 // empty, so that AddImageToBuffer never waits with the lock held.
 void FileSource::Refill() {
   if (ahead_.empty() || !IsBufferEmpty()) return;
@@ -242,8 +247,8 @@ void FileSource::PushFailure(SourceRecord record) {
   image->SetImageTag(&tag);
   Push(std::move(image));
   if (!settings_.drops) return;
-  std::unique_lock<std::mutex> lock(mutex_);
-  hasRoom_.wait(lock, [&] { return stop_.IsSet() || !HasImage(id); });
+  WaitingLock lock(mutex_);
+  hasRoom_.wait(lock.Native(), [&] { return stop_.IsSet() || !HasImage(id); });
 }
 
 void FileSource::WaitUntil(Clock::time_point due) const {

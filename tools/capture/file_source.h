@@ -8,12 +8,12 @@
 #include <deque>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <thread>
 
 #include "tools/capture/system.h"
 #include "velmora/image/image_source_adapter.h"
+#include "velmora/platform/mutex.h"
 #include "velmora_capture/capture.h"
 #include "velmora_capture/image_file/raw_format.h"
 
@@ -70,7 +70,7 @@ class FileSource final : public basic_structures::CImageSourceAdapter, public Re
   void ReadPicture(const std::string& file);
   void ReadFrames(const std::string& file);
   void Push(std::unique_ptr<basic_structures::CImageData> image);
-  void Refill();
+  void Refill() VELMORA_REQUIRES(mutex_);
   void PushFailure(SourceRecord record);
   void WaitUntil(std::chrono::steady_clock::time_point due) const;
 
@@ -78,13 +78,13 @@ class FileSource final : public basic_structures::CImageSourceAdapter, public Re
   const NextFile next_;
   const std::function<void()> notify_;
   StopSignal stop_;
-  int nextId_ = 0;            // the reading thread's
-  mutable std::mutex mutex_;  // guards what follows; the base's lock may be taken under it
+  int nextId_ = 0;       // the reading thread's
+  mutable Mutex mutex_;  // the base's lock may be taken under it
   std::condition_variable hasRoom_;
   // What waits before the base's buffer of one, so that the oldest image comes out first; only of a
   // source that blocks.
-  std::deque<std::unique_ptr<basic_structures::CImageData>> ahead_;
-  bool isReading_ = false;
+  std::deque<std::unique_ptr<basic_structures::CImageData>> ahead_ VELMORA_GUARDED_BY(mutex_);
+  bool isReading_ VELMORA_GUARDED_BY(mutex_) = false;
   std::thread thread_;  // the maker's alone
 };
 

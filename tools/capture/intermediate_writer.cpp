@@ -86,7 +86,7 @@ std::string IntermediateWriter::NextFile(const CIntermediateResultUnit& unit,
   const basic_structures::CImageTag* tag = unit.GetOriginalImageTag();
   char numbers[48];
   {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     std::snprintf(numbers, sizeof numbers, "%04d-%03d-", tag != nullptr ? tag->GetImageId() : 0,
                   written_++);
   }

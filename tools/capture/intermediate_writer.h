@@ -3,10 +3,10 @@
 #pragma once
 
 #include <functional>
-#include <mutex>
 #include <ostream>
 #include <string>
 
+#include "velmora/platform/mutex.h"
 #include "velmora/results/intermediate_result_receiver.h"
 
 namespace velmora::capture {
@@ -37,8 +37,8 @@ class IntermediateWriter final : public intermediate_results::CAbstractIntermedi
 
   const std::string folder_;
   const std::function<void(const std::string&)> onFailure_;
-  std::mutex mutex_;  // guards written_
-  int written_ = 0;
+  Mutex mutex_;
+  int written_ VELMORA_GUARDED_BY(mutex_) = 0;
 };
 
 }  // namespace velmora::capture

@@ -183,7 +183,7 @@ void ReportPage::WriteGraph(const std::string& dot) {
 }
 
 void ReportPage::WriteTimeline() {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   RunMoment begin;
   RunMoment end;
   bool isFirst = true;
@@ -229,14 +229,14 @@ void ReportPage::WriteLane(const Lane& lane, const RunMoment& begin, double nano
 }
 
 void ReportPage::OnThreadStarted(const char* name) {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   laneOf_[std::this_thread::get_id()] = lanes_.size();
   lanes_.push_back({name, {}});
 }
 
 void ReportPage::OnSpan(const RunSpan& span) {
   if (ClassOf(span.stage) == nullptr) return;
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   if (++barCount_ > kMostBars) return;
   // Reading is told by the thread that takes the images, not by the one that reads.
   const bool isRead = span.stage == RunStage::kRead;

@@ -5,13 +5,14 @@
 #include <cstdint>
 #include <fstream>
 #include <map>
-#include <mutex>
 #include <ostream>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "velmora_capture/capture.h"
+
+#include "velmora/platform/mutex.h"
 
 namespace velmora::capture {
 
@@ -58,10 +59,10 @@ class ReportPage final : public RunObserver {
   int failed_ = 0;
   int codes_ = 0;
   std::map<std::int64_t, std::string> names_;  // of images, by job number; as many as bars may name
-  std::mutex mutex_;                           // guards what follows
-  std::vector<Lane> lanes_;
-  std::map<std::thread::id, std::size_t> laneOf_;
-  std::size_t barCount_ = 0;
+  Mutex mutex_;
+  std::vector<Lane> lanes_ VELMORA_GUARDED_BY(mutex_);
+  std::map<std::thread::id, std::size_t> laneOf_ VELMORA_GUARDED_BY(mutex_);
+  std::size_t barCount_ VELMORA_GUARDED_BY(mutex_) = 0;
 };
 
 }  // namespace velmora::capture

@@ -76,7 +76,10 @@ ExitStatus Session::Run() {
   {
     const InterruptWatch watch([this] { Interrupt(); });
     CaptureAll();
-    if (!failure_.empty()) throw OutputError(failure_);
+    {
+      const MutexLock lock(mutex_);
+      if (!failure_.empty()) throw OutputError(failure_);
+    }
     WriteSummary();
     WriteFiles();
   }
@@ -197,7 +200,7 @@ void Session::Interrupt() {
 // The rest of the run would be lost too: it ends at once.
 void Session::Fail(const std::string& message) {
   {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     if (!failure_.empty()) return;
     failure_ = message;
   }
@@ -221,7 +224,7 @@ void Session::Show(const CaptureResult& result) {
 
 void Session::ShowResult(const CaptureResult& result) {
   {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     if (!failure_.empty()) return;
   }
   std::ostringstream lines;

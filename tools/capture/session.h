@@ -4,7 +4,6 @@
 
 #include <atomic>
 #include <memory>
-#include <mutex>
 #include <ostream>
 #include <string>
 
@@ -14,6 +13,8 @@
 #include "tools/capture/progress.h"
 #include "tools/capture/report_page.h"
 #include "velmora_capture/capture.h"
+
+#include "velmora/platform/mutex.h"
 
 namespace velmora::capture {
 
@@ -52,8 +53,9 @@ class Session {
   std::unique_ptr<FileSource> source_;
   std::unique_ptr<ProgressBar> progress_;
   std::atomic<bool> isInterrupted_{false};
-  std::mutex mutex_;     // guards failure_
-  std::string failure_;  // what could not be written first; empty if everything could
+  Mutex mutex_;
+  std::string failure_
+      VELMORA_GUARDED_BY(mutex_);  // what could not be written first; empty if everything could
   int images_ = 0;
   int failed_ = 0;
   int codes_ = 0;

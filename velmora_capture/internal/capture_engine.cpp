@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "velmora/foundation/error_code.h"
+#include "velmora/platform/mutex.h"
 #include "velmora/region/region_image_info.h"
 #include "velmora_capture/image_file/image_file.h"
 #include "velmora_capture/internal/delivery.h"
@@ -45,18 +46,18 @@ class Waiter final : public JobOwner {
   void OnJobDone(CaptureJob& job) noexcept override {
     engine_.Release(job);
     // Notified with the lock held: who waits may destroy this as soon as it is free.
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     isDone_ = true;
     done_.notify_one();
   }
   void Wait() {
-    std::unique_lock<std::mutex> lock(mutex_);
-    done_.wait(lock, [this] { return isDone_; });
+    WaitingLock lock(mutex_);
+    done_.wait(lock.Native(), [this] { return isDone_; });
   }
 
  private:
   CaptureEngine& engine_;
-  std::mutex mutex_;  // guards isDone_
+  Mutex mutex_;
   std::condition_variable done_;
   bool isDone_ = false;
 };
@@ -186,13 +187,13 @@ int CaptureEngine::Run(CImageSourceAdapter& source, const Capture::Handler& hand
   IntroduceThread();
   ImageRun run(*this, source, handler, options);
   {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     if (run_ != nullptr) return EC_CallRejectedWhileCapturing;
     run_ = &run;
   }
   run.Go();
   {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     run.AddFinalCountsTo(counts_);
     run_ = nullptr;
   }
@@ -201,7 +202,7 @@ int CaptureEngine::Run(CImageSourceAdapter& source, const Capture::Handler& hand
 }
 
 void CaptureEngine::NotifySource() {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   if (run_ != nullptr) run_->Wake();
 }
 
@@ -215,13 +216,13 @@ int CaptureEngine::Submit(std::unique_ptr<CImageData> image, Capture::Handler ha
 }
 
 Delivery& CaptureEngine::GetDelivery() {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   if (delivery_ == nullptr) delivery_ = std::make_unique<Delivery>(*this);
   return *delivery_;
 }
 
 void CaptureEngine::Cancel() {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   ++cancellations_;
   for (CaptureJob* job = firstInFlight_; job != nullptr; job = job->nextInFlight) {
     if (job->isCancelled.exchange(true)) continue;
@@ -233,7 +234,7 @@ void CaptureEngine::Cancel() {
 }
 
 Offer CaptureEngine::MakeOffer(bool isCounted) {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   if (isCounted) {
     ++counts_.offered;
     ++counts_.queued;
@@ -272,9 +273,13 @@ NxRef<CaptureJob> CaptureEngine::MakeJob(const Offer& offer, const NxRef<NxImage
 
 void CaptureEngine::Begin(CaptureJob& job) {
   {
-    std::unique_lock<std::mutex> lock(mutex_);
-    const auto wasCancelled = [&] { return job.cancellations != cancellations_; };
-    mayBegin_.wait(lock, [&] { return cancelledInFlight_ == 0 || wasCancelled(); });
+    WaitingLock lock(mutex_);
+    const auto wasCancelled = [&]() VELMORA_REQUIRES(mutex_) {
+      return job.cancellations != cancellations_;
+    };
+    mayBegin_.wait(lock.Native(), [&]() VELMORA_REQUIRES(mutex_) {
+      return cancelledInFlight_ == 0 || wasCancelled();
+    });
     if (wasCancelled()) {
       job.isCancelled = true;
       ++cancelledInFlight_;
@@ -291,7 +296,7 @@ void CaptureEngine::Begin(CaptureJob& job) {
 
 void CaptureEngine::Release(CaptureJob& job) noexcept {
   job.done = Clock::now();
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   CaptureJob* const next = job.nextInFlight;
   if (next != nullptr) next->previousInFlight = job.previousInFlight;
   (job.previousInFlight != nullptr ? job.previousInFlight->nextInFlight : firstInFlight_) = next;
@@ -317,19 +322,19 @@ NxRef<CaptureResult> CaptureEngine::ReportFailure(const Offer& offer, const Capt
 }
 
 void CaptureEngine::CountDelivered() {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   --counts_.queued;
   ++counts_.delivered;
 }
 
 void CaptureEngine::TakeBack() {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   --counts_.queued;
   ++counts_.refused;
 }
 
 void CaptureEngine::CountRefused() {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   ++counts_.offered;
   ++counts_.refused;
 }
@@ -339,7 +344,7 @@ void CaptureEngine::IntroduceThread(std::string name) {
   if (introducedTo == serial_) return;
   bool isNew = false;
   {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     isNew = introduced_.insert(std::this_thread::get_id()).second;
     if (name.empty()) name = "caller " + std::to_string(introduced_.size());
   }
@@ -353,14 +358,14 @@ void CaptureEngine::TellRead(const RunSpan& span) {
 }
 
 std::int64_t CaptureEngine::GetCancellations() const {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   return cancellations_;
 }
 
 CaptureStatistics CaptureEngine::GetStatistics() const {
   CaptureStatistics statistics;
   {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     statistics = counts_;
     if (run_ != nullptr) run_->AddCountsTo(statistics);
   }

@@ -6,13 +6,13 @@
 #include <condition_variable>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <set>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "velmora/engine/data_manager_pool.h"
+#include "velmora/platform/mutex.h"
 #include "velmora_capture/capture.h"
 #include "velmora_capture/internal/capture_graph.h"
 #include "velmora_capture/internal/clock_thread.h"
@@ -134,16 +134,16 @@ class CaptureEngine {
   std::vector<std::string> notes_;
   NxRef<CaptureGraph> graph_;
 
-  mutable std::mutex mutex_;          // guards what follows; taken before those of clock and run
+  mutable Mutex mutex_;               // taken before those of clock and run
   std::condition_variable mayBegin_;  // what was cancelled has ended
-  CaptureJob* firstInFlight_ = nullptr;
-  int cancelledInFlight_ = 0;
-  std::int64_t cancellations_ = 0;
-  std::int64_t nextNumber_ = 0;
-  ImageRun* run_ = nullptr;
-  CaptureStatistics counts_;  // without those of the present run
-  std::set<std::thread::id> introduced_;
-  std::unique_ptr<Delivery> delivery_;  // made by the first Submit
+  CaptureJob* firstInFlight_ VELMORA_GUARDED_BY(mutex_) = nullptr;
+  int cancelledInFlight_ VELMORA_GUARDED_BY(mutex_) = 0;
+  std::int64_t cancellations_ VELMORA_GUARDED_BY(mutex_) = 0;
+  std::int64_t nextNumber_ VELMORA_GUARDED_BY(mutex_) = 0;
+  ImageRun* run_ VELMORA_GUARDED_BY(mutex_) = nullptr;
+  CaptureStatistics counts_ VELMORA_GUARDED_BY(mutex_);  // without those of the present run
+  std::set<std::thread::id> introduced_ VELMORA_GUARDED_BY(mutex_);
+  std::unique_ptr<Delivery> delivery_ VELMORA_GUARDED_BY(mutex_);  // made by the first Submit
 
   std::unique_ptr<CaptureThreadPool> pool_;
   std::unique_ptr<ClockThread> clock_;

@@ -78,14 +78,14 @@ void CaptureGraph::Begin(CaptureJob& job) {
 
 Turn* CaptureGraph::FindTurn(const Nx_WorkObjectBase& work) {
   if (!work.IsSingleThread()) return nullptr;
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   std::unique_ptr<Turn>& turn = turns_[&work];
   if (turn == nullptr) turn = std::make_unique<Turn>();
   return turn.get();
 }
 
 const char* CaptureGraph::KeepName(const std::string& name) {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   return names_.insert(name).first->c_str();
 }
 

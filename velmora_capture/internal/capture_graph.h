@@ -4,12 +4,12 @@
 
 #include <map>
 #include <memory>
-#include <mutex>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "velmora/engine/dependency_graph.h"
+#include "velmora/platform/mutex.h"
 #include "velmora_capture/internal/capture_definition.h"
 #include "velmora_capture/internal/capture_job.h"
 #include "velmora_capture/internal/observers.h"
@@ -58,9 +58,9 @@ class CaptureGraph final : public NxDependencyGraph {
   const Observers* observers_ = &nobody_;
   const Receivers* receivers_ = nullptr;
   std::vector<CaptureDefinition*> definitions_;
-  std::mutex mutex_;  // guards what follows
-  std::set<std::string> names_;
-  std::map<const Nx_WorkObjectBase*, std::unique_ptr<Turn>> turns_;
+  Mutex mutex_;
+  std::set<std::string> names_ VELMORA_GUARDED_BY(mutex_);
+  std::map<const Nx_WorkObjectBase*, std::unique_ptr<Turn>> turns_ VELMORA_GUARDED_BY(mutex_);
 };
 
 }  // namespace velmora::capture

@@ -27,7 +27,7 @@ void CaptureJob::Start() {
 
 void CaptureJob::Post(CaptureWorkItem& item) noexcept {
   {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     ended_.Push(item);
     if (isDraining_) return;
     isDraining_ = true;
@@ -37,7 +37,7 @@ void CaptureJob::Post(CaptureWorkItem& item) noexcept {
 
 void CaptureJob::PostLost(TaskRun& task) noexcept {
   {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     if (task.lostPieces++ == 0) task.nextLost = std::exchange(lost_, &task);
     if (isDraining_) return;
     isDraining_ = true;
@@ -68,7 +68,7 @@ void CaptureJob::Drain() noexcept {
 
 // False, with the strand left, if there is nothing.
 bool CaptureJob::TakeEnded(NxRef<CaptureWorkItem>& item, TaskRun*& lost) noexcept {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   lost = lost_;
   if (lost != nullptr) {
     if (--lost->lostPieces == 0) lost_ = lost->nextLost;

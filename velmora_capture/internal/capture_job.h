@@ -6,7 +6,6 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -17,6 +16,7 @@
 #include "velmora/foundation/object_base.h"
 #include "velmora/foundation/ref.h"
 #include "velmora/foundation/semaphore.h"
+#include "velmora/platform/mutex.h"
 #include "velmora/region/region_object.h"
 #include "velmora/region/source_image_object.h"
 #include "velmora/region/unit_base.h"
@@ -178,10 +178,10 @@ class CaptureJob final : public NxObjectBase {
 
   JobOwner& owner_;
   bool isDone_ = false;
-  std::mutex mutex_;  // guards what follows; nothing is called while it is held
-  ItemList ended_;
-  TaskRun* lost_ = nullptr;  // the first of those that lost a piece
-  bool isDraining_ = true;   // until Start has begun the work
+  Mutex mutex_;  // nothing is called while it is held
+  ItemList ended_ VELMORA_GUARDED_BY(mutex_);
+  TaskRun* lost_ VELMORA_GUARDED_BY(mutex_) = nullptr;  // the first of those that lost a piece
+  bool isDraining_ VELMORA_GUARDED_BY(mutex_) = true;   // until Start has begun the work
 };
 
 }  // namespace velmora::capture

@@ -14,7 +14,7 @@ ClockThread::ClockThread(NxDataManagerPool& managers)
 
 ClockThread::~ClockThread() {
   {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     isStopping_ = true;
   }
   wakeUp_.notify_one();
@@ -22,7 +22,7 @@ ClockThread::~ClockThread() {
 }
 
 void ClockThread::SetBusy(bool isBusy) {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   isBusy_ = isBusy;
   // Between two images that follow each other closely it need not be woken: it ticks anyway.
   if (isBusy && isAsleep_) wakeUp_.notify_one();
@@ -30,15 +30,18 @@ void ClockThread::SetBusy(bool isBusy) {
 
 void ClockThread::Run() {
   Clock::time_point charged = Clock::now();
-  std::unique_lock<std::mutex> lock(mutex_);
+  WaitingLock lock(mutex_);
   for (;;) {
     if (!isBusy_) {
       isAsleep_ = true;
-      wakeUp_.wait(lock, [this] { return isStopping_ || isBusy_; });
+      wakeUp_.wait(lock.Native(),
+                   [this]() VELMORA_REQUIRES(mutex_) { return isStopping_ || isBusy_; });
       isAsleep_ = false;
       charged = Clock::now();
     }
-    if (wakeUp_.wait_for(lock, kTick, [this] { return isStopping_; })) return;
+    if (wakeUp_.wait_for(lock.Native(), kTick,
+                         [this]() VELMORA_REQUIRES(mutex_) { return isStopping_; }))
+      return;
     // Whole milliseconds; what is left over counts with the next tick.
     const auto elapsed =
         std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - charged);

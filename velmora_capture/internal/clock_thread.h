@@ -3,10 +3,10 @@
 #pragma once
 
 #include <condition_variable>
-#include <mutex>
 #include <thread>
 
 #include "velmora/engine/data_manager_pool.h"
+#include "velmora/platform/mutex.h"
 
 namespace velmora::capture {
 
@@ -28,11 +28,11 @@ class ClockThread {
   void Run();
 
   NxDataManagerPool& managers_;
-  std::mutex mutex_;  // guards the flags
+  Mutex mutex_;
   std::condition_variable wakeUp_;
-  bool isBusy_ = false;
-  bool isAsleep_ = false;
-  bool isStopping_ = false;
+  bool isBusy_ VELMORA_GUARDED_BY(mutex_) = false;
+  bool isAsleep_ VELMORA_GUARDED_BY(mutex_) = false;
+  bool isStopping_ VELMORA_GUARDED_BY(mutex_) = false;
   std::thread thread_;
 };
 

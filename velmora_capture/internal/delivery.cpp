@@ -36,7 +36,7 @@ Delivery::Delivery(CaptureEngine& engine) : engine_(engine), thread_([this] { Ru
 
 Delivery::~Delivery() {
   {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     isStopping_ = true;
   }
   wakeUp_.notify_one();
@@ -55,7 +55,7 @@ int Delivery::Submit(std::unique_ptr<CImageData> image, Capture::Handler handler
     return EC_Ok;
   } catch (...) {
     engine_.TakeBack();
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     --inFlight_;
     throw;
   }
@@ -84,17 +84,19 @@ void Delivery::Begin(const Offer& offer, std::unique_ptr<CImageData> image,
 bool Delivery::WaitForRoom(int waitMs) {
   // Neither the delivery nor the pool waits for itself.
   const bool mayWait = std::this_thread::get_id() != thread_.get_id() && !engine_.IsPoolThread();
-  std::unique_lock<std::mutex> lock(mutex_);
-  const auto hasRoom = [this] { return inFlight_ < engine_.GetMostInFlight(); };
+  WaitingLock lock(mutex_);
+  const auto hasRoom = [this]() VELMORA_REQUIRES(mutex_) {
+    return inFlight_ < engine_.GetMostInFlight();
+  };
   const std::chrono::milliseconds wait(mayWait && waitMs > 0 ? waitMs : 0);
-  if (!hasRoom_.wait_for(lock, wait, hasRoom)) return false;
+  if (!hasRoom_.wait_for(lock.Native(), wait, hasRoom)) return false;
   ++inFlight_;
   return true;
 }
 
 void Delivery::Push(Submission& submission) noexcept {
   // Notified with the lock held: the delivery may be gone as soon as it is free.
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   (first_ == nullptr ? first_ : last_->next_) = &submission;
   last_ = &submission;
   wakeUp_.notify_one();
@@ -102,17 +104,19 @@ void Delivery::Push(Submission& submission) noexcept {
 
 void Delivery::RunThread() {
   engine_.IntroduceThread("delivery");
-  std::unique_lock<std::mutex> lock(mutex_);
+  WaitingLock lock(mutex_);
   for (;;) {
-    wakeUp_.wait(lock, [this] { return first_ != nullptr || (isStopping_ && inFlight_ == 0); });
+    wakeUp_.wait(lock.Native(), [this]() VELMORA_REQUIRES(mutex_) {
+      return first_ != nullptr || (isStopping_ && inFlight_ == 0);
+    });
     const std::unique_ptr<Submission> next(first_);
     if (next == nullptr) return;
     first_ = next->next_;
     --inFlight_;
     hasRoom_.notify_one();
-    lock.unlock();
+    lock.Unlock();
     HandOver(*next);
-    lock.lock();
+    lock.Lock();
   }
 }
 

@@ -4,11 +4,12 @@
 
 #include <condition_variable>
 #include <memory>
-#include <mutex>
 #include <thread>
 
 #include "velmora_capture/capture.h"
 #include "velmora_capture/internal/capture_job.h"
+
+#include "velmora/platform/mutex.h"
 
 namespace velmora::capture {
 
@@ -41,13 +42,14 @@ class Delivery {
   void HandOver(Submission& submission) noexcept;
 
   CaptureEngine& engine_;
-  std::mutex mutex_;                // guards what follows
+  Mutex mutex_;
   std::condition_variable wakeUp_;  // something is to be delivered, or to stop
   std::condition_variable hasRoom_;
-  int inFlight_ = 0;             // submitted and not yet delivered
-  Submission* first_ = nullptr;  // owned; to be delivered, in the order of their end
-  Submission* last_ = nullptr;
-  bool isStopping_ = false;
+  int inFlight_ VELMORA_GUARDED_BY(mutex_) = 0;  // submitted and not yet delivered
+  Submission* first_ VELMORA_GUARDED_BY(mutex_) =
+      nullptr;  // owned; to be delivered, in the order of their end
+  Submission* last_ VELMORA_GUARDED_BY(mutex_) = nullptr;
+  bool isStopping_ VELMORA_GUARDED_BY(mutex_) = false;
   std::thread thread_;
 };
 

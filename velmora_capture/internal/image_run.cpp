@@ -74,7 +74,7 @@ bool ImageRun::TakeImage() {
   if (image == nullptr) return false;
   Offer offer = engine_.MakeOffer(false);
   {
-    const std::lock_guard<std::mutex> lock(countsMutex_);
+    const MutexLock lock(countsMutex_);
     ++taken_;
   }
   RunSpan read{RunStage::kRead, "read", "", offer.number, {}, {}};
@@ -137,7 +137,7 @@ void ImageRun::Deliver(std::int64_t sequence, NxRef<CaptureResult> result) {
 
 void ImageRun::HandOver(const NxRef<CaptureResult>& result) {
   {
-    const std::lock_guard<std::mutex> lock(countsMutex_);
+    const MutexLock lock(countsMutex_);
     ++delivered_;
   }
   try {
@@ -151,14 +151,14 @@ void ImageRun::OnJobDone(CaptureJob& job) noexcept {
   engine_.Release(job);
   job.retain();
   // Notified with the lock held: the run may be gone as soon as it is free.
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   (firstDone_ == nullptr ? firstDone_ : lastDone_->nextDone) = &job;
   lastDone_ = &job;
   wakeUp_.notify_one();
 }
 
 NxRef<CaptureJob> ImageRun::TakeDone() {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   NxRef<CaptureJob> job = firstDone_;
   if (!job) return job;
   firstDone_ = job->nextDone;
@@ -167,7 +167,7 @@ NxRef<CaptureJob> ImageRun::TakeDone() {
 }
 
 void ImageRun::Wake() noexcept {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   isWoken_ = true;
   wakeUp_.notify_one();
 }
@@ -175,12 +175,13 @@ void ImageRun::Wake() noexcept {
 void ImageRun::Wait(bool mayHaveMore) {
   const bool asksAgain = !mayHaveMore && !IsStopping();
   if (inFlight_ == 0 && !asksAgain) return;
-  std::unique_lock<std::mutex> lock(mutex_);
-  const auto mayGoOn = [this] { return isWoken_ || firstDone_ != nullptr; };
+  WaitingLock lock(mutex_);
+  const auto mayGoOn = [this]()
+                           VELMORA_REQUIRES(mutex_) { return isWoken_ || firstDone_ != nullptr; };
   if (asksAgain) {
-    wakeUp_.wait_for(lock, kTick, mayGoOn);
+    wakeUp_.wait_for(lock.Native(), kTick, mayGoOn);
   } else {
-    wakeUp_.wait(lock, mayGoOn);
+    wakeUp_.wait(lock.Native(), mayGoOn);
   }
   isWoken_ = false;
 }
@@ -188,7 +189,7 @@ void ImageRun::Wait(bool mayHaveMore) {
 // A source may make images without its buffer, or take several out of it at once.
 void ImageRun::AddCountsTo(CaptureStatistics& counts) const {
   const ImageSourceStatistics now = source_.GetStatistics();
-  const std::lock_guard<std::mutex> lock(countsMutex_);
+  const MutexLock lock(countsMutex_);
   const std::int64_t handedOut = Count(now.delivered - before_.delivered);
   const std::int64_t dropped = Count(now.dropped - before_.dropped);
   const std::int64_t refused = Count(now.refused - before_.refused);
@@ -202,7 +203,7 @@ void ImageRun::AddCountsTo(CaptureStatistics& counts) const {
 
 void ImageRun::AddFinalCountsTo(CaptureStatistics& counts) const {
   const ImageSourceStatistics now = source_.GetStatistics();
-  const std::lock_guard<std::mutex> lock(countsMutex_);
+  const MutexLock lock(countsMutex_);
   const std::int64_t dropped = Count(now.dropped - before_.dropped);
   const std::int64_t refused = Count(now.refused - before_.refused);
   counts.delivered += delivered_;

@@ -7,10 +7,11 @@
 #include <exception>
 #include <map>
 #include <memory>
-#include <mutex>
 
 #include "velmora_capture/capture.h"
 #include "velmora_capture/internal/capture_job.h"
+
+#include "velmora/platform/mutex.h"
 
 namespace velmora::capture {
 
@@ -69,15 +70,16 @@ class ImageRun final : public JobOwner {
   int inFlight_ = 0;
   std::map<std::int64_t, NxRef<CaptureResult>> waiting_;  // whose turn has not come
 
-  mutable std::mutex countsMutex_;  // guards the counts
-  std::int64_t taken_ = 0;
-  std::int64_t delivered_ = 0;
+  mutable Mutex countsMutex_;
+  std::int64_t taken_ VELMORA_GUARDED_BY(countsMutex_) = 0;
+  std::int64_t delivered_ VELMORA_GUARDED_BY(countsMutex_) = 0;
 
-  std::mutex mutex_;  // guards what follows
+  Mutex mutex_;
   std::condition_variable wakeUp_;
-  bool isWoken_ = false;
-  CaptureJob* firstDone_ = nullptr;  // retained; in the order of their end
-  CaptureJob* lastDone_ = nullptr;
+  bool isWoken_ VELMORA_GUARDED_BY(mutex_) = false;
+  CaptureJob* firstDone_ VELMORA_GUARDED_BY(mutex_) =
+      nullptr;  // retained; in the order of their end
+  CaptureJob* lastDone_ VELMORA_GUARDED_BY(mutex_) = nullptr;
 };
 
 }  // namespace velmora::capture

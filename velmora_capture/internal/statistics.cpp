@@ -14,7 +14,7 @@ std::string FullName(const std::string& definition, const std::string& task) {
 }  // namespace
 
 void Statistics::AddTasks(const Template& source, const std::vector<std::string>& running) {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   for (const DefinitionTemplate& definition : source.definitions) {
     for (const TaskTemplate& task : definition.tasks) {
       const std::string name = FullName(definition.name, task.name);
@@ -37,7 +37,7 @@ TaskCounts* Statistics::Find(std::string_view fullName) {
 
 void Statistics::OnSpan(const RunSpan& span) {
   if (span.stage != RunStage::kWork) return;
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   TaskCounts* const task = Find(span.name);
   if (task == nullptr) return;
   ++task->runs;
@@ -46,19 +46,19 @@ void Statistics::OnSpan(const RunSpan& span) {
 
 void Statistics::AddError(const std::string& definition, const std::string& task, int code) {
   const std::string name = FullName(definition, task);
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   TaskCounts* const counts = Find(name);
   if (counts == nullptr) return;
   ++(code == EC_Timeout ? counts->timeouts : counts->failures);
 }
 
 void Statistics::AddFound(const NxTargetTaskSetting& task, std::int64_t count) {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   if (TaskCounts* const counts = Find(task.GetTaskFullName())) counts->found += count;
 }
 
 std::vector<TaskCounts> Statistics::GetTasks() const {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   return tasks_;
 }
 

@@ -4,12 +4,12 @@
 
 #include <cstdint>
 #include <map>
-#include <mutex>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "velmora/engine/target_task_setting.h"
+#include "velmora/platform/mutex.h"
 #include "velmora_capture/capture.h"
 #include "velmora_capture/internal/template.h"
 
@@ -31,11 +31,12 @@ class Statistics final : public RunObserver {
   std::vector<TaskCounts> GetTasks() const;
 
  private:
-  TaskCounts* Find(std::string_view fullName);
+  TaskCounts* Find(std::string_view fullName) VELMORA_REQUIRES(mutex_);
 
-  mutable std::mutex mutex_;  // guards what follows
-  std::vector<TaskCounts> tasks_;
-  std::map<std::string, std::size_t, std::less<>> indices_;  // by full name
+  mutable Mutex mutex_;
+  std::vector<TaskCounts> tasks_ VELMORA_GUARDED_BY(mutex_);
+  std::map<std::string, std::size_t, std::less<>> indices_
+      VELMORA_GUARDED_BY(mutex_);  // by full name
 };
 
 }  // namespace velmora::capture

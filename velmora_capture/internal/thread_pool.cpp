@@ -28,7 +28,7 @@ void CaptureThreadPool::AppendWorkItem(RtrThreadWorkItemBase* item) {
   const NxRef<RtrThreadWorkItemBase> kept = item;  // what is dropped is destroyed without the lock
   item->LogPush();
   {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     if (isStopping_) return;
     queues_[item->GetPriority()].push(kept);
     ++queued_;
@@ -45,7 +45,7 @@ void CaptureThreadPool::AppendWorkItem(RtrThreadWorkItemBase* item) {
 
 void CaptureThreadPool::Stop() {
   {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     isStopping_ = true;
   }
   wakeUp_.notify_all();
@@ -64,8 +64,9 @@ void CaptureThreadPool::LetOthersWork() {
 }
 
 NxRef<RtrThreadWorkItemBase> CaptureThreadPool::TakeItem() {
-  std::unique_lock<std::mutex> lock(mutex_);
-  wakeUp_.wait(lock, [this] { return isStopping_ || queued_ > 0; });
+  WaitingLock lock(mutex_);
+  wakeUp_.wait(lock.Native(),
+               [this]() VELMORA_REQUIRES(mutex_) { return isStopping_ || queued_ > 0; });
   for (auto& [priority, queue] : queues_) {
     if (queue.empty()) continue;
     NxRef<RtrThreadWorkItemBase> item = queue.front();

@@ -5,12 +5,12 @@
 #include <condition_variable>
 #include <cstdint>
 #include <map>
-#include <mutex>
 #include <thread>
 #include <vector>
 
 #include "velmora/engine/task_unit_queue.h"
 #include "velmora/foundation/thread_pool_base.h"
+#include "velmora/platform/mutex.h"
 #include "velmora_capture/internal/observers.h"
 
 namespace velmora::capture {
@@ -47,11 +47,12 @@ class CaptureThreadPool final : public ThreadPoolBase {
 
   const Observers& observers_;
   const int threadCount_;
-  std::mutex mutex_;                               // guards what follows
-  std::condition_variable wakeUp_;                 // an item was queued, or the pool stops
-  std::map<std::uint64_t, TaskUnitQueue> queues_;  // by priority; empty ones stay
-  int queued_ = 0;                                 // items in all queues
-  bool isStopping_ = false;
+  Mutex mutex_;
+  std::condition_variable wakeUp_;  // an item was queued, or the pool stops
+  std::map<std::uint64_t, TaskUnitQueue> queues_
+      VELMORA_GUARDED_BY(mutex_);              // by priority; empty ones stay
+  int queued_ VELMORA_GUARDED_BY(mutex_) = 0;  // items in all queues
+  bool isStopping_ VELMORA_GUARDED_BY(mutex_) = false;
   std::vector<std::thread> threads_;  // the maker's alone
 };
 

@@ -7,6 +7,8 @@
 #include <cstring>
 #include <iomanip>
 
+#include "velmora/platform/mutex.h"
+
 namespace velmora::capture {
 namespace {
 
@@ -59,7 +61,7 @@ class Trace::Lane {
   explicit Lane(std::string name) : name_(std::move(name)) {}
 
   void Add(const RunSpan& span, bool isKept) {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     if (isKept) {
       spans_.push_back({span.stage, span.name, span.workMode, span.jobNumber,
                         span.region != nullptr ? DescribeRegion(*span.region) : std::string(),
@@ -70,7 +72,7 @@ class Trace::Lane {
   }
 
   void AddTotalsTo(std::vector<StageTime>& stages) const {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     for (const Total& total : totals_) {
       auto stage = std::find_if(stages.begin(), stages.end(), [&](const StageTime& s) {
         return s.stage == total.stage && s.name == total.name;
@@ -83,7 +85,7 @@ class Trace::Lane {
 
   void Write(std::ostream& out, std::size_t number, Clock::time_point start,
              const std::map<std::int64_t, std::string>& imageNames) const {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     out << "{\"ph\":\"M\",\"name\":\"thread_name\",\"pid\":1,\"tid\":" << number
         << ",\"args\":{\"name\":" << Json::valueToQuotedString(name_.c_str()) << "}}";
     for (const Span& span : spans_) {
@@ -131,7 +133,7 @@ class Trace::Lane {
   }
 
   const std::string name_;
-  mutable std::mutex mutex_;  // guards what follows
+  mutable Mutex mutex_;
   std::vector<Span> spans_;
   std::vector<Total> totals_;
 };
@@ -143,7 +145,7 @@ Trace::~Trace() = default;
 
 void Trace::OnThreadStarted(const char* name) {
   auto lane = std::make_unique<Lane>(name);
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   byThread_[std::this_thread::get_id()] = lane.get();
   lanes_.push_back(std::move(lane));
 }
@@ -153,7 +155,7 @@ Trace::Lane& Trace::FindLane() {
   thread_local std::uint64_t lastSerial = 0;
   thread_local Lane* last = nullptr;
   if (lastSerial == serial_) return *last;
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   last = byThread_.at(std::this_thread::get_id());
   lastSerial = serial_;
   return *last;
@@ -162,7 +164,7 @@ Trace::Lane& Trace::FindLane() {
 void Trace::KeepName(const RunSpan& span) {
   if (!keepsSpans_ || span.imageTag == nullptr) return;
   std::string name = DescribeTag(*span.imageTag);
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   imageNames_[span.jobNumber] = std::move(name);
 }
 
@@ -173,7 +175,7 @@ void Trace::OnSpan(const RunSpan& span) {
 
 void Trace::AddSourceSpan(const RunSpan& span) {
   KeepName(span);
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   if (source_ == nullptr) {
     lanes_.push_back(std::make_unique<Lane>("source"));
     source_ = lanes_.back().get();
@@ -184,7 +186,7 @@ void Trace::AddSourceSpan(const RunSpan& span) {
 std::vector<StageTime> Trace::GetStageTimes() const {
   std::vector<StageTime> stages;
   {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const MutexLock lock(mutex_);
     for (const auto& lane : lanes_) lane->AddTotalsTo(stages);
   }
   std::stable_sort(stages.begin(), stages.end(), [](const StageTime& a, const StageTime& b) {
@@ -194,7 +196,7 @@ std::vector<StageTime> Trace::GetStageTimes() const {
 }
 
 void Trace::WriteJson(std::ostream& out) const {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   out << "{\"displayTimeUnit\":\"ms\",\"traceEvents\":[\n";
   for (std::size_t i = 0; i < lanes_.size(); ++i) {
     lanes_[i]->Write(out, i + 1, start_, imageNames_);

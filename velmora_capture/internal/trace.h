@@ -7,13 +7,14 @@
 #include <cstdint>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <ostream>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "velmora_capture/capture.h"
+
+#include "velmora/platform/mutex.h"
 
 namespace velmora::capture {
 
@@ -48,11 +49,13 @@ class Trace final : public RunObserver {
   const bool keepsSpans_;
   const std::uint64_t serial_;  // no two traces of a process have the same
   const std::chrono::steady_clock::time_point start_;
-  mutable std::mutex mutex_;                  // guards what follows, the lanes' contents not
-  std::vector<std::unique_ptr<Lane>> lanes_;  // in the order of their start
-  std::map<std::thread::id, Lane*> byThread_;
-  std::map<std::int64_t, std::string> imageNames_;  // by job number; of kept spans only
-  Lane* source_ = nullptr;                          // null until there is a span for it
+  mutable Mutex mutex_;  // the lanes' contents not
+  std::vector<std::unique_ptr<Lane>> lanes_
+      VELMORA_GUARDED_BY(mutex_);  // in the order of their start
+  std::map<std::thread::id, Lane*> byThread_ VELMORA_GUARDED_BY(mutex_);
+  std::map<std::int64_t, std::string> imageNames_
+      VELMORA_GUARDED_BY(mutex_);                      // by job number; of kept spans only
+  Lane* source_ VELMORA_GUARDED_BY(mutex_) = nullptr;  // null until there is a span for it
 };
 
 }  // namespace velmora::capture

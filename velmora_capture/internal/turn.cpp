@@ -5,14 +5,14 @@
 namespace velmora::capture {
 
 bool Turn::Enter(CaptureWorkItem& item) noexcept {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   if (!isTaken_) return isTaken_ = true;
   waiting_.Push(item);
   return false;
 }
 
 NxRef<CaptureWorkItem> Turn::Leave() noexcept {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   NxRef<CaptureWorkItem> next = waiting_.Pop();
   if (!next) isTaken_ = false;
   return next;

@@ -2,9 +2,9 @@
 /// One at a time.
 #pragma once
 
-#include <mutex>
-
 #include "velmora_capture/internal/item_list.h"
+
+#include "velmora/platform/mutex.h"
 
 namespace velmora::capture {
 
@@ -21,9 +21,9 @@ class Turn {
   NxRef<CaptureWorkItem> Leave() noexcept;
 
  private:
-  std::mutex mutex_;  // guards what follows
-  bool isTaken_ = false;
-  ItemList waiting_;
+  Mutex mutex_;
+  bool isTaken_ VELMORA_GUARDED_BY(mutex_) = false;
+  ItemList waiting_ VELMORA_GUARDED_BY(mutex_);
 };
 
 }  // namespace velmora::capture
