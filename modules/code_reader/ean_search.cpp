@@ -220,6 +220,7 @@ std::vector<EanCode> FindEan(const GreyView& image, const std::function<bool()>&
     if (!found.empty() || mustStop()) break;
   }
   std::vector<EanCode> codes;
+  codes.reserve(found.size());
   for (const Found& one : found) codes.push_back(one.code);
   return codes;
 }
