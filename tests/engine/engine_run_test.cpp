@@ -1,14 +1,12 @@
 // A small engine: the way of a task from the graph to its finished output. The numbers are those of
 // docs/engine.md.
 //
-//   page [find]  --each region found-->  code [read] -> [merge]
+//   page [read] -> [merge]
 //
-// The task on the right of an arrow waits for the finish flag of the one on the left.
+// The task on the right of the arrow waits for the finish flag of the one on the left.
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <mutex>
-#include <string>
 #include <vector>
 
 #include "tests/engine/engine_objects.h"
@@ -50,7 +48,6 @@ class TaskRun : public NxTaskOutput {
     const bool isLast = def_->IsROIDefOutputFinished(defOutput_);  // before another task can finish
     GetFinishFlag()->LoopAllRelatedOutputTasks(startWaiting, &event);  // 9
     GetFinishFlag()->RemoveAllRelatedOutputTasks(nullptr);
-    SetThreadPool(pool);
     if (isLast) def_->DispatchROIDefOutput(defOutput_);  // 10
   }
 
@@ -90,39 +87,33 @@ class EngineWork : public Nx_WorkObjectBase {
 
 class EngineDef : public NxTargetROIDef {
  public:
-  EngineDef(const std::string& name, const std::vector<const char*>& tasks,
-            const std::vector<NxTargetROIDef*>& parents) {
-    GetTargetDefSetting()->SetTargetDefName(name);
-    for (const char* task : tasks) {
+  EngineDef() {
+    for (const char* name : {"read", "merge"}) {
       const NxRef<Nx_WorkObjectBase> work = new EngineWork;
-      work->SetTaskName(task);
-      work->SetTargetDefName(name);
-      tasks_.push_back(work);
+      work->SetTaskName(name);
+      works_.push_back(work);
     }
-    SetParentDefNodes(parents);
   }
 
   NxRef<NxROIDefOutput> CreateROIDefOutput(const NxRef<NxRegionObject>& region,
                                            const NxRef<NxRegionObject>& reference,
                                            NxSemaphore* semaphore) override {  // 2
     NxRef<NxROIDefOutput> output = new NxROIDefOutput(region, reference, semaphore);
-    for (const auto& work : tasks_) {
+    for (const auto& work : works_) {
       output->AddTaskOutput(new TaskRun(this, output.get(), work.get()));
     }
     return output;
   }
 
-  // Starts the first task, for which the others wait.
+  // Starts the first task, for which the second waits.
   void AppendWorkItems(NxROIDefOutput* output, ThreadPoolBase* pool) override {
     NxTaskOutput& first = *output->GetTaskOutput(0);
-    for (int i = 1; i < output->GetOutputCount(); ++i) {
-      first.GetFinishFlag()->AddRelatedOutputTask(output->GetTaskOutput(i).get());
-    }
+    first.GetFinishFlag()->AddRelatedOutputTask(output->GetTaskOutput(1).get());
     static_cast<TaskRun&>(first).Start(pool);
   }
 
   bool IsROIDefOutputFinished(NxROIDefOutput* output) override {
-    return output->GetTaskOutput(output->GetOutputCount() - 1)->GetFinishFlag()->IsFinished();
+    return output->GetTaskOutput(1)->GetFinishFlag()->IsFinished();
   }
 
   void DispatchROIDefOutput(NxROIDefOutput* output) override {
@@ -132,50 +123,36 @@ class EngineDef : public NxTargetROIDef {
     }
   }
 
+  // As a listener, a definition would work on the regions that another one found.
   void HandleSingleRegionCompeleteEvent(TargetROIDefEvent* event) override {
-    auto* const output = static_cast<NxROIDefOutput*>(event->GetData());
-    NxTaskOutput& found = *output->GetTaskOutput(0);
-    for (int i = 0; i < found.GetResultCount(); ++i) {
-      Run(found.GetResult(i)->GetRegion(), found.GetThreadPool(), output->GetSemaphore());
-    }
+    finished_ = static_cast<NxROIDefOutput*>(event->GetData());
   }
-
-  // The reference region is the region as this definition sees it, under the definition's name.
-  void Run(const NxRef<NxRegionObject>& region, ThreadPoolBase* pool, NxSemaphore* semaphore) {
-    const NxRef<NxRegionObject> reference = MakeRegion(GetTargetDefSetting()->GetTargetDefName());
-    const NxRef<NxROIDefOutput> output = CreateROIDefOutput(region, reference, semaphore);
-    {
-      const std::lock_guard<std::mutex> lock(mutex_);
-      outputs_.push_back(output);
-    }
-    AppendWorkItems(output.get(), pool);
-  }
-
-  const std::vector<NxRef<NxROIDefOutput>>& GetOutputs() const { return outputs_; }
+  const NxROIDefOutput* GetFinished() const { return finished_; }
 
  private:
-  std::vector<NxRef<Nx_WorkObjectBase>> tasks_;
-  std::mutex mutex_;  // guards outputs_
-  std::vector<NxRef<NxROIDefOutput>> outputs_;
+  std::vector<NxRef<Nx_WorkObjectBase>> works_;
+  const NxROIDefOutput* finished_ = nullptr;
 };
 
-TEST(Engine, CarriesEachRegionFromTaskToTask) {
-  EngineDef page("page", {"find"}, {});
-  EngineDef code("code", {"read", "merge"}, {&page});
-  NxSemaphore pieces(0);
+TEST(Engine, CarriesARegionFromTaskToTask) {
+  EngineDef page, child;
+  page.RegisterListener(&child);
+  NxSemaphore pieces(0);  // outlives the items, whose last step is to produce it
   testing::FixedThreadPool pool(4);
-  page.Run(MakeRegion("image"), &pool, &pieces);                               // 1
-  for (int i = 0; i < kPieces + kPieces * 2 * kPieces; ++i) pieces.Consume();  // 7
-  pool.Stop();
-  EXPECT_EQ(pieces.GetValue(), 0);
-  ASSERT_EQ(code.GetOutputs().size(), std::size_t{kPieces});
-  for (const NxRef<NxROIDefOutput>& output : code.GetOutputs()) {
+  for (int round = 0; round < 50; ++round) {
+    const NxRef<NxRegionObject> region = MakeRegion("image");  // 1
+    const NxRef<NxROIDefOutput> output =
+        page.CreateROIDefOutput(region, MakeRegion("page"), &pieces);
+    page.AppendWorkItems(output.get(), &pool);
+    for (int i = 0; i < 2 * kPieces; ++i) pieces.Consume();  // 7
+    EXPECT_EQ(child.GetFinished(), output.get());
     const NxRef<NxTaskOutput> merge = output->GetTaskOutputByTaskName("merge");
-    EXPECT_EQ(merge->GetTaskFullName(), "{code}[merge]");
+    EXPECT_EQ(merge->GetTaskFullName(), "{page}[merge]");
     EXPECT_EQ(merge->GetResultStatus(), TOS_FINISHED);
-    EXPECT_EQ(merge->GetResultCount(), kPieces);
-    EXPECT_EQ(merge->GetReferenceRegionByTargetName("image")->GetTargetROIDefName(), "image");
+    ASSERT_EQ(merge->GetResultCount(), kPieces);
+    EXPECT_EQ(merge->GetResult(0)->GetRegion()->GetReferenceRegion(), region);
   }
+  pool.Stop();
 }
 
 }  // namespace

@@ -65,6 +65,9 @@ TEST_F(RegionObject, KnowsTheWholeImageAndItsHashId) {
 
 TEST_F(RegionObject, TakesItsFlagsFromTheImageItIsGiven) {
   NxRegionObject region;
+  double identity[9];
+  NxRegionObject::GetIdentityMatrix(identity);
+  for (int i = 0; i < 9; ++i) EXPECT_EQ(identity[i], i % 4 == 0);
   EXPECT_EQ(region.GetTransMatFromOriginalToLocal()[8], 1);
   region.InitNxRegionObject(info_, nullptr);
   EXPECT_TRUE(region.IsImageDataValid()) << "nothing extracted: as it was";

@@ -74,6 +74,9 @@ TEST(TextZone, MovesTheArrayItself) {
   EXPECT_EQ(ExpectZone(zones[0], kPlace, kIndices), array);
   ExpectZone(zones[1], kPlace, {5, -1});
   zones[0] = std::move(*&zones[0]);
+  zones[1] = CTextZone(std::move(zones[0]));
+  ExpectZone(zones[0], kPlace, {});  // NOLINT(bugprone-use-after-move): is left without
+  zones[0] = std::move(zones[1]);
   EXPECT_EQ(ExpectZone(zones[0], kPlace, kIndices), array);
 }
 
