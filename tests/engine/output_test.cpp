@@ -63,6 +63,9 @@ TEST(Output, MarksTheFlagEachTimeItIsFinished) {
   NxTaskOutput task(nullptr, MakeRegion("page"), "read", TT_ATOMIC_0, false, 1);
   task.SetResultStatus(TOS_FINISHED);
   EXPECT_TRUE(task.GetFinishFlag()->IsFinished());
+  const NxTaskOutput::RemainWork rest = {new NxWorkOutputAtom(nullptr, 1, 2, 3), nullptr};
+  task.SetRemainWork(rest);
+  EXPECT_EQ(task.GetRemainWork(), rest);
 }
 
 // However many threads end the work, one does.
