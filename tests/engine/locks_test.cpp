@@ -46,7 +46,8 @@ TEST(Locks, OfOutputs) {
   take();
   CallTogether({append, take, [&] { table.HasNextWorkOutput(); }});
   CallTogether({take, [&] { table.GetVisitedSlotCount(); }});
-  CallTogether({take, [&] { table.SetAllWorkModesCount(1); }});
+  CallTogether({[&, level = 1]() mutable { table.AppendNextWorkOutput(level++, 0, nullptr); },
+                [&] { table.SetAllWorkModesCount(1); }});
 }
 
 }  // namespace

@@ -207,7 +207,8 @@ TEST_F(RegionObject, NamesTheElementOfItsReferenceUnlessThatKindHasNone) {
 TEST_F(RegionObject, MayBeAssignedWhatItAloneKeepsAlive) {
   NxRegionObject inTips;
   inTips.GetRegionImageInfo()->AddTipsData("", {MakeRegion(&kPart)});
-  inTips = static_cast<NxRegionObject&>(*inTips.GetRegionImageInfo()->GetTipsData("")[0]);
+  const NxObjectBase& tip = *inTips.GetRegionImageInfo()->GetTipsData("")[0];  // borrowed
+  inTips = static_cast<const NxRegionObject&>(tip);
   EXPECT_TRUE(inTips.IsTotSamePoints(kPart.data()));
   EXPECT_EQ(inTips.GetRegionHashId(), kPartHashId);
 
