@@ -41,7 +41,7 @@ TEST(AdaptiveThreshold, EqualsItsDefinition) {
   std::mt19937 random(7);
   for (const auto& [width, height] : {std::pair{1, 1}, {17, 5}, {5, 17}, {30, 31}}) {
     for (int radius : {0, 1, 4, 40}) {
-      SCOPED_TRACE(testing::Message() << width << "x" << height << " radius " << radius);
+      SCOPED_TRACE(::testing::Message() << width << "x" << height << " radius " << radius);
       const GreyImage wide = RandomImage(width + 9, height, random, 256);
       const GreyView grey{wide.pixels.data() + 5, width, height, wide.width};
       const GreyImage dark = AdaptiveThreshold(grey, radius, 3);
@@ -80,7 +80,7 @@ TEST(FindComponents, EqualsFloodFill) {
   std::mt19937 random(9);
   for (int values : {2, 3, 4}) {
     for (int round = 0; round < 20; ++round) {
-      SCOPED_TRACE(testing::Message() << values << " values, round " << round);
+      SCOPED_TRACE(::testing::Message() << values << " values, round " << round);
       GreyImage dark = RandomImage(1 + static_cast<int>(random() % 40), 23, random, values);
       for (auto& pixel : dark.pixels) pixel = pixel == 1 ? 1 : 0;
       Numbers got;

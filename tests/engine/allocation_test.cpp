@@ -1,11 +1,5 @@
 // What happens when memory runs out, and in the middle of an operation that allocates. The allocation
 // of this program can be told to do something in place of giving memory.
-#include <gtest/gtest.h>
-
-#include <climits>
-#include <cstdlib>
-#include <new>
-
 #include "examples/module_author/spot_item.h"
 #include "tests/engine/engine_objects.h"
 
@@ -73,6 +67,19 @@ TEST(Allocation, EmptyResultIsTakenBackIfTheOutputIsFinishedMeanwhile) {
   allocationsLeft = INT_MAX;
   EXPECT_EQ(output.GetResultStatus(), TOS_FINISHED);
   EXPECT_EQ(output.GetResultCount(), 0);
+}
+
+struct EmptySource : basic_structures::CImageSourceAdapter {
+  bool HasMoreImages() const override { return false; }
+};
+
+TEST(Allocation, IsNotNeededToClearASourceNorTakenByAnImageThatCannotBeWrapped) {
+  auto source = std::make_unique<EmptySource>();
+  EXPECT_FALSE(RunsOutOfMemory(0, [&] { source->ClearBuffer(), source.reset(); }));
+  using basic_structures::CImageDataWrapper;
+  const auto image = std::make_unique<basic_structures::CImageData>();  // stays with the caller
+  alignas(CImageDataWrapper) unsigned char place[sizeof(CImageDataWrapper)];
+  EXPECT_TRUE(RunsOutOfMemory(0, [&] { new (place) CImageDataWrapper(image.get()); }));
 }
 
 }  // namespace

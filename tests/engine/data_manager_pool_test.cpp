@@ -1,22 +1,6 @@
-#include "velmora/engine/data_manager_pool.h"
-
-#include <gtest/gtest.h>
-
-#include <climits>
-#include <cstdint>
-#include <deque>
 #include <locale>
-#include <map>
-#include <optional>
-#include <random>
-#include <regex>
-#include <set>
-#include <string>
-#include <utility>
 
 #include "tests/engine/engine_objects.h"
-#include "tests/support/barrier.h"
-#include "velmora/engine/code_parser_task.h"
 
 namespace velmora {
 namespace {

@@ -1,12 +1,7 @@
 // Small objects that the tests of the task engine build on.
 #pragma once
 
-#include <functional>
-#include <string>
-#include <utility>
-
-#include "tests/support/asking.h"
-#include "velmora/velmora.h"
+#include "tests/support/test.h"
 
 namespace velmora::testing {
 

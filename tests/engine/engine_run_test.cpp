@@ -4,11 +4,6 @@
 //   page [read] -> [merge]
 //
 // The task on the right of the arrow waits for the finish flag of the one on the left.
-#include <gtest/gtest.h>
-
-#include <atomic>
-#include <vector>
-
 #include "tests/engine/engine_objects.h"
 #include "tests/support/fixed_thread_pool.h"
 

@@ -1,16 +1,10 @@
-#include <gtest/gtest.h>
-
-#include <atomic>
-#include <deque>
-#include <string>
-
 #include "tests/engine/engine_objects.h"
-#include "tests/support/barrier.h"
 
 namespace velmora {
 namespace {
 
 using testing::Asking;
+using testing::CallTogether;
 using testing::MakeRegion;
 using testing::MakeWorkOutput;
 
@@ -140,6 +134,83 @@ TEST(SectionResultsCache, KeepsTwoListsASection) {
   EXPECT_TRUE(cache.GetResults(absent).empty() && cache.GetAuxiliaryResults(early).empty());
   const NxSectionResultsCache::ResultMap all = {{early, {b, a}}, {late, {a, b}}, {absent, {}}};
   EXPECT_EQ(cache.GetAllSectionResults(), all);
+}
+
+TEST(DependencyFinishFlag, FilesChildrenByTaskFullName) {
+  NxDependencyFinishFlag flag("{page}[read]");
+  const auto& absent = flag.GetChildFlags("{page}[read]");
+  const NxRef<NxDependencyFinishFlag> child = new NxDependencyFinishFlag("{code}[check]");
+  for (int i = 0; i < 2; ++i) flag.AddChildFlag(child);
+  EXPECT_EQ(flag.GetChildFlags("{code}[check]").size(), 2U);
+  flag.AddChildFlag(new NxDependencyFinishFlag("{page}[read]"));
+  EXPECT_EQ(absent.size(), 1U) << "asking made the entry";
+}
+
+TEST(DependencyFinishFlag, CallsBackForEachRelatedOutputOnceInAddressOrder) {
+  static char places[8];       // stand for outputs by their addresses; the flag never follows them
+  static std::string visited;  // the places that the flag called back for
+  const auto place = [](int index) { return reinterpret_cast<NxTaskOutput*>(&places[index]); };
+  const auto visit = [](NxTaskOutput* output, TargetROIDefEvent* /*event*/) {
+    visited += std::to_string(reinterpret_cast<char*>(output) - places);
+  };
+  NxDependencyFinishFlag flag("{page}[read]");
+  for (const int index : {5, 1, 7, 1, 5}) flag.AddRelatedOutputTask(place(index));
+  flag.LoopAllRelatedOutputTasks(visit, nullptr);
+  flag.RemoveAllRelatedOutputTasks(place(3));  // never added: all go all the same
+  flag.LoopAllRelatedOutputTasks(visit, nullptr);
+  EXPECT_EQ(visited, "157");
+}
+
+// The callback runs under the lock: it counts without one.
+TEST(DependencyFinishFlag, Locks) {
+  NxDependencyFinishFlag flag("{page}[read]");
+  static int calls = 0;
+  const auto count = [](NxTaskOutput*, TargetROIDefEvent*) { ++calls; };
+  const std::function<void()> loop = [&] { flag.LoopAllRelatedOutputTasks(count, nullptr); };
+  const std::function<void()> add = [&] { flag.AddRelatedOutputTask(nullptr); };
+  add();
+  CallTogether({loop, loop, add});
+  EXPECT_EQ(calls, 2 * testing::kCallsTogether);
+  CallTogether({loop, add, [&] { flag.RemoveAllRelatedOutputTasks(nullptr); }});
+  CallTogether({[&] { flag.SetFinished(); }, [&] { flag.IsFinished(); }});
+}
+
+// Of outputs and of what belongs to them.
+TEST(Output, Locks) {
+  const NxRef<NxRegionObject> region = MakeRegion("page");
+  NxTaskOutput output(region, region, "read", TT_ATOMIC_0, false, 1);
+  output.AddResult(nullptr);
+  const std::function<void()> addWork = [&] { output.AddWorkOutput(0, nullptr); };
+  CallTogether({[&] { output.AddResult(new NxTaskOutputAtomResult); }, [&] { output.EndWork(); },
+                [&] { output.SetResultStatus(TOS_NO_RESULT); },
+                [&] { EXPECT_GE(output.GetResultCount(), 1); },
+                [&] { EXPECT_EQ(output.GetResult(0), nullptr); },
+                [&] { EXPECT_FALSE(output.AlreadyExistObject(region.get())); },
+                [&] { output.SetThreadSuspendToken(new ThreadSuspendToken); },
+                [&] {
+                  NxRef<ThreadSuspendToken> token;
+                  output.GetThreadSuspendToken(token);
+                },
+                addWork, addWork});
+  EXPECT_EQ(output.GetWorkOutputs()[0].size(), 2U * testing::kCallsTogether);
+
+  ExecutableWorkItem item(&output, nullptr, nullptr, 0);
+  CallTogether({[&] { item.SetWorkFinished(); }, [&] { item.IsWorkFinished(); }});
+
+  // Few threads at a time, and each finds work: the sanitizer remembers the last accesses only.
+  NxWorkOutputTable& table = *output.GetWorkTable();
+  const std::function<void()> append = [&] {
+    table.AppendNextWorkOutput(0, 0, MakeWorkOutput(MakeRegion("page"), "fast"));
+  };
+  const std::function<void()> take = [&] {
+    append();
+    EXPECT_NE(table.GetNextTopPriorityWorkOutput(""), nullptr);
+  };
+  take();
+  CallTogether({append, take, [&] { table.HasNextWorkOutput(); }});
+  CallTogether({take, [&] { table.GetVisitedSlotCount(); }});
+  CallTogether({[&, level = 1]() mutable { table.AppendNextWorkOutput(level++, 0, nullptr); },
+                [&] { table.SetAllWorkModesCount(1); }});
 }
 
 }  // namespace

@@ -1,12 +1,4 @@
 // Definitions, the tasks that they hold and the graph whose nodes they are.
-#include "velmora/engine/target_roi_def.h"
-
-#include <gtest/gtest.h>
-
-#include <map>
-#include <string>
-#include <vector>
-
 #include "tests/engine/engine_objects.h"
 
 namespace velmora {

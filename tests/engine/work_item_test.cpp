@@ -1,16 +1,4 @@
-#include "velmora/engine/work_item.h"
-
-#include <gtest/gtest.h>
-
-#include <array>
-#include <fstream>
-#include <stdexcept>
-#include <string>
-#include <thread>
-#include <utility>
-
 #include "tests/engine/engine_objects.h"
-#include "tests/support/temporary_directory.h"
 
 namespace velmora {
 namespace {
@@ -169,14 +157,19 @@ TEST(TaskUnitQueue, IsFirstInFirstOutAndSharesItsItems) {
 
 // Here the work has no pool, no semaphore and first no image either.
 TEST(WorkItem, TracesItsWayAtLevelNine) {
-  const testing::TemporaryDirectory folder;
   Fixture f(End);
   f.work.SetManagerPool(nullptr);
   const NxRef<NxImageData> image = new NxImageData;
   image->SetHashID("scan");
+  const std::string info =
+      "{ExecutableWork}[SourceId:scan][TargetROI:page][Task:task][Priority:12]\n";
+  const std::string way =
+      "WorkPriorityInfo AppendWork: \nWorkPriorityInfo TakeWork: \n"
+      "TaskPriorityInfo TaskStart: \nWorkPriorityInfo WorkStart: " +
+      info + "WorkPriorityInfo WorkEnd: " + info + "TaskPriorityInfo TaskEnd: \n";
   for (const int level : {8, 9}) {
     f.source = level == 9 ? new NxSourceImageObject(image.get(), 1, 10) : nullptr;
-    NxLog::GetInstance().InitLogFromSetting(LM_Text, level, (folder / "").c_str());
+    const testing::ScopedLog log(LM_Text, level);
     f.Append("");
     ResolvableWorkItem item(f.task->GetWorkTable(), nullptr, 12);
     item.LogPush();
@@ -184,19 +177,8 @@ TEST(WorkItem, TracesItsWayAtLevelNine) {
     item.Process(nullptr);
     item.FinishWork();
     EXPECT_EQ(item.GetCurrentItem()->GetDescription().empty(), level < 9);
+    EXPECT_EQ(log.Messages(), level < 9 ? "" : way);
   }
-  NxLog::GetInstance().InitLogFromSetting(LM_None, 0, "");
-  std::string messages;  // behind the "[TID:...][time]" of their lines
-  std::ifstream file(folder / "VelmoraScanlyx.log");
-  for (std::string line; std::getline(file, line);) {
-    messages += line.substr(line.find(']', line.find(']') + 1) + 1) + "\n";
-  }
-  const std::string item =
-      "{ExecutableWork}[SourceId:scan][TargetROI:page][Task:task][Priority:12]\n";
-  EXPECT_EQ(messages,
-            "WorkPriorityInfo AppendWork: \nWorkPriorityInfo TakeWork: \n"
-            "TaskPriorityInfo TaskStart: \nWorkPriorityInfo WorkStart: " +
-                item + "WorkPriorityInfo WorkEnd: " + item + "TaskPriorityInfo TaskEnd: \n");
 }
 
 TEST(WorkObject, StartsTheWorkModesOfARegion) {

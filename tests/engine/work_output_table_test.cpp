@@ -1,16 +1,4 @@
-#include "velmora/engine/work_output_table.h"
-
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <atomic>
-#include <random>
-#include <string>
-#include <utility>
-#include <vector>
-
 #include "tests/engine/engine_objects.h"
-#include "tests/support/barrier.h"
 
 namespace velmora {
 namespace {

@@ -1,14 +1,4 @@
-#include "velmora/foundation/object_base.h"
-
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <unordered_set>
-
-#include "tests/support/barrier.h"
-#include "velmora/foundation/object_ref_pool.h"
-#include "velmora/foundation/ref.h"
-#include "velmora/foundation/single_thread_object_base.h"
+#include "tests/support/test.h"
 
 namespace velmora {
 namespace {

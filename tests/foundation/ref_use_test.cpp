@@ -1,17 +1,8 @@
 // What ordinary C++ does with values, done with references. Compiled as C++17 here and as C++20 beside
 // it, where comparisons are looked up in another way.
-#include <gtest/gtest.h>
-
 #include <future>
-#include <map>
-#include <thread>
-#include <type_traits>
-#include <unordered_set>
-#include <utility>
-#include <vector>
 
-#include "velmora/foundation/object_base.h"
-#include "velmora/foundation/ref.h"
+#include "tests/support/test.h"
 
 namespace velmora {
 namespace {

@@ -1,16 +1,4 @@
-#include "velmora/foundation/semaphore.h"
-
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <atomic>
-#include <chrono>
-#include <climits>
-#include <mutex>
-#include <thread>
-
-#include "tests/support/barrier.h"
-#include "velmora/foundation/sync_object.h"
+#include "tests/support/test.h"
 
 namespace velmora {
 namespace {

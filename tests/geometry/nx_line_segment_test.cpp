@@ -1,11 +1,3 @@
-#include "velmora/geometry/nx_line_segment.h"
-
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <limits>
-#include <vector>
-
 #include "tests/geometry/quad_inputs.h"
 #include "velmora/geometry/internal/trigonometry.h"
 

@@ -1,12 +1,4 @@
-#include "velmora/geometry/nx_quad.h"
-
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
-
-#include "tests/support/virtual_slots.h"
-#include "velmora/foundation/hash_algorithm.h"
+#include "tests/support/test.h"
 
 namespace velmora {
 namespace {
@@ -41,27 +33,6 @@ void ExpectConsistent(const Nx_Quad& quad) {
   EXPECT_EQ(quad.GetArea(-1, -1), fresh.GetArea(-1, -1));
   EXPECT_EQ(quad.GetCentralPoint(), fresh.GetCentralPoint());
   EXPECT_EQ(quad.IsClockWise(), fresh.IsClockWise());
-}
-
-// Modules derive from these classes: the virtual operations stay where they are.
-TEST(Quad, KeepsTheOrderOfVirtualOperations) {
-  struct Opened : Nx_Quad {
-    static int Last() { return testing::SlotOf(&Opened::CalcIntersectionsOfEdges); }
-  };
-  EXPECT_EQ(testing::SlotOf(&Nx_Quad::GetArea), 1);
-  EXPECT_EQ(testing::SlotOf(&Nx_Quad::IsPointInQuadrilateral), 2);
-  EXPECT_EQ(testing::SlotOf(&Nx_Quad::Init), 3);
-  EXPECT_EQ(testing::SlotOf(&Nx_Quad::toString), 4);
-  EXPECT_EQ(Opened::Last(), 5);
-  EXPECT_EQ(testing::CountVirtualOperations<Nx_Quad>(), 6);
-  // Init comes before the destructor here, so table and slot differ from it on only.
-  struct OpenedSegment : Nx_LineSegmentEnhanced {
-    static int First() { return testing::TableIndex(&OpenedSegment::Init); }
-  };
-  EXPECT_EQ(OpenedSegment::First(), 0);
-  EXPECT_EQ(testing::SlotOf(&Nx_LineSegmentEnhanced::SwapVertices), 2);
-  EXPECT_EQ(testing::CountVirtualOperations<basic_structures::CLineSegment>(), 2);
-  EXPECT_EQ(testing::CountVirtualOperations<Nx_LineSegmentEnhanced>(), 3);
 }
 
 TEST(Quad, MeasuresOfASquare) {

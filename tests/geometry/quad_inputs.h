@@ -1,10 +1,7 @@
 // Inputs that the tests of quadrilaterals share.
 #pragma once
 
-#include <array>
-#include <cstdint>
-
-#include "velmora/geometry/point.h"
+#include "tests/support/test.h"
 
 namespace velmora::testing {
 

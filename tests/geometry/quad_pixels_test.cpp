@@ -1,16 +1,6 @@
 // The pixels of quadrilaterals against a slow, obvious twin, over all of a small grid.
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <set>
-#include <stdexcept>
-#include <string>
-#include <utility>
-#include <vector>
-
 #include "tests/geometry/quad_inputs.h"
-#include "velmora/geometry/nx_quad.h"
 
 namespace velmora {
 namespace {

@@ -1,22 +1,7 @@
 // One hash for each function over many results, random extremes among them: every compiler and both
 // targets must come to the same bits.
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
-#include <cstddef>
-#include <cstdint>
-#include <cstring>
-#include <map>
-#include <string>
-#include <vector>
-
 #include "tests/geometry/quad_inputs.h"
-#include "velmora/geometry/coordinate_transform.h"
-#include "velmora/geometry/math_utils.h"
-#include "velmora/geometry/nx_quad.h"
-#include "velmora/geometry/quadrilateral.h"
 
 namespace velmora {
 namespace {

@@ -1,16 +1,4 @@
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <array>
-#include <cmath>
-#include <utility>
-#include <vector>
-
 #include "tests/geometry/quad_inputs.h"
-#include "velmora/geometry/contour.h"
-#include "velmora/geometry/coordinate_transform.h"
-#include "velmora/geometry/line_segment.h"
-#include "velmora/geometry/math_utils.h"
 
 namespace velmora {
 namespace {

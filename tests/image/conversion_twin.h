@@ -2,15 +2,7 @@
 // library's row routines are compared with. Notes how far it reads.
 #pragma once
 
-#include <algorithm>
-#include <array>
-#include <cstddef>
-#include <cstdint>
-#include <optional>
-#include <tuple>
-#include <vector>
-
-#include "velmora/image/convert_data.h"
+#include "tests/support/test.h"
 
 namespace velmora::testing {
 

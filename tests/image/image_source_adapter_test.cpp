@@ -1,15 +1,4 @@
-#include "velmora/image/image_source_adapter.h"
-
-#include <gtest/gtest.h>
-
-#include <atomic>
-#include <chrono>
-#include <cstdint>
-#include <memory>
-#include <thread>
-#include <vector>
-
-#include "tests/support/barrier.h"
+#include "tests/support/test.h"
 #include "velmora/image/internal/source_tally.h"
 
 namespace velmora::basic_structures {

@@ -1,13 +1,4 @@
-#include "velmora/image/nx_image_data.h"
-
-#include <gtest/gtest.h>
-
-#include <string>
-#include <utility>
-#include <vector>
-
-#include "tests/support/barrier.h"
-#include "velmora/foundation/hash_algorithm.h"
+#include "tests/support/test.h"
 
 namespace velmora {
 namespace {

@@ -1,19 +1,4 @@
-#include "velmora/image/pixel_conversion.h"
-
-#include <gtest/gtest.h>
-
-#include <cstddef>
-#include <cstdint>
-#include <limits>
-#include <memory>
-#include <random>
-#include <string>
-#include <utility>
-#include <vector>
-
 #include "tests/image/conversion_twin.h"
-#include "velmora/image/image_tag.h"
-#include "velmora/image/nx_image_data_inner.h"
 
 namespace velmora {
 namespace {
@@ -195,6 +180,79 @@ TEST(PixelConversion, UpdateByFormatOnlySets) {
   data.UpdateByFormat(PXF_BinaryPackedInverted);
   EXPECT_EQ(data.palette, (Bytes{0, 255, 255, 0}));
   EXPECT_TRUE(data.bottomUp && data.is565 && data.reversed && data.isYuv);
+}
+
+std::vector<std::string> Words(const char* text) {
+  std::istringstream words(text);
+  return {std::istream_iterator<std::string>(words), {}};
+}
+
+const std::vector<std::string> kFormats = Words(
+    "BinaryPacked BinaryPackedInverted Grayscale8 YuvSemiPlanar Colour565 Colour555 Colour888 "
+    "Colour8888 Colour161616 Colour16161616 Colour8888Reversed Colour16161616Reversed "
+    "Colour888Reversed Binary8 YuvSemiPlanarReversed Binary8Inverted");
+
+// What becomes of a format for each usage.
+std::string MatrixRow(std::size_t format) {
+  std::string text = "| `PXF_" + kFormats[format] + "` |";
+  for (int usage = 0; usage < kUsageCount; ++usage) {
+    const auto convertEightPixels = [&](int stride) {
+      const Bytes bytes(static_cast<std::size_t>(stride) * 3);
+      return Convert(CImageData(bytes.size(), bytes.data(), nullptr, 8, 2, stride,
+                                static_cast<ImagePixelFormat>(format), 0, nullptr),
+                     static_cast<ColourChannelUsageType>(usage));
+    };
+    const int row = kBitsPerPixel[format];
+    const auto padded = convertEightPixels(row + 8), tight = convertEightPixels(row);
+    text += ' ';
+    text += padded ? kFormats[static_cast<std::size_t>(padded->GetImagePixelFormat())] : "refused";
+    text += padded && !tight ? " * |" : " |";
+  }
+  return text + '\n';
+}
+
+TEST(ConversionMatrix, IsTheOneInTheDocumentation) {
+  const std::string page = ReadFile(VELMORA_SOURCE_DIR "/docs/images.md");
+  std::string want;
+  for (std::size_t format = 0; format < kFormats.size(); ++format) want += MatrixRow(format);
+  EXPECT_NE(page.find(want), std::string::npos) << "docs/images.md should have:\n" << want;
+}
+
+// What a conversion of a 2x2 image with rows of 16 bytes writes, with the durations as "N".
+std::string LoggedBy(LogMode mode, int level, int format, ColourChannelUsageType usage) {
+  const ScopedLog log(mode, level);
+  const unsigned char bytes[32] = {};
+  Convert(
+      CImageData(32, bytes, nullptr, 2, 2, 16, static_cast<ImagePixelFormat>(format), 0, nullptr),
+      usage);
+  return std::regex_replace(log.Messages(), std::regex("duration [^\n]*"), "duration N");
+}
+
+TEST(ConversionLog, WritesTheStepsOfAConversion) {
+  struct Row {
+    const char* name;
+    int level, format;
+    ColourChannelUsageType usage;
+    std::string steps;
+  };
+  for (const Row& row :
+       {Row{"formats are at level 9", 9, PXF_Colour8888, CCU_Unrestricted,
+            "before convert imagePixelFormat: 7\n\n"
+            "FuncStart Nx_ConvertToRGB\n"
+            "FuncEnd Nx_ConvertToRGB, duration N\n"
+            "after convert imagePixelFormat: 6\n\n"},
+        Row{"functions at level 1", 1, PXF_Grayscale8, CCU_Unrestricted,
+            "FuncStart Nx_ConvertToGrayscale\n"
+            "FuncEnd Nx_ConvertToGrayscale, duration N\n"},
+        Row{"a refusal has no end", 1, PXF_Colour161616, CCU_Green,
+            "FuncStart Nx_ConvertToGrayscale\n"},
+        Row{"to colour neither", 1, -1, CCU_Unrestricted, "FuncStart Nx_ConvertToRGB\n"}}) {
+    EXPECT_EQ(
+        LoggedBy(LM_Text, row.level, row.format, row.usage),
+        "FuncStart Nx_ConvertImageData\n" + row.steps + "FuncEnd Nx_ConvertImageData, duration N\n")
+        << row.name;
+  }
+  EXPECT_EQ(LoggedBy(LM_Image, 9, PXF_Colour8888, CCU_Unrestricted), "");
 }
 
 }  // namespace

@@ -1,10 +1,5 @@
 // What the kit does with pixels, tiles and texts on behalf of modules.
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <random>
-#include <vector>
-
+#include "tests/support/test.h"
 #include "velmora_kit/pixel_filters.h"
 #include "velmora_kit/straighten.h"
 #include "velmora_kit/text.h"
@@ -27,7 +22,7 @@ int At(const GreyImage& image, int x, int y) {
 // Each filter against its definition, at sizes whose borders are most of the picture.
 TEST(PixelFilters, EqualTheirDefinitions) {
   for (const auto& [width, height] : {std::pair{1, 1}, {2, 3}, {7, 5}, {20, 9}}) {
-    SCOPED_TRACE(testing::Message() << width << "x" << height);
+    SCOPED_TRACE(::testing::Message() << width << "x" << height);
     const GreyImage image = RandomImage(width, height);
     const GreyImage large = Enlarge(image.View());
     const GreyImage sharp = Sharpen(image.View());
@@ -79,7 +74,7 @@ TEST(Tiles, CoverTheWindowInPortions) {
   for (const Window& window :
        {Window{0, 0, 1000, 2000}, Window{3, 5, 1000, 2001}, Window{0, 0, 6000, 6000},
         Window{7, 0, 16000, 130}, Window{0, 7, 130, 16000}, Window{0, 0, 3000001, 1}}) {
-    SCOPED_TRACE(testing::Message() << window.width << "x" << window.height);
+    SCOPED_TRACE(::testing::Message() << window.width << "x" << window.height);
     const std::vector<Window> tiles = TilesOf(window);
     for (const Window& tile : tiles) {
       EXPECT_LE(std::int64_t{tile.width} * tile.height, kMostPixelsAtOnce);

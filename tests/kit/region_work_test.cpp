@@ -1,22 +1,7 @@
 // One piece of work from the table to its results, without a capture around it.
 
 #include "velmora_kit/region_work.h"
-
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <functional>
-#include <string>
-#include <utility>
-#include <vector>
-
-#include "velmora/engine/task_output.h"
-#include "velmora/engine/work_item.h"
-#include "velmora/engine/work_output.h"
-#include "velmora/engine/work_output_table.h"
-#include "velmora/image/nx_image_data.h"
-#include "velmora/region/region_image_info.h"
-#include "velmora/region/source_image_object.h"
+#include "tests/support/test.h"
 #include "velmora_kit/recogniser.h"
 
 namespace velmora::kit {

@@ -1,13 +1,7 @@
 // What observers may do to the units of a module, and what their copies keep.
 
-#include <gtest/gtest.h>
-
-#include <initializer_list>
-#include <string>
-
 #include "examples/module_author/spots_unit.h"
-#include "velmora/image/image_tag.h"
-#include "velmora/image/nx_image_data.h"
+#include "tests/support/test.h"
 #include "velmora_kit/units.h"
 
 namespace velmora::kit {

@@ -1,11 +1,4 @@
-#include "velmora/log/ini_io.h"
-
-#include <gtest/gtest.h>
-
-#include <climits>
-#include <string>
-
-#include "tests/support/temporary_directory.h"
+#include "tests/support/test.h"
 
 namespace velmora {
 namespace {

@@ -1,15 +1,7 @@
 // The one log of the process, in a fresh directory for each case.
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <cstdio>
-#include <sstream>
-#include <string>
-#include <vector>
-
-#include "tests/support/temporary_directory.h"
-#include "velmora/log/log.h"
+#include "tests/support/test.h"
 
 namespace velmora::testing {
 

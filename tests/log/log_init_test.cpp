@@ -1,15 +1,6 @@
 // The configuration by file, which a process takes once: one case in a program of its own.
 
-#include <gtest/gtest.h>
-
-#include <filesystem>
-#include <string>
-
-#include "tests/support/barrier.h"
-#include "tests/support/temporary_directory.h"
-#include "velmora/log/log.h"
-#include "velmora/util/module_loader.h"
-#include "velmora/util/path_helper.h"
+#include "tests/support/test.h"
 
 namespace velmora {
 namespace {

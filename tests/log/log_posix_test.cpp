@@ -1,15 +1,10 @@
 // The system's own clock and thread ids, and its refusals.
 
-#include <gtest/gtest.h>
 #include <json/value.h>
 #include <sys/resource.h>
 #include <unistd.h>
-
 #include <csignal>
-#include <cstdlib>
 #include <ctime>
-#include <string>
-#include <utility>
 
 #include "tests/log/log_fixture.h"
 

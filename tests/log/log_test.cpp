@@ -1,16 +1,6 @@
-#include "velmora/log/log.h"
-
-#include <gtest/gtest.h>
 #include <json/value.h>
 
-#include <algorithm>
-#include <atomic>
-#include <filesystem>
-#include <string>
-#include <thread>
-
 #include "tests/log/log_fixture.h"
-#include "tests/support/barrier.h"
 
 namespace velmora {
 namespace {

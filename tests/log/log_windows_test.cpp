@@ -1,12 +1,8 @@
 // The system's own clock and thread ids, and the public headers beside the system's.
 
-#include <gtest/gtest.h>
 #include <windows.h>
 
-#include <string>
-
 #include "tests/log/log_fixture.h"
-#include "velmora/velmora.h"
 
 namespace velmora {
 

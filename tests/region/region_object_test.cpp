@@ -1,10 +1,5 @@
-#include "velmora/region/region_object.h"
-
-#include <gtest/gtest.h>
-
 #include "examples/module_author/spot_region.h"
 #include "tests/region/kit.h"
-#include "tests/support/barrier.h"
 
 namespace velmora {
 namespace {

@@ -1,13 +1,4 @@
-#include "velmora/region/source_image_object.h"
-
-#include <gtest/gtest.h>
-
-#include <climits>
-
 #include "tests/region/kit.h"
-#include "tests/support/barrier.h"
-#include "velmora/engine/data_manager_pool.h"
-#include "velmora/image/image_tag.h"
 
 namespace velmora {
 namespace {

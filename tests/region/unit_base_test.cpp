@@ -1,15 +1,5 @@
-#include "velmora/region/unit_base.h"
-
-#include <gtest/gtest.h>
-
-#include <cstdint>
-#include <sstream>
-
 #include "examples/module_author/spots_unit.h"
 #include "tests/region/kit.h"
-#include "tests/support/asking.h"
-#include "tests/support/barrier.h"
-#include "velmora/region/nx_intermediate_result.h"
 
 namespace velmora {
 namespace {
@@ -49,11 +39,7 @@ TEST(UnitBase, FindsItsPublicFaceAcrossTheObjectAndLogsIt) {
   want << std::hex << "NxUnitBase this Ptr " << LowWord(static_cast<NxUnitBase*>(&unit))
        << "\nNxUnitBase Ptr after cast " << LowWord(face) << "\nNxUnitBase hashId unit\n"
        << "NxUnitBase this Ptr " << LowWord(&faceless) << "\nNxUnitBase Ptr after cast 0\n";
-  std::string messages;
-  std::istringstream text(log.Text());
-  for (std::string line; std::getline(text, line);)
-    messages += line.substr(line.rfind(']') + 1) + '\n';
-  EXPECT_EQ(messages, want.str());
+  EXPECT_EQ(log.Messages(), want.str());
 
   faceless = unit;  // neither assigning nor copying takes the face of another unit
   EXPECT_EQ(faceless.GetCIntermediateResultUnitPtr(), nullptr);

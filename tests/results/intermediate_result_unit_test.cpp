@@ -1,12 +1,4 @@
-#include "velmora/results/intermediate_result_unit.h"
-
-#include <gtest/gtest.h>
-
-#include <array>
-#include <random>
-#include <string>
-
-#include "velmora/image/image_tag.h"
+#include "tests/support/test.h"
 
 namespace velmora::intermediate_results {
 namespace {

@@ -1,8 +1,4 @@
-#include "velmora/results/item_base.h"
-
-#include <gtest/gtest.h>
-
-#include <vector>
+#include "tests/support/test.h"
 
 namespace velmora {
 namespace {

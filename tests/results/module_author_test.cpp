@@ -1,12 +1,11 @@
 // The example's classes as a client of the library: every pure operation is implemented, and casts
 // between the faces hold on both sides of the library's border.
 
-#include <gtest/gtest.h>
-
 #include "examples/module_author/spot_item.h"
 #include "examples/module_author/spot_region.h"
 #include "examples/module_author/spot_result.h"
 #include "examples/module_author/spots_unit.h"
+#include "tests/support/test.h"
 
 namespace spots {
 namespace {

@@ -1,12 +1,4 @@
-#include "velmora/results/observation_parameters.h"
-
-#include <gtest/gtest.h>
-
-#include <cstdint>
-#include <vector>
-
-#include "tests/support/barrier.h"
-#include "velmora/results/intermediate_result_receiver.h"
+#include "tests/support/test.h"
 
 namespace velmora::intermediate_results {
 namespace {

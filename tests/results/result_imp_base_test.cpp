@@ -1,16 +1,5 @@
-#include "velmora/results/result_imp_base.h"
-
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <array>
-#include <string>
-#include <vector>
-
 #include "examples/module_author/spot_item.h"
-#include "tests/support/asking.h"
-#include "tests/support/barrier.h"
-#include "velmora/image/image_tag.h"
+#include "tests/support/test.h"
 
 namespace velmora {
 namespace {

@@ -1,11 +1,4 @@
-#include "velmora/results/text_zone.h"
-
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <vector>
-
-#include "velmora/foundation/core_module.h"
+#include "tests/support/test.h"
 
 namespace velmora::intermediate_results {
 namespace {

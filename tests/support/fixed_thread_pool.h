@@ -1,15 +1,7 @@
 // A pool with a fixed number of threads and one queue.
 #pragma once
 
-#include <mutex>
-#include <thread>
-#include <vector>
-
-#include "velmora/engine/task_unit_queue.h"
-#include "velmora/engine/work_item.h"
-#include "velmora/foundation/ref.h"
-#include "velmora/foundation/semaphore.h"
-#include "velmora/foundation/thread_pool_base.h"
+#include "tests/support/test.h"
 
 namespace velmora::testing {
 

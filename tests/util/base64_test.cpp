@@ -1,15 +1,4 @@
-#include "velmora/util/base64.h"
-
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cstdlib>
-#include <cstring>
-#include <random>
-#include <string>
-#include <vector>
-
-#include "tests/support/virtual_slots.h"
+#include "tests/support/test.h"
 
 namespace velmora {
 namespace {
@@ -182,25 +171,6 @@ TEST_F(Base64, DerivedClassesChangeTheSteps) {
   EXPECT_EQ(Encode(codec, "\xFB\xFF\xFE"), "-__-");
   EXPECT_EQ(Decode(codec, "T.WFu"), "Man");
   EXPECT_NE(Decode(codec, "T WFu"), "Man");
-}
-
-TEST(Base64Slots, FollowTheAgreedOrder) {
-  using testing::SlotOf;
-  struct Steps : CBase64 {
-    static std::vector<int> Slots() {
-      return {SlotOf(&Steps::_EncodeToBuffer), SlotOf(&Steps::_DecodeToBuffer),
-              SlotOf(&Steps::_EncodeRaw), SlotOf(&Steps::_DecodeRaw),
-              SlotOf(&Steps::_IsBadMimeChar)};
-    }
-  };
-  EXPECT_EQ(SlotOf<unsigned long (CBase64::*)(const char*)>(&CBase64::Encode), 1);
-  EXPECT_EQ(SlotOf<void (CBase64::*)(const char*)>(&CBase64::Decode), 3);
-  EXPECT_EQ(SlotOf<const unsigned char* (CBase64::*)() const>(&CBase64::DecodedMessage), 5);
-  EXPECT_EQ(SlotOf(&CBase64::EncodedMessage), 7);
-  EXPECT_EQ(SlotOf(&CBase64::AllocEncode), 8);
-  EXPECT_EQ(SlotOf(&CBase64::SetDecodeBuffer), 11);
-  EXPECT_EQ(Steps::Slots(), (std::vector<int>{12, 13, 14, 15, 16}));
-  EXPECT_EQ(testing::CountVirtualOperations<CBase64>(), 17);
 }
 
 }  // namespace

@@ -1,16 +1,4 @@
-#include "velmora/util/module_loader.h"
-
-#include <gtest/gtest.h>
-
-#include <filesystem>
-#include <mutex>
-#include <string>
-#include <thread>
-
-#include "tests/support/barrier.h"
-#include "tests/support/temporary_directory.h"
-#include "velmora/foundation/error_code.h"
-#include "velmora/util/path_helper.h"
+#include "tests/support/test.h"
 
 namespace velmora {
 namespace {

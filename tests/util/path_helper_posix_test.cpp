@@ -1,15 +1,9 @@
 // What only POSIX directories have: links, and entries that may not be read.
 
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <filesystem>
-#include <string>
-#include <vector>
-
-#include "tests/support/temporary_directory.h"
-#include "velmora/util/path_helper.h"
+#include "tests/support/test.h"
 
 namespace velmora {
 namespace {

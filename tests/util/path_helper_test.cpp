@@ -1,14 +1,4 @@
-#include "velmora/util/path_helper.h"
-
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <filesystem>
-#include <string>
-#include <vector>
-
-#include "tests/support/temporary_directory.h"
-#include "velmora/log/log.h"
+#include "tests/support/test.h"
 
 namespace velmora {
 namespace {
@@ -55,6 +45,11 @@ TEST_F(Paths, JudgesPaths) {
                                    {"", PathHelper::PT_NotExist}})
     EXPECT_EQ(PathHelper::JudgePathType(path.c_str()), want) << path;
   EXPECT_EQ(PathHelper::JudgePathType(nullptr), PathHelper::PT_Invalid);
+  if (ON_WINDOWS) {
+    EXPECT_EQ(PathHelper::JudgePathType("NUL"), PathHelper::PT_Invalid) << "a device";
+    for (const char* path : {"a*b", "\\\\no-such-server\\share\\file"})
+      EXPECT_EQ(PathHelper::JudgePathType(path), PathHelper::PT_NotExist) << path;
+  }
   EXPECT_FALSE(NxLog::CreatDir(odd));  // it is there
   EXPECT_FALSE(NxLog::CreatDir(directory / "no" + kSeparator + "parent"));
 }

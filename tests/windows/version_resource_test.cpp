@@ -1,11 +1,6 @@
-#include <gtest/gtest.h>
 #include <windows.h>
 
-#include <string>
-#include <utility>
-#include <vector>
-
-#include "velmora/foundation/core_module.h"
+#include "tests/support/test.h"
 
 namespace velmora {
 namespace {
