@@ -1,15 +1,7 @@
 // EAN and UPC codes drawn from their definition and spoilt like photographs, and what must not be read.
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cstddef>
-#include <random>
-#include <set>
-#include <string>
-#include <vector>
-
 #include "modules/code_reader/ean_search.h"
 #include "modules/code_reader/gs1.h"
+#include "tests/support/test.h"
 
 namespace velmora::modules {
 

@@ -1,17 +1,7 @@
 // Images through a Capture's engine: from callers, sources and submissions, at once and cancelled.
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <atomic>
-#include <chrono>
 #include <condition_variable>
-#include <deque>
-#include <mutex>
-#include <set>
 
 #include "tests/capture/test_work.h"
-#include "velmora/foundation/error_code.h"
-#include "velmora/image/pixel_conversion.h"
 #include "velmora_capture/internal/source_image.h"
 #include "velmora_kit/units.h"
 

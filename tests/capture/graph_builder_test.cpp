@@ -1,10 +1,6 @@
 // What becomes of a template's tasks in the modules.
 #include "velmora_capture/internal/graph_builder.h"
-
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
+#include "tests/support/test.h"
 
 namespace velmora::capture {
 namespace {

@@ -1,18 +1,10 @@
 // The algorithms of the Locator against slow obvious twins, and what it takes for a code.
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
-#include <cstdint>
-#include <random>
-#include <utility>
-#include <vector>
-
 #include "modules/locator/candidates.h"
 #include "modules/locator/components.h"
 #include "modules/locator/min_rectangle.h"
 #include "modules/locator/threshold.h"
+#include "tests/support/test.h"
 
 namespace velmora::modules {
 

@@ -1,13 +1,6 @@
 // Which file a module's name stands for, and which files are refused.
 #include "velmora_capture/internal/module_registry.h"
-
-#include <gtest/gtest.h>
-
-#include <filesystem>
-
-#include "tests/support/temporary_directory.h"
-#include "velmora/engine/work_object_base.h"
-#include "velmora/foundation/ref.h"
+#include "tests/support/test.h"
 #include "velmora_capture/internal/dynamic_library.h"
 #include "velmora_capture/internal/json_node.h"
 #include "velmora_capture/internal/task_settings.h"

@@ -1,12 +1,6 @@
 // Memory that runs out while the engine decides what comes next. The allocator of this program is
 // replaced, which the thread sanitizer does not allow.
-#include <gtest/gtest.h>
-
-#include <cstdlib>
-#include <new>
-
 #include "tests/capture/test_work.h"
-#include "velmora/foundation/error_code.h"
 
 namespace {
 

@@ -1,18 +1,7 @@
 // Small work objects, and an engine that runs them.
 #pragma once
 
-#include <functional>
-#include <memory>
-#include <string>
-#include <thread>
-#include <utility>
-#include <vector>
-
-#include "velmora/engine/task_output.h"
-#include "velmora/engine/work_item.h"
-#include "velmora/engine/work_object_base.h"
-#include "velmora/engine/work_output.h"
-#include "velmora/engine/work_output_table.h"
+#include "tests/support/test.h"
 #include "velmora_capture/internal/capture_engine.h"
 
 namespace velmora::capture {

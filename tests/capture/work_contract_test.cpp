@@ -1,16 +1,6 @@
 // Work objects that follow the engine's headers, each in its own way: all of them end, and what they
 // find is there.
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <atomic>
-#include <chrono>
-#include <mutex>
-#include <new>
-#include <stdexcept>
-
 #include "tests/capture/test_work.h"
-#include "velmora/foundation/error_code.h"
 
 namespace velmora::capture {
 namespace {

@@ -1,14 +1,8 @@
-#include "tests/tools/capture_run.h"
-
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <json/reader.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <cstdio>
-#include <sstream>
-
+#include "tests/tools/capture_run.h"
 #include "tools/capture/system.h"
 
 namespace velmora::capture {

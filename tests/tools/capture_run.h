@@ -3,11 +3,7 @@
 
 #include <json/value.h>
 
-#include <cstddef>
-#include <string>
-#include <vector>
-
-#include "tests/support/temporary_directory.h"
+#include "tests/support/test.h"
 
 namespace velmora::capture {
 

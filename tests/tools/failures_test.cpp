@@ -1,10 +1,5 @@
 // What users really do: outputs that cannot be written, inputs of every strange kind, and what the
 // program says then.
-#include <gtest/gtest.h>
-
-#include <cstdlib>
-#include <filesystem>
-
 #include "tests/tools/capture_run.h"
 #include "tools/capture/progress.h"
 

@@ -1,10 +1,4 @@
 // The files that the program writes beside its lines.
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <filesystem>
-#include <map>
-
 #include "tests/tools/capture_run.h"
 
 namespace velmora::capture {

@@ -1,9 +1,4 @@
 // Raw frames, played as a video, and what a buffer without room does with them.
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <set>
-
 #include "tests/tools/capture_run.h"
 
 namespace velmora::capture {

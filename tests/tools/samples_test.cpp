@@ -1,9 +1,4 @@
 // The sample pictures: what is in them, and what is told about those that cannot be read.
-#include <gtest/gtest.h>
-
-#include <fstream>
-#include <set>
-
 #include "tests/tools/capture_run.h"
 
 namespace velmora::capture {

@@ -1,8 +1,4 @@
 // What only a shell can do to the program: devices, pipes and signals.
-#include <gtest/gtest.h>
-
-#include <fstream>
-
 #include "tests/tools/capture_run.h"
 #include "tools/capture/system.h"
 

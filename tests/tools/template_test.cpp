@@ -1,11 +1,5 @@
 // Templates: every fault is found before the first picture is read, with its place, the value that
 // is wrong and what would be right.
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <string>
-#include <vector>
-
 #include "tests/tools/capture_run.h"
 
 namespace velmora::capture {

@@ -1,11 +1,5 @@
 // Time budgets: what was found before stays, the rest of the work does not happen.
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <set>
-
 #include "tests/tools/capture_run.h"
-#include "velmora/foundation/error_code.h"
 
 namespace velmora::capture {
 namespace {
