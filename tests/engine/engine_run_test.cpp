@@ -5,12 +5,33 @@
 //
 // The task on the right of the arrow waits for the finish flag of the one on the left.
 #include "tests/engine/engine_objects.h"
-#include "tests/support/fixed_thread_pool.h"
 
 namespace velmora {
 namespace {
 
 using testing::MakeRegion;
+
+// A thread for each item.
+class Threads final : public ThreadPoolBase {
+ public:
+  void AppendWorkItem(RtrThreadWorkItemBase* appended) override {
+    appended->LogPush();
+    const std::lock_guard<std::mutex> lock(mutex_);
+    threads_.emplace_back([this, item = NxRef<RtrThreadWorkItemBase>(appended)] {
+      item->LogPop();
+      item->Process(this);
+      item->FinishWork();
+    });
+  }
+  int GetThreadCount() const override { return static_cast<int>(threads_.size()); }
+  void Stop() override {
+    for (std::thread& thread : threads_) thread.join();
+  }
+
+ private:
+  std::mutex mutex_;  // guards threads_
+  std::vector<std::thread> threads_;
+};
 
 constexpr int kPieces = 2;  // of each task; each finds one region
 
@@ -133,7 +154,7 @@ TEST(Engine, CarriesARegionFromTaskToTask) {
   EngineDef page, child;
   page.RegisterListener(&child);
   NxSemaphore pieces(0);  // outlives the items, whose last step is to produce it
-  testing::FixedThreadPool pool(4);
+  Threads pool;
   for (int round = 0; round < 50; ++round) {
     const NxRef<NxRegionObject> region = MakeRegion("image");  // 1
     const NxRef<NxROIDefOutput> output =

@@ -174,14 +174,5 @@ TEST(Ref, RetainsTheNewThenReleasesTheOldThenStores) {
   }
 }
 
-TEST(Ref, ComparesByAddress) {
-  const NxRef<Leaf> leaf = new Leaf;
-  const Ref base = leaf, empty;
-  EXPECT_TRUE(base == leaf && leaf == base && base == leaf.get() && leaf.get() == leaf);
-  EXPECT_TRUE(base != empty && empty == nullptr && nullptr != base && empty.get() != base);
-  EXPECT_EQ(std::unordered_set<Ref>({base, leaf, empty}).size(), 2U);
-  EXPECT_EQ(base->GetReferenceCount(), 2);
-}
-
 }  // namespace
 }  // namespace velmora

@@ -15,30 +15,6 @@ Points Ends(const Segment& segment) {
   return ends;
 }
 
-TEST(LineSegmentEnhanced, LinesByEitherCoordinate) {
-  constexpr float kNone = std::numeric_limits<float>::max();
-  struct Row {
-    const char* name;
-    Points ends;
-    Nx_Coordinates_Axis axis;
-    float slope, intercept, at7;
-  };
-  for (const Row& row : {Row{"y", {{1, 3}, {3, 7}}, CA_Y, 2, 1, 15},
-                         Row{"x", {{1, 3}, {3, 7}}, CA_X, 0.5F, -0.5F, 3},
-                         Row{"y of an upright line", {{4, 0}, {4, 8}}, CA_Y, kNone, kNone, kNone},
-                         Row{"x of it", {{4, 0}, {4, 8}}, CA_X, 0, 4, 4}}) {
-    SCOPED_TRACE(row.name);
-    const Segment segment(row.ends[0], row.ends[1]);
-    float slope = 0, intercept = 0;
-    bool isValid = false;
-    EXPECT_EQ(segment.GetLineEquation(row.axis, slope, intercept), row.slope != kNone);
-    EXPECT_EQ(slope, row.slope);
-    EXPECT_EQ(intercept, row.intercept);
-    EXPECT_EQ(row.axis == CA_X ? segment.CalcX(7, isValid) : segment.CalcY(7, isValid), row.at7);
-    EXPECT_EQ(isValid, row.slope != kNone);
-  }
-}
-
 TEST(LineSegmentEnhanced, AnglesAreReducedWhenTheyAreCompared) {
   const Segment right({0, 0}, 0, 9), downAfterATurn({0, 0}, 450, 9);
   EXPECT_EQ(right.CalcAngleBetweenLines(downAfterATurn, AD_360), 90);

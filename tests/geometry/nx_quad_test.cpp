@@ -35,29 +35,14 @@ void ExpectConsistent(const Nx_Quad& quad) {
   EXPECT_EQ(quad.IsClockWise(), fresh.IsClockWise());
 }
 
-TEST(Quad, MeasuresOfASquare) {
+TEST(Quad, HandsOutEdgesDirectionAndText) {
   Nx_Quad square(kSquare);
   Nx_LineSegmentEnhanced edges[4];
   square.GetEdges(edges, 3);
   EXPECT_EQ(edges[2].GetStartPoint(), Point()) << "all four or nothing";
   square.GetEdges(edges, 4);
   EXPECT_EQ(edges[2].GetStartPoint(), kSquare[2]);
-  EXPECT_EQ(square.GetArea(-1, -1), 100);
-  EXPECT_EQ(square.GetPerimeter(), 40);
-  EXPECT_EQ(Angles(square), std::vector<int>(4, 90));
-  EXPECT_EQ(square.GetCentralPoint(), Point(5, 5));
   EXPECT_EQ(square.GetOrientationAngle(AD_360), 0);
-  EXPECT_EQ(square.GetVerticalAngle(), 90);
-  EXPECT_TRUE(square.IsConvex() && square.IsClockWise());
-  struct Row {
-    Point p;
-    int tolerance, want;
-  };
-  for (const Row& row : {Row{{5, 5}, 1, 4}, Row{{5, 10}, 1, 2}, Row{{5, 11}, 1, 5},
-                         Row{{10, 0}, 1, 0}, Row{{10, 0}, 2, 5}, Row{{5, 0}, 0, 4}}) {
-    EXPECT_EQ(square.CalcPointPositionRelation(row.p, row.tolerance), row.want) << row.p[0];
-  }
-  EXPECT_EQ(Nx_Quad(kReversed).CalcPointPositionRelation({5, 5}, 1), 5);
   square.CalcHashID();
   const std::string& text = square.toString();
   EXPECT_EQ(text, "(0,0) (10,0) (10,10) (0,10)");
@@ -189,18 +174,9 @@ TEST(Quad, SidesOfPointsAreThoseOfTheEdges) {
   EXPECT_EQ(quad.CalcPointPositionRelation({8, 5}, 1), QPPR_OUTSIDE);
   const Nx_Quad other(kSquare);
   EXPECT_EQ(quad.CalcOverlappingAreaWithOtherQuad(&other), 60.0F);
-}
-
-TEST(Quad, OverlapIsWhatIsLeftOfTheOther) {
-  const Point diamond[] = {{5, -3}, {13, 5}, {5, 13}, {-3, 5}};
-  const Nx_Quad square(kSquare), other(diamond);
   Points polygon(1);
-  square.GetOverlappingPolygonPointsWithOtherQuad(&other, polygon);
-  EXPECT_EQ(polygon, (Points{{8, 0}, {10, 2}, {10, 8}, {8, 10}, {2, 10}, {0, 8}, {0, 2}, {2, 0}}));
-  EXPECT_EQ(square.CalcOverlappingAreaWithOtherQuad(&other), 92.0F);
-  square.GetOverlappingPolygonPointsWithOtherQuad(nullptr, polygon);
-  EXPECT_TRUE(polygon.empty());
-  EXPECT_EQ(square.CalcOverlappingAreaWithOtherQuad(nullptr), 0.0F);
+  quad.GetOverlappingPolygonPointsWithOtherQuad(nullptr, polygon);
+  EXPECT_TRUE(polygon.empty() && quad.CalcOverlappingAreaWithOtherQuad(nullptr) == 0);
 }
 
 TEST(Quad, QuickOverlapTest) {

@@ -104,8 +104,13 @@ void AddMeasures(Signature& s, const Segment& segment, const Segment& other, con
     const bool isValid = segment.GetLineEquation(axis, equation[0], equation[1]);
     s.Add("GetLineEquation of an axis", 0x120E869B, isValid, equation);
   }
-  s.Add("CalcX", 0xBB034BF0, segment.CalcX(in.p[1]));
-  s.Add("CalcY", 0xB40EC8EC, segment.CalcY(in.p[0]));
+  for (const Segment& each : {segment, Segment(in.p, 90 * (in.number % 4), 9)}) {
+    bool isValid[2];
+    const float x = each.CalcX(in.p[1], isValid[0]);
+    s.Add("CalcX", 0x86E96539, x, isValid[0]);
+    const float y = each.CalcY(in.p[0], isValid[1]);
+    s.Add("CalcY", 0xA53BF714, y, isValid[1]);
+  }
   s.Add("CalcDistanceToPoint", 0x6B4BA854, segment.CalcDistanceToPoint(in.p));
   s.Add("CalcPointStatusOnLineEquation", 0x3BBE1731, segment.CalcPointStatusOnLineEquation(in.p));
   s.Add("CalcVectorCrossProductOfTwoLines", 0xBF2EFE88,
