@@ -1,5 +1,6 @@
-# The third-party libraries of the modules and the program: picture files through stb, linear and QR codes through
-# ZBar, matrix codes through ZXing-C++, on Windows Data Matrix through libdmtx. What is missing leaves out what needs it, unless
+# The third-party libraries of the modules and the program: picture files through a library for each
+# format and written through stb, linear and QR codes through ZBar, matrix codes through ZXing-C++,
+# on Windows Data Matrix through libdmtx. What is missing leaves out what needs it, unless
 # VELMORA_REQUIRE_RECOGNITION says that everything must be there, as the scripts do.
 
 option(VELMORA_REQUIRE_RECOGNITION "Fail if a library that modules use is missing" OFF)
@@ -21,6 +22,36 @@ if(STB_INCLUDE_DIR)
   target_compile_options(velmora_stb INTERFACE -idirafter ${STB_INCLUDE_DIR})
 endif()
 velmora_recognition_library(stb "install libstb-dev")
+
+# What decodes picture files; on Windows static libraries, so libtiff's own needs come behind it.
+set(advice "install libspng-dev, libjpeg62-turbo-dev, libwebp-dev, libgif-dev and libtiff-dev")
+set(decoder_names spng webp gif tiff jpeg)
+set(decoder_definitions)
+if(WIN32)
+  set(advice "run scripts/cross-libraries")
+  set(decoder_names spng webpdecoder gif tiff jpeg z)
+  set(decoder_definitions SPNG_STATIC)
+endif()
+set(decoder_headers spng.h webp/decode.h gif_lib.h tiffio.h jpeglib.h)
+set(decoder_libraries)
+set(decoder_includes)
+foreach(name IN LISTS decoder_names)
+  find_library(VELMORA_${name}_LIBRARY ${name})
+  list(APPEND decoder_libraries ${VELMORA_${name}_LIBRARY})
+endforeach()
+foreach(header IN LISTS decoder_headers)
+  string(MAKE_C_IDENTIFIER ${header} name)
+  find_path(VELMORA_${name}_INCLUDE_DIR ${header})
+  list(APPEND decoder_includes ${VELMORA_${name}_INCLUDE_DIR})
+endforeach()
+list(REMOVE_DUPLICATES decoder_includes)
+if(NOT "${decoder_libraries};${decoder_includes}" MATCHES "NOTFOUND")
+  add_library(velmora_image_decoders INTERFACE)
+  target_include_directories(velmora_image_decoders SYSTEM INTERFACE ${decoder_includes})
+  target_link_libraries(velmora_image_decoders INTERFACE ${decoder_libraries})
+  target_compile_definitions(velmora_image_decoders INTERFACE ${decoder_definitions})
+endif()
+velmora_recognition_library(image_decoders ${advice})
 
 if(WIN32)
   set(advice "run scripts/cross-libraries")

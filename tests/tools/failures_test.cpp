@@ -129,6 +129,25 @@ TEST(Outputs, ThatAreInTheWayEndTheRun) {
             "velmora-capture: standard output cannot be written");
 }
 
+// Spoilt pictures fail alone, each for its own reason.
+TEST(Files, MayHoldNoPicture) {
+  const TemporaryDirectory folder;
+  WriteFile(folder / "cut.pgm", "P5 400 300 255\n" + std::string(400 * 299, ' '));
+  WriteFile(folder / "empty.pgm", "P5 400 0 255\n");
+  WriteFile(folder / "huge.ppm", "P6 20000 20000 255\n");
+  std::string jpeg = testing::ReadFile("samples/none.jpg");
+  for (std::size_t at = jpeg.find("\xFF\xDB") + 2; at < 200; ++at) jpeg[at] = '\xFE';
+  WriteFile(folder / "tables.jpg", jpeg);
+  ExpectRun(RunCapture({folder.GetPath().string(), "samples/qr.png"}), 1,
+            "5 images, 1 read, 4 failed, 1 code;",
+            "too large: 20000 x 20000 pixels, the limit is 268435456 (-10012)");
+  const CaptureRun run = RunCapture({folder.GetPath().string()});
+  for (const char* reason : {"cut.pgm: Failed to read the image. the file ends within the picture",
+                             "empty.pgm: Failed to read the image. a picture of 400 x 0 pixels",
+                             "tables.jpg: Failed to read the image. "})
+    EXPECT_PRED_FORMAT2(::testing::IsSubstring, reason, run.err);
+}
+
 // Every name in UTF-8, whatever the system's own encoding, also where it has none for a letter.
 TEST(Files, MayHaveAnyName) {
   const TemporaryDirectory folder;

@@ -66,10 +66,10 @@ TEST(Run, TellsWhatWasReadAndWhatWasNot) {
                {"samples/broken.png", "no such.png", "samples/expected.tsv", "samples/none.jpg"},
                1,
                "samples/none.jpg: 640x480, no code\n4 images, 1 read, 3 failed, 0 codes;",
-               "samples/broken.png: Failed to read the image. Corrupt PNG (-10012)\n"
+               "samples/broken.png: Failed to read the image. the file ends within the "
+               "picture (-10012)\n"
                "no such.png: The file is not found. (-10005)\n"
-               "samples/expected.tsv: The file type is not supported. Image not of any known type, "
-               "or corrupt (-10006)\n"},
+               "samples/expected.tsv: The file type is not supported. (-10006)\n"},
            Row{"UTF-8 in and out",
                {"--json", "gr\xC3\xBC\xC3\x9F.png"},
                1,

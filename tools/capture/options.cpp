@@ -58,7 +58,8 @@ struct Row {
 // The help text, the man page and the completion of shells are all made from it.
 constexpr Row kRows[] = {
     {"", "What to read", "", nullptr},
-    {"", "FILE", "a picture: PNG, JPEG, BMP, PGM or PPM; pipes too", nullptr},
+    {"", "FILE", "a picture: PNG, JPEG, WebP, GIF, TIFF,\nBMP, PBM, PGM, PPM or PAM; pipes too",
+     nullptr},
     {"", "DIRECTORY", "every picture in it and below it", nullptr},
     {"", "-", "the files named on standard input, one per line", nullptr},
     {"-0", "", "names on standard input end in NUL, as find -print0 writes them",

@@ -1,16 +1,16 @@
 #include "velmora_capture/image_file/image_file.h"
 
-#include <stb_image.h>
 #include <stb_image_write.h>
 
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
+#include <cstdlib>
 #include <filesystem>
-#include <limits>
 #include <new>
 #include <system_error>
 
+#include "velmora_capture/image_file/internal/decoder.h"
 #include "velmora_capture/image_file/open_file.h"
 
 namespace velmora::capture {
@@ -19,10 +19,17 @@ using namespace basic_structures;
 
 namespace {
 
-constexpr const char* kExtensions[] = {".png", ".jpg", ".jpeg", ".bmp", ".pgm", ".ppm", ".pnm"};
+constexpr const Decoder* kDecoders[] = {&kPngDecoder,  &kJpegDecoder, &kWebpDecoder, &kGifDecoder,
+                                        &kTiffDecoder, &kBmpDecoder,  &kPnmDecoder};
+
+constexpr const char* kExtensions[] = {".png", ".jpg", ".jpeg", ".webp", ".gif", ".tif", ".tiff",
+                                       ".bmp", ".pbm", ".pgm",  ".ppm",  ".pnm", ".pam"};
+
+// Text formats spend up to twelve bytes on a pixel; what is not pixels gets a MiB.
+constexpr std::int64_t kMostFileBytes = 12 * kMaxPixels + (std::int64_t{1} << 20);
 
 void FreePixels(const unsigned char* pixels) {
-  stbi_image_free(const_cast<unsigned char*>(pixels));
+  std::free(const_cast<unsigned char*>(pixels));
 }
 
 // Rows of grey or R, G, B without padding.
@@ -61,30 +68,25 @@ File OpenToRead(const std::string& path, LoadedImage& failure) {
 
 LoadedImage DecodeImage(const unsigned char* bytes, std::size_t size, const CImageTag& tag,
                         std::int64_t maxPixels) {
-  int width = 0;
-  int height = 0;
-  int channels = 0;
-  const int length = static_cast<int>(std::min<std::size_t>(size, std::numeric_limits<int>::max()));
-  if (stbi_info_from_memory(bytes, length, &width, &height, &channels) == 0) {
-    const std::string reason = stbi_failure_reason();
-    const bool isTooLarge = reason.find("large") != std::string::npos;
-    return {nullptr, isTooLarge ? EC_ImageReadFailed : EC_FileTypeNotSupported, reason};
+  const FileBytes file{bytes, size};
+  const auto decoder = std::find_if(std::begin(kDecoders), std::end(kDecoders),
+                                    [&](const Decoder* known) { return known->isFormat(file); });
+  if (decoder == std::end(kDecoders)) return {nullptr, EC_FileTypeNotSupported, {}};
+  try {
+    PictureBuffer buffer(maxPixels);
+    (*decoder)->decode(file, buffer);
+    const ImagePixelFormat format =
+        buffer.GetChannels() == 1 ? PXF_Grayscale8 : PXF_Colour888Reversed;
+    auto image = std::make_unique<CImageData>(buffer.GetSize(), buffer.GetRow(0), &FreePixels,
+                                              buffer.GetWidth(), buffer.GetHeight(),
+                                              buffer.GetStride(), format, 0, &tag);
+    buffer.Release();  // the image has taken it over
+    return {std::move(image), EC_Ok, {}};
+  } catch (const PictureError& error) {
+    return {nullptr, EC_ImageReadFailed, error.what()};
+  } catch (const std::bad_alloc&) {
+    return {nullptr, EC_NoMemory, {}};
   }
-  if (std::int64_t{width} * height > maxPixels)
-    return {nullptr, EC_ImageReadFailed,
-            "too large: " + std::to_string(width) + " x " + std::to_string(height) +
-                " pixels, the limit is " + std::to_string(maxPixels)};
-  const int wanted = channels <= 2 ? 1 : 3;  // without alpha
-  unsigned char* pixels = stbi_load_from_memory(bytes, length, &width, &height, &channels, wanted);
-  if (pixels == nullptr) return {nullptr, EC_ImageReadFailed, stbi_failure_reason()};
-  const int stride = width * wanted;
-  const unsigned long long pixelBytes =
-      static_cast<unsigned long long>(stride) * static_cast<unsigned>(height);
-  const ImagePixelFormat format = wanted == 1 ? PXF_Grayscale8 : PXF_Colour888Reversed;
-  return {std::make_unique<CImageData>(pixelBytes, pixels, &FreePixels, width, height, stride,
-                                       format, 0, &tag),
-          EC_Ok,
-          {}};
 }
 
 LoadedImage LoadImageFile(const std::string& path, int imageId) {
@@ -98,6 +100,8 @@ LoadedImage LoadImageFile(const std::string& path, int imageId) {
     bytes.resize(size + kBlock);
     count = std::fread(&bytes[size], 1, kBlock, file.get());
     bytes.resize(size + count);
+    if (static_cast<std::int64_t>(bytes.size()) > kMostFileBytes)
+      return {nullptr, EC_ImageReadFailed, "too large for a picture of the pixels allowed"};
   }
   if (std::ferror(file.get()) != 0)
     return {nullptr, EC_ImageReadFailed, std::generic_category().message(errno)};

@@ -34,12 +34,15 @@ VELMORA_CAPTURE_EXPORT File OpenToRead(const std::string& path, LoadedImage& fai
 /// Pixels of an image that is decoded, unless the caller says otherwise: 16384 x 16384.
 inline constexpr std::int64_t kMaxPixels = std::int64_t{1} << 28;
 
-/// Decodes the bytes of a PNG, JPEG, BMP, PGM or PPM file. Grey pictures stay grey, others become
-/// RGB.
+/// Decodes the bytes of a PNG, JPEG, WebP, GIF, TIFF, BMP, PBM, PGM, PPM or PAM file, whatever its
+/// name. Grey pictures stay grey, others become RGB; what is transparent shows white. Of a GIF or
+/// TIFF with several pictures the first one is taken. A file that ends too early is an error.
 ///
 /// @param bytes      @p size bytes, borrowed for the call
 /// @param tag        cloned into the image
 /// @param maxPixels  a larger image is not decoded: EC_ImageReadFailed
+/// @return EC_FileTypeNotSupported for bytes of no such file, EC_ImageReadFailed for broken ones,
+///         EC_NoMemory
 VELMORA_CAPTURE_EXPORT LoadedImage DecodeImage(const unsigned char* bytes, std::size_t size,
                                                const basic_structures::CImageTag& tag,
                                                std::int64_t maxPixels = kMaxPixels);
