@@ -1,0 +1,6 @@
+#include "fuzz/decoder_fuzz.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  velmora::capture::FuzzDecoder(velmora::capture::kGifDecoder, data, size);
+  return 0;
+}
