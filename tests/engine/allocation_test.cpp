@@ -1,5 +1,12 @@
-// What happens when memory runs out, and in the middle of an operation that allocates. The allocation
-// of this program can be told to do something in place of giving memory.
+// What happens when memory or mutexes run out, and in the middle of an operation that allocates. The
+// allocation of this program can be told to do something in place of giving memory.
+#include <dlfcn.h>
+#include <json/value.h>
+#include <pthread.h>
+
+#include <cerrno>
+#include <system_error>
+
 #include "examples/module_author/spot_item.h"
 #include "tests/engine/engine_objects.h"
 
@@ -9,6 +16,7 @@ void Fail() {
 }
 
 int allocationsLeft = INT_MAX;
+int locksLeft = INT_MAX;
 void (*whenNoneAreLeft)() = Fail;
 }  // namespace
 
@@ -22,6 +30,13 @@ void (*whenNoneAreLeft)() = Fail;
 }
 [[gnu::noinline]] void operator delete(void* memory, std::size_t /*size*/) noexcept {
   std::free(memory);
+}
+
+// Stands before the system's.
+extern "C" int pthread_mutex_lock(pthread_mutex_t* mutex) noexcept {
+  static const auto lock =
+      reinterpret_cast<int (*)(pthread_mutex_t*)>(dlsym(RTLD_NEXT, "pthread_mutex_lock"));
+  return locksLeft-- <= 0 ? EAGAIN : lock(mutex);
 }
 
 namespace velmora {
@@ -52,6 +67,10 @@ TEST(Allocation, LeavesResultsAsTheyWereWhenItFails) {
   child.AddResultItemExternal(item.get());
   EXPECT_FALSE(RunsOutOfMemory(0, [&] { child.RemoveResultItem(item.get()); }));
   EXPECT_EQ(item->GetReferenceCount(), 1);
+  locksLeft = 1;  // for the child and not for the parent
+  EXPECT_THROW(child.RemoveResultItem(item.get()), std::system_error);
+  locksLeft = INT_MAX;
+  EXPECT_FALSE(child.HasResultItem(item.get())) << "and the lock is not left behind";
   EXPECT_TRUE(RunsOutOfMemory(0, [&] { child.SetErrorCode(-10026); }));
   EXPECT_EQ(child.GetErrorCode(), 0);
 }
@@ -67,6 +86,18 @@ TEST(Allocation, EmptyResultIsTakenBackIfTheOutputIsFinishedMeanwhile) {
   allocationsLeft = INT_MAX;
   EXPECT_EQ(output.GetResultStatus(), TOS_FINISHED);
   EXPECT_EQ(output.GetResultCount(), 0);
+}
+
+// With as many records waiting as may, one more writes the oldest, which takes memory too.
+TEST(Allocation, FilesNoJsonRecordThatItThrowsFor) {
+  const testing::ScopedLog file(LM_Text, 1);
+  NxLog& log = NxLog::GetInstance();
+  for (int i = 0; i < 4'096; ++i) log.AddJsonRecord(Json::objectValue);
+  int allocations = 0;
+  while (RunsOutOfMemory(allocations, [&] { log.AddJsonRecord(allocations); })) ++allocations;
+  EXPECT_TRUE(log.OutputJsonLog());
+  const std::string last = "}\n" + std::to_string(allocations) + "\n", text = file.Text();
+  EXPECT_EQ(text.substr(text.size() - std::min(text.size(), last.size())), last);
 }
 
 struct EmptySource : basic_structures::CImageSourceAdapter {

@@ -29,9 +29,10 @@ bool OutputOldest(LogState& state) VELMORA_REQUIRES(state.lock) {
 std::uint64_t NxLog::AddJsonRecord(const Json::Value& record) {
   LogState& state = GetLogState();
   const Lock lock(state.lock);
-  state.jsonRecords.emplace(state.lastRecordNumber + 1, record);
-  while (state.jsonRecords.size() > kWaitingRecords && OutputOldest(state)) {
+  // Before the record is filed: without memory for the text of another, it is not filed at all.
+  while (state.jsonRecords.size() >= kWaitingRecords && OutputOldest(state)) {
   }
+  state.jsonRecords.emplace(state.lastRecordNumber + 1, record);
   return ++state.lastRecordNumber;
 }
 

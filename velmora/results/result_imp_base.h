@@ -54,7 +54,8 @@ class VELMORA_EXPORT ResultImpBase : public NxObjectBase {
   /// Appends @p item, an empty reference too; not forwarded.
   void AddResultItem(NxRef<NxvItemBase> item);
 
-  /// Appends @p item here and in the enclosing results, or nowhere if memory runs out.
+  /// Appends @p item here and in the enclosing results, or nowhere if memory runs out; an item that
+  /// no reference holds is destroyed then.
   /// @return 0; -10002 (`EC_NullPointer`) for null, with nothing added
   int AddResultItemExternal(NxvItemBase* item);
 
