@@ -216,7 +216,13 @@ TEST_F(RegionObject, MayCutTheRingItIsIn) {
 TEST_F(RegionObject, IsMarkedCopiedReadAndRetainedByManyThreads) {
   for (int i = 0; i < 100; ++i) {
     const NxRef<SpotRegion> spot = new SpotRegion(nullptr, info_, Nx_Quad(kPart.data()));
-    testing::RunTogether(3, [&](int thread) {
+    testing::RunTogether(4, [&](int thread) {
+      if (thread == 3) {
+        NxRegionObject assigned;
+        assigned = *spot;
+        EXPECT_EQ(assigned.GetRegionHashId(), kPartHashId);
+        return;
+      }
       NxRegionObject copy(*spot);
       if (thread == 0) copy.SetUpload();
       if (thread == 1) copy.SetInvalid();

@@ -66,7 +66,11 @@ NxRegionObject& NxRegionObject::operator=(const NxRegionObject& other) {
   // alive, which must then live until all is copied.
   const NxRef<NxRegionObject> oldReferenceRegion = referenceRegion_;
   const NxRef<NxRegionImageInfo> oldImageInfo = imageInfo_;
-  Nx_Quad::operator=(other);
+  {
+    const HashIdLock otherIsLocked = other.LockHashId();
+    Nx_Quad::operator=(other);
+    SetRegionHashId(other.hashId_);
+  }
   type_ = other.type_;
   source_ = other.source_;
   isWholeImage_ = other.isWholeImage_;
@@ -77,7 +81,6 @@ NxRegionObject& NxRegionObject::operator=(const NxRegionObject& other) {
   isImageDataValid_ = other.isImageDataValid_;
   score_ = other.score_;
   status_ = other.status_;
-  SetRegionHashId(other.hashId_);
   targetRoiDefName_ = other.targetRoiDefName_;
   productTaskName_ = other.productTaskName_;
   workModesState_ = other.workModesState_;

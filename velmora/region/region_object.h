@@ -46,10 +46,10 @@ enum RegionObjectDuplicateStatus : std::int32_t {
 /// Move a region with `SetLocationWithQuadrilateral`. The inherited operations that change the
 /// quadrilateral leave the whole-image flag and the hash id as they were.
 ///
-/// @threadsafety any number of readers, of which copying and `GetRegionHashId` are two; the status
-///               bits and the work-mode operations also while others set them. Everything else is
-///               set before the region is shared, the cached measures of the quadrilateral
-///               included.
+/// @threadsafety any number of readers, of which copying, assigning from the region and
+///               `GetRegionHashId` are three; the status bits and the work-mode operations also
+///               while others set them. Everything else is set before the region is shared, the
+///               cached measures of the quadrilateral included.
 class VELMORA_EXPORT NxRegionObject : public Nx_Quad {
  public:
   /// Region type 0, no source image, an image info without an image and with the identity.
