@@ -134,6 +134,13 @@ TEST(SectionResultsCache, KeepsTwoListsASection) {
   EXPECT_TRUE(cache.GetResults(absent).empty() && cache.GetAuxiliaryResults(early).empty());
   const NxSectionResultsCache::ResultMap all = {{early, {b, a}}, {late, {a, b}}, {absent, {}}};
   EXPECT_EQ(cache.GetAllSectionResults(), all);
+  const auto newLooking = [&] {  // finds no destroyed region in the list that it leaves
+    return new Asking<NxRegionObject>([&] {
+      for (const auto& each : cache.GetResults(late)) EXPECT_GT(each->GetReferenceCount(), 0);
+    });
+  };
+  cache.SetResults(late, {newLooking(), newLooking()});
+  cache.SetResults(late, {a});
 }
 
 TEST(DependencyFinishFlag, FilesChildrenByTaskFullName) {

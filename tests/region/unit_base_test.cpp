@@ -90,6 +90,8 @@ TEST(SectionResultUnit, KeepsTheOrderOfItsElements) {
   unit.SetElement(0, a);
   unit.SetElements({b, newLooking(), newLooking()});
   unit.ClearElements();
+  unit.SetElements({newLooking(), newLooking(), newLooking()});
+  unit = SectionResultUnitBase(nullptr, nullptr);
   EXPECT_EQ(copy.GetElementsVec().size(), 4U);
   EXPECT_EQ(a->GetReferenceCount() + b->GetReferenceCount() + c->GetReferenceCount(), 3 + 4);
 }
@@ -110,6 +112,13 @@ TEST(IntermediateResult, ShowsTheUnitsWhosePublicFaceWasFound) {
   });
   EXPECT_EQ(seen.GetIntermediateResultUnit(1), unasked.get());
   EXPECT_EQ(unasked->GetReferenceCount(), 3);
+  NxIntermediateResult left;
+  const auto look = [&left] {  // finds no destroyed unit in the list that it leaves
+    for (const auto& each : left.GetUnitsVec()) EXPECT_GT(each->GetReferenceCount(), 0);
+  };
+  for (int i = 0; i < 2; ++i)
+    left.AddUnit(new testing::Asking<SectionResultUnitBase>(look, nullptr, nullptr));
+  left = NxIntermediateResult();
 }
 
 }  // namespace

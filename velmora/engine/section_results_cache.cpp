@@ -14,7 +14,7 @@ void NxSectionResultsCache::PushBackResult(SectionType section, NxRef<NxRegionOb
 }
 
 void NxSectionResultsCache::SetResults(SectionType section, const Regions& regions) {
-  results[section] = regions;
+  Regions(regions).swap(results[section]);  // the old are released when the list is whole again
 }
 
 const NxSectionResultsCache::Regions& NxSectionResultsCache::GetResults(SectionType section) {

@@ -9,7 +9,15 @@ using intermediate_results::CIntermediateResultUnit;
 
 NxIntermediateResult::NxIntermediateResult() = default;
 NxIntermediateResult::NxIntermediateResult(const NxIntermediateResult& other) = default;
-NxIntermediateResult& NxIntermediateResult::operator=(const NxIntermediateResult& other) = default;
+
+NxIntermediateResult& NxIntermediateResult::operator=(const NxIntermediateResult& other) {
+  CIntermediateResult::operator=(other);
+  NxObjectBase::operator=(other);
+  auto units = other.units_;
+  units_.swap(units);  // the old are released when the list is whole again
+  return *this;
+}
+
 NxIntermediateResult::~NxIntermediateResult() = default;
 
 void NxIntermediateResult::AddUnit(NxRef<SectionResultUnitBase> unit) {

@@ -81,8 +81,13 @@ SectionResultUnitBase::SectionResultUnitBase(NxSourceImageObject* source, NxRegi
 
 SectionResultUnitBase::SectionResultUnitBase(const SectionResultUnitBase& other) = default;
 
-SectionResultUnitBase& SectionResultUnitBase::operator=(const SectionResultUnitBase& other) =
-    default;
+SectionResultUnitBase& SectionResultUnitBase::operator=(const SectionResultUnitBase& other) {
+  NxUnitBase::operator=(other);
+  source_ = other.source_;
+  info_ = other.info_;
+  SetElements(other.elements_);
+  return *this;
+}
 
 SectionResultUnitBase::~SectionResultUnitBase() = default;
 
