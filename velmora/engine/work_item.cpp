@@ -96,9 +96,9 @@ ExecutableWorkItem::~ExecutableWorkItem() = default;
 void ExecutableWorkItem::Process(ThreadPoolBase* pool) {
   Trace("WorkPriorityInfo WorkStart: %s", *this);
   NxSourceImageObject* const source = SourceImageOf(*output_);
-  output_->SetThreadPool(pool);
   if (workObject_ == nullptr) return SetWorkFinished();  // no work will
   const ActiveWorkGuard active(workObject_->GetManagerPool(), this);
+  output_->SetThreadPool(pool);
   const int code = workObject_->Work(this, GetSemaphore());
   if (code != EC_Ok && source != nullptr) {
     source->AddErrorCodeInfo(static_cast<ErrorCode>(code), workObject_->GetTargetDefNamePtr(),
