@@ -17,8 +17,7 @@ namespace velmora::platform {
 /// `pthread_mutex_t` elsewhere.
 ///
 /// `SectionLock` holds it for a scope, as does `std::lock_guard`, which clang's analysis does not
-/// follow. The thread that holds it may
-/// lock it again and must unlock it as often.
+/// follow. The thread that holds it may lock it again and must unlock it as often.
 ///
 /// @threadsafety lock() and unlock() from any thread; construction, assignment and destruction
 ///               only while nobody else uses the object
