@@ -83,10 +83,10 @@ TEST(DecodeImage, ReadsEveryFormat) {
     const bool isLossy = name.find("jpeg") != name.npos || name.find("lossy") != name.npos;
     const int tolerance = isLossy ? 16 : name.find("bmp/colour-16") == 0 ? 8 : 1;
     const Colours colours = ColoursOf(picture);
-    ExpectColour(image, 1, 2, colours[0], tolerance);
-    ExpectColour(image, 16, 1, colours[1], tolerance);
-    ExpectColour(image, 16, 12, colours[2], tolerance);
-    ExpectColour(image, 0, 12, colours[3], tolerance);
+    const int step = isLossy ? 12 : 1;  // lossy formats blur the border of the fields
+    for (int y = 0; y < 13; y += step)
+      for (int x = 0; x < 17; x += step)
+        ExpectColour(image, x, y, colours[y < 8 ? (x < 8 ? 0 : 1) : (x < 8 ? 3 : 2)], tolerance);
   }
 }
 
@@ -135,6 +135,19 @@ TEST(DecodeImage, SurvivesFlippedBits) {
   EXPECT_GT(pictures, 500);
 }
 
+// A TIFF of two rows of a grey pixel of 16 bits, each in a strip of its own, behind the directory.
+std::string TinyTiff(const std::string& pixels) {
+  std::string bytes("II*\0\x08\0\0\0\x08\0", 10);
+  constexpr unsigned kEntries[][3] = {{256, 1, 1}, {257, 1, 2},          {258, 1, 16},
+                                      {259, 1, 1}, {262, 1, 1},          {273, 2, 110 | 112 << 16},
+                                      {278, 1, 1}, {279, 2, 2 | 2 << 16}};
+  for (const auto& [tag, count, value] : kEntries)
+    for (const unsigned byte :
+         {tag, tag >> 8, 3U, 0U, count, 0U, 0U, 0U, value, value >> 8, value >> 16, value >> 24})
+      bytes += static_cast<char>(byte & 255);
+  return bytes + std::string(4, '\0') + pixels;
+}
+
 TEST(DecodeImage, SaysWhatIsWrong) {
   struct Row {
     const char* name;
@@ -159,6 +172,7 @@ TEST(DecodeImage, SaysWhatIsWrong) {
            Row{"no maximum", "P2 1 1 0 0", EC_ImageReadFailed, "a faulty header"},
            Row{"depth 5", "P7\nWIDTH 1\nHEIGHT 1\nDEPTH 5\nMAXVAL 255\nENDHDR\n     ",
                EC_ImageReadFailed, "a faulty header"},
+           Row{"a strip cut short", TinyTiff("\x01\x20\x02"), EC_ImageReadFailed, ""},
            Row{"3 bits", "BM....\0\0\0\0\x1A\0\0\0\x0C\0\0\0\x01\0\x01\0\x01\0\x03\0    "s,
                EC_ImageReadFailed, "pixels of 3 bits"},
        }) {
@@ -191,6 +205,7 @@ TEST(DecodeImage, KnowsTheFineprint) {
                "P7\nWIDTH 2\nHEIGHT 1\nDEPTH 2\nMAXVAL 255\nENDHDR\n\x64\xFF\x64\0"s,
                {100, 255}},
            Row{"a size once more", "P5 1 1 255\n1P5 1 1 255\n2", {'1'}},
+           Row{"16 bits of a TIFF", TinyTiff("\x01\x20\x02\x40"), {0x20, 0x40}},
            Row{"BMP from the top",
                bmp32("\xFE\xFF\xFF\xFF"s,
                      "abc\xFF"s
