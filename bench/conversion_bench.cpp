@@ -1,8 +1,9 @@
 // Pixel conversions beside memcpy of the same traffic, a naive loop, libyuv and OpenCV on one
-// thread. The conversions make their result image in each call, as for a stream of frames, in memory
-// that the heap has had before; the others write to one buffer. At the end a table of ratios: how
-// many times faster than the conversion a peer is (above 1: the peer wins). Where a peer rounds
-// differently (libyuv's full-range grey, other YUV constants), its work is of the same kind and size.
+// thread. The conversions make their result image in each call, as for a stream of frames, in
+// memory that the heap has had before; the others write to one buffer. At the end a table of
+// ratios: how many times faster than the conversion a peer is (above 1: the peer wins). Where a
+// peer rounds differently (libyuv's full-range grey, other YUV constants), its work is of the same
+// kind and size.
 
 #include <benchmark/benchmark.h>
 
@@ -102,8 +103,8 @@ void Register(const Conversion& conversion, const Size& size) {
   }
 }
 
-// Collects the shortest time of all repetitions (longer ones measure the neighbours, too) and prints
-// them beside each other.
+// Collects the shortest time of all repetitions (longer ones measure the neighbours, too) and
+// prints them beside each other.
 class RatioReporter : public benchmark::ConsoleReporter {
  public:
   using ConsoleReporter::ConsoleReporter;

@@ -1,6 +1,7 @@
 // What one work item costs: taken from a table, registered, run with an empty work object, finished
-// with an empty result, signalled, and freed. Beside it, oneTBB runs an empty task. At the end a table:
-// what both cost at each size, and how much an item costs more among a million than among a thousand.
+// with an empty result, signalled, and freed. Beside it, oneTBB runs an empty task. At the end a
+// table: what both cost at each size, and how much an item costs more among a million than among a
+// thousand.
 #include <benchmark/benchmark.h>
 #include <tbb/task_arena.h>
 #include <tbb/task_group.h>

@@ -1,5 +1,5 @@
-// Copying and destroying references: NxRef beside boost::intrusive_ptr with an atomic counter, and a
-// raw pointer as the floor.
+// Copying and destroying references: NxRef beside boost::intrusive_ptr with an atomic counter, and
+// a raw pointer as the floor.
 
 #include <benchmark/benchmark.h>
 

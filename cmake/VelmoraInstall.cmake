@@ -1,5 +1,5 @@
-# cmake --install and the package that find_package(VelmoraCore 4.6 CONFIG) finds. The installed tree
-# may be moved anywhere.
+# cmake --install and the package that find_package(VelmoraCore 4.6 CONFIG) finds. The installed
+# tree may be moved anywhere.
 
 include(CMakePackageConfigHelpers)
 

@@ -1,6 +1,7 @@
 # Options and the compile settings that every target of this tree shares.
 
-option(VELMORA_BUILD_CAPTURE "Build the module kit, the modules and velmora-capture" ${PROJECT_IS_TOP_LEVEL})
+option(VELMORA_BUILD_CAPTURE "Build the module kit, the modules and velmora-capture"
+       ${PROJECT_IS_TOP_LEVEL})
 option(VELMORA_BUILD_TESTS "Build the test programs" ${PROJECT_IS_TOP_LEVEL})
 option(VELMORA_BUILD_EXAMPLES "Build the example programs" ${PROJECT_IS_TOP_LEVEL})
 option(VELMORA_BUILD_BENCHMARKS "Build the benchmarks beside their peers" OFF)

@@ -28,7 +28,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (result == nullptr) return 0;
   unsigned long long sum = 0;
   for (unsigned long long i = 0; i < result->GetBytesLength(); ++i) sum += result->GetBytes()[i];
-  if (result->GetWidth() != width || result->GetHeight() != height || sum > 255ULL * 3 * (1U << 31))
+  if (result->GetWidth() != width || result->GetHeight() != height ||
+      sum > 255ULL * 3 * (1U << 31)) {
     std::abort();
+  }
   return 0;
 }

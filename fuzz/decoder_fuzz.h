@@ -25,8 +25,9 @@ inline void FuzzDecoder(const Decoder& decoder, const std::uint8_t* data, std::s
   }
   const int channels = buffer.GetChannels();
   if ((channels != 1 && channels != 3) || buffer.GetWidth() < 1 || buffer.GetHeight() < 1 ||
-      std::int64_t{buffer.GetWidth()} * buffer.GetHeight() > kMaxPixels)
+      std::int64_t{buffer.GetWidth()} * buffer.GetHeight() > kMaxPixels) {
     std::abort();
+  }
   // Reads every pixel, so that the sanitizer sees whether they are all there.
   volatile unsigned sum =
       std::accumulate(buffer.GetRow(0), buffer.GetRow(0) + buffer.GetSize(), 0U);

@@ -27,8 +27,9 @@ Nx_Quad ConsumeQuad(FuzzedDataProvider& input, int limit) {
 
 void Measure(const Nx_Quad& quad, const Nx_Quad& other, const NxPoint_<int>& point) {
   if (quad.GetArea(-1, -1) < 0) std::abort();
-  for (int i = 0; i < 4; ++i)
+  for (int i = 0; i < 4; ++i) {
     if (quad.GetInteriorAngles()[i] < 0 || quad.GetInteriorAngles()[i] > 359) std::abort();
+  }
   quad.CalcPointPositionRelation(point, 3);
   quad.IsOverlapWithOtherQuad(other, 0.25F);
   quad.CalcOverlappingAreaWithOtherQuad(&other);
@@ -42,8 +43,9 @@ void CompareWithValue(const Nx_Quad& quad, const NxPoint_<int>& point) {
   basic_structures::CQuadrilateral value;
   quad.ConvertToQuadrilateral(value);
   if (value.GetArea() != quad.GetArea(-1, -1) ||
-      value.Contains(&point) != quad.IsPointInQuadrilateral(&point))
+      value.Contains(&point) != quad.IsPointInQuadrilateral(&point)) {
     std::abort();
+  }
 }
 
 void Move(Nx_Quad& quad, FuzzedDataProvider& input) {
@@ -71,8 +73,9 @@ void ListPixels(FuzzedDataProvider& input) {
   const Nx_Quad quad = ConsumeQuad(input, 3000);
   std::vector<NxPoint_<int>> pixels;
   quad.GetAllPixels(pixels, PXM_CHAIN, 1, 640, 480);
-  for (const NxPoint_<int>& pixel : pixels)
+  for (const NxPoint_<int>& pixel : pixels) {
     if (pixel[0] < 0 || pixel[0] > 319 || pixel[1] < 0 || pixel[1] > 239) std::abort();
+  }
 }
 
 }  // namespace

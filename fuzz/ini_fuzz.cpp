@@ -23,8 +23,9 @@ const std::string& FileName() {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   std::FILE* const file = std::fopen(FileName().c_str(), "wb");
-  if (file == nullptr || std::fwrite(data, 1, size, file) != size || std::fclose(file) != 0)
+  if (file == nullptr || std::fwrite(data, 1, size, file) != size || std::fclose(file) != 0) {
     std::abort();
+  }
   velmora::INI_IO ini;
   if (!ini.Load(FileName().c_str())) std::abort();
   ini.GetInt("Log", "Level");

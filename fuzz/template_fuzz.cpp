@@ -14,9 +14,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     return 0;
   }
   const Template read = ReadTemplate(document);
-  for (const TemplateError& error : document.GetErrors())
-    if (error.file != "T" || error.line < 1 || error.column < 1 || error.message.empty())
+  for (const TemplateError& error : document.GetErrors()) {
+    if (error.file != "T" || error.line < 1 || error.column < 1 || error.message.empty()) {
       std::abort();
+    }
+  }
   if (document.GetErrors().empty() && (read.name.empty() || read.definitions.empty())) std::abort();
   return 0;
 }

@@ -122,8 +122,8 @@ class VELMORA_CAPTURE_EXPORT Capture {
 
   /// Captures one image and waits for the result. The pixels are borrowed until it returns.
   ///
-  /// @return never empty; what went wrong is in the result: `EC_CallRejectedWhileCapturing` (-10062) if
-  ///         the caller is a thread of this Capture's pool
+  /// @return never empty; what went wrong is in the result: `EC_CallRejectedWhileCapturing`
+  ///         (-10062) if the caller is a thread of this Capture's pool
   /// @throws std::bad_alloc if there is no memory even for a result that says so
   NxRef<CaptureResult> Read(const basic_structures::CImageData& image);
 
@@ -134,8 +134,8 @@ class VELMORA_CAPTURE_EXPORT Capture {
   /// Takes images from @p source until it has no more, and hands the results to @p handler, on the
   /// calling thread.
   ///
-  /// The source is fetching already. `source.GetImage` is asked every 5 ms while it has nothing, and
-  /// at once after `NotifySource`.
+  /// The source is fetching already. `source.GetImage` is asked every 5 ms while it has nothing,
+  /// and at once after `NotifySource`.
   /// The source's errors are results too (`ReadErrorSource`). Ends early when the run is cancelled.
   /// What the handler throws leaves `Run` once nothing is in flight.
   ///

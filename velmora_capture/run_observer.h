@@ -57,7 +57,8 @@ class RunObserver {
 
   /// The calling thread begins to work under this name, before its first span: "pool 1".
   virtual void OnThreadStarted(const char* /*name*/) {}
-  /// The calling thread has ended a span; or, of `kRead`, the thread of the image source of its Run.
+  /// The calling thread has ended a span; or, of `kRead`, the thread of the image source of its
+  /// Run.
   virtual void OnSpan(const RunSpan& span) = 0;
 };
 

@@ -12,8 +12,8 @@ class Nx_WorkObjectBase;
 
 namespace velmora::kit {
 
-/// The layout that a module and the capture library must share: that of the objects in the kit's and
-/// the core's headers, and the order of their virtual functions. A change to either raises it.
+/// The layout that a module and the capture library must share: that of the objects in the kit's
+/// and the core's headers, and the order of their virtual functions. A change to either raises it.
 inline constexpr std::uint32_t kInterfaceNumber = 1;
 
 /// What a module is. A C structure, so that it can be read before anything else of the module is
@@ -46,8 +46,8 @@ inline constexpr char kCreateWorkObjectName[] = "VelmoraCreateWorkObject";
 #endif
 
 /// Defines both for the work object class @p Class, which is named with its namespaces and has a
-/// constructor from `velmora::kit::Settings&`. Once in a module, outside all namespaces, in a target
-/// that links Velmora::ModuleKit, which defines VELMORA_KIT_CORE_VERSION.
+/// constructor from `velmora::kit::Settings&`. Once in a module, outside all namespaces, in a
+/// target that links Velmora::ModuleKit, which defines VELMORA_KIT_CORE_VERSION.
 #define VELMORA_MODULE(Class)                                                        \
   VELMORA_MODULE_EXPORT const velmora::kit::ModuleInfo* VelmoraModuleInfo() {        \
     static constexpr velmora::kit::ModuleInfo info{sizeof(velmora::kit::ModuleInfo), \

@@ -9,9 +9,10 @@ namespace {
 
 // The sum of a pixel and its two neighbours in a row, the middle one twice. The border goes on.
 void SumOfRow(const std::uint8_t* row, int width, std::vector<int>& sums) {
-  for (int x = 0; x < width; ++x)
+  for (int x = 0; x < width; ++x) {
     sums[static_cast<std::size_t>(x)] =
         row[std::max(x - 1, 0)] + 2 * row[x] + row[std::min(x + 1, width - 1)];
+  }
 }
 
 }  // namespace
@@ -31,8 +32,9 @@ GreyImage Reduce(const GreyView& source, int factor) {
     std::fill(sums.begin(), sums.end(), 0);
     for (int i = 0; i < factor; ++i) {
       const std::uint8_t* row = source.Row(y * factor + i);
-      for (std::uint32_t& sum : sums)
+      for (std::uint32_t& sum : sums) {
         for (int k = 0; k < factor; ++k) sum += *row++;
+      }
     }
     std::transform(sums.begin(), sums.end(), reduced.Row(y),
                    [&](std::uint32_t sum) { return static_cast<std::uint8_t>(sum / area); });

@@ -9,8 +9,8 @@ namespace velmora::kit {
 /// A copy with tight rows.
 GreyImage CopyOf(const GreyView& source);
 
-/// Each pixel is the mean of a square of @p factor by @p factor pixels; what is left of the last rows
-/// and columns is left out.
+/// Each pixel is the mean of a square of @p factor by @p factor pixels; what is left of the last
+/// rows and columns is left out.
 ///
 /// @param factor  1 or more, not above the shorter side
 GreyImage Reduce(const GreyView& source, int factor);

@@ -18,8 +18,10 @@ namespace {
 GreyView ViewOf(const NxRegionObject& region) {
   const NxImageData* image = region.GetRegionImage();
   if (image == nullptr) return {};
-  if (image->GetImagePixelFormat() != PXF_Grayscale8 && image->GetImagePixelFormat() != PXF_Binary8)
+  if (image->GetImagePixelFormat() != PXF_Grayscale8 &&
+      image->GetImagePixelFormat() != PXF_Binary8) {
     return {};
+  }
   return {image->GetBytes(), image->GetWidth(), image->GetHeight(), image->GetStride()};
 }
 
@@ -76,8 +78,9 @@ NxRef<CandidateRegion> RegionWork::MakeCandidate(const Corner (&corners)[4], int
 
 bool RegionWork::LiesInFoundCode(const CQuadrilateral& place) const {
   Corner middle(0, 0);
-  for (int axis = 0; axis < 2; ++axis)
+  for (int axis = 0; axis < 2; ++axis) {
     for (const Corner& corner : place.points) middle[axis] += corner[axis] / 4;
+  }
   const auto& found = output_.GetTaskOutput()->GetResultsToFilter();
   return std::any_of(found.begin(), found.end(), [&](const NxRef<NxRegionObject>& region) {
     CQuadrilateral other;
@@ -123,8 +126,9 @@ void RegionWork::Publish(CIntermediateResultUnit* unit) const {
   for (CAbstractIntermediateResultReceiver* receiver : *task_.GetIntermediateResultReceivers()) {
     const auto* wanted = receiver->GetObservationParameters();
     if (wanted->IsResultUnitTypeObserved(unit->GetUnitType()) &&
-        wanted->IsTaskObserved(task_.GetTaskNamePtr()))
+        wanted->IsTaskObserved(task_.GetTaskNamePtr())) {
       receiver->OnUnitResultReceived(unit, &info);
+    }
   }
 }
 

@@ -56,8 +56,8 @@ class RegionWork {
   NxRef<CandidateRegion> MakeCandidate(const Corner (&corners)[4], int score) const;
   /// Adds a region to what was found.
   void AddRegion(NxRef<NxRegionObject> region);
-  /// Adds a code, unless its middle lies in a code that another task found before, of which this task
-  /// was told. Corners of no convex quadrilateral, which are common for a code read along one
+  /// Adds a code, unless its middle lies in a code that another task found before, of which this
+  /// task was told. Corners of no convex quadrilateral, which are common for a code read along one
   /// line, make it as large as the region that was worked on.
   /// @param text   UTF-8 wherever the code's bytes are text
   /// @param bytes  the code's own, before any interpretation as characters; empty for those of the

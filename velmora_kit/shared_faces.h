@@ -2,9 +2,9 @@
 /// Bases for the objects that a module shares with observers and applications.
 ///
 /// Such an object is two things at once: what the engine works with (`NxRegionObject`), and the
-/// abstract face that others see (`CPredetectedRegionElement`). Both count references and are copied,
-/// and the face asks for what the object knows already; the templates here answer for it. A module's
-/// class derives from one of them and adds what is its own:
+/// abstract face that others see (`CPredetectedRegionElement`). Both count references and are
+/// copied, and the face asks for what the object knows already; the templates here answer for it. A
+/// module's class derives from one of them and adds what is its own:
 ///
 ///     class Spot final : public PredetectedRegionBase<Spot> {
 ///      public:
@@ -239,8 +239,9 @@ class PredetectedRegionsUnitBase
 
   void CopyContent(const PredetectedRegionsUnitBase& other) {
     this->ClearElements();
-    for (int i = 0; i < other.GetCount(); ++i)
+    for (int i = 0; i < other.GetCount(); ++i) {
       this->AddElement(new Region(*other.GetPredetectedRegion(i)));
+    }
   }
 
  protected:

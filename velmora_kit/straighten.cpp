@@ -70,8 +70,9 @@ Straightened Straighten(const GreyView& source, const Corner* corners, int margi
     std::uint8_t* row = result.image.Row(y);
     std::int64_t atX = ToFixed(result.originX + y * result.downX);
     std::int64_t atY = ToFixed(result.originY + y * result.downY);
-    for (int x = 0; x < result.image.width; ++x, atX += stepX, atY += stepY)
+    for (int x = 0; x < result.image.width; ++x, atX += stepX, atY += stepY) {
       row[x] = Sample(source, atX, atY);
+    }
   }
   return result;
 }

@@ -35,7 +35,7 @@ std::vector<Window> TilesOf(const Window& window) {
   const int columns = CountFor(window.width, width);
   const int rows = CountFor(window.height, height);
   std::vector<Window> tiles;
-  for (int row = 0; row < rows; ++row)
+  for (int row = 0; row < rows; ++row) {
     for (int column = 0; column < columns; ++column) {
       const int left =
           columns == 1
@@ -45,6 +45,7 @@ std::vector<Window> TilesOf(const Window& window) {
           rows == 1 ? 0 : static_cast<int>(std::int64_t{window.height - height} * row / (rows - 1));
       tiles.push_back({window.left + left, window.top + top, width, height});
     }
+  }
   return tiles;
 }
 

@@ -16,8 +16,8 @@ inline constexpr std::int64_t kMostPixelsAtOnce = 2'000'000;
 /// @return 1 or more
 int ReductionOf(const Window& window, std::int64_t mostPixels = kMostPixelsAtOnce);
 
-/// Covers a window with windows of `kMostPixelsAtOnce` pixels or fewer, row by row. Neighbours overlap
-/// by a quarter of their sides, so that what is smaller than that lies within one of them.
+/// Covers a window with windows of `kMostPixelsAtOnce` pixels or fewer, row by row. Neighbours
+/// overlap by a quarter of their sides, so that what is smaller than that lies within one of them.
 /// @return the window itself if it is small enough
 std::vector<Window> TilesOf(const Window& window);
 

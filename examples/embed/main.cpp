@@ -11,14 +11,17 @@
 
 using namespace velmora::capture;
 
+static void Print(const CodeItem& code) {
+  std::cout << code.GetSymbology() << ": " << code.GetText() << "\n";
+}
+
 int main(int argc, char** argv) {
   std::vector<TemplateError> errors;
   const auto capture = Capture::Create(GetDefaultTemplate(), {}, errors);
   for (const TemplateError& error : errors) std::cerr << error.ToString() << "\n";
   if (capture == nullptr) return 1;
   const auto result = capture->ReadFile(argc > 1 ? argv[1] : "label.jpg");
-  for (int i = 0; i < result->GetCodeCount(); ++i)
-    std::cout << result->GetCode(i).GetSymbology() << ": " << result->GetCode(i).GetText() << "\n";
+  for (int i = 0; i < result->GetCodeCount(); ++i) Print(result->GetCode(i));
   if (result->GetErrorCode() == 0) return 0;
   std::cerr << result->GetErrorString() << "\n";
   return 1;

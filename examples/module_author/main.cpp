@@ -37,8 +37,9 @@ NxRef<NxImageData> MakePage() {
   unsigned char pixels[kWidth * kHeight];
   std::memset(pixels, 255, sizeof(pixels));
   const auto fill = [&pixels](int left, int top, int right, int bottom) {
-    for (int y = top; y <= bottom; ++y)
+    for (int y = top; y <= bottom; ++y) {
       for (int x = left; x <= right; ++x) pixels[y * kWidth + x] = 0;
+    }
   };
   fill(4, 3, 13, 8);
   fill(50, 5, 51, 6);
@@ -79,8 +80,9 @@ NxRef<SpotsUnit> FindSpots(NxSourceImageObject* source, NxRef<NxRegionImageInfo>
 // Shows the unit to an observer who wants to see it. The reference is the observer's for the call.
 void Publish(SpotsUnit* unit, vi::CAbstractIntermediateResultReceiver* observer) {
   const vi::CObservationParameters* wanted = observer->GetObservationParameters();
-  if (!wanted->IsResultUnitTypeObserved(kSpotsUnit) || !wanted->IsTaskObserved("find-spots"))
+  if (!wanted->IsResultUnitTypeObserved(kSpotsUnit) || !wanted->IsTaskObserved("find-spots")) {
     return;
+  }
   const vi::IntermediateResultInfo info = {"target", "find-spots", 0};
   observer->OnUnitResultReceived(unit->RetainCache(), &info);
   unit->ReleaseCache();

@@ -38,8 +38,9 @@ int MedianOf(const Histogram& histogram) {
 
 int MeanOf(const Histogram& histogram) {
   std::int64_t sum = 0;
-  for (std::size_t value = 0; value < histogram.size(); ++value)
+  for (std::size_t value = 0; value < histogram.size(); ++value) {
     sum += static_cast<std::int64_t>(value) * histogram[value];
+  }
   return static_cast<int>(sum / std::max<std::int64_t>(CountOf(histogram), 1));
 }
 

@@ -1,5 +1,5 @@
-// The module CodeReader: reads linear codes, EAN and UPC with a reader of its own, the others and QR codes
-// with ZBar.
+// The module CodeReader: reads linear codes, EAN and UPC with a reader of its own, the others and
+// QR codes with ZBar.
 
 #include <algorithm>
 #include <cstddef>
@@ -42,8 +42,9 @@ class CodeReader : public Recogniser {
   explicit CodeReader(Settings& settings)
       : Recogniser({"Direct", "Thorough", "Straightened"}),
         margin_(settings.GetInt("Margin", 0, 1000, 16)) {
-    for (const std::string& name : settings.GetChoices("Symbologies", ZBarSymbologies()))
+    for (const std::string& name : settings.GetChoices("Symbologies", ZBarSymbologies())) {
       (name == "QR" ? qr_ : IsEan(name) ? ean_ : others_).push_back(name);
+    }
   }
 
  private:
@@ -177,8 +178,9 @@ class CodeReader : public Recogniser {
   static void Scan(const GreyImage& pixels, const Names& names, int density,
                    const Straightened& way, RegionWork& work) {
     if (names.empty()) return;
-    for (const ZBarCode& code : ScanWithZBar(pixels, names, density))
+    for (const ZBarCode& code : ScanWithZBar(pixels, names, density)) {
       Add(code.symbology, code.bytes, code.corners, way, work);
+    }
   }
 
   static void Add(const std::string& symbology, const std::string& bytes, const Corner* corners,

@@ -10,9 +10,9 @@
 namespace velmora::modules {
 namespace {
 
-// Widths in modules of the four runs of a digit, as it stands in the left half with odd parity: light
-// first. With even parity the runs come in reverse order; in the right half they are those of odd
-// parity, dark first.
+// Widths in modules of the four runs of a digit, as it stands in the left half with odd parity:
+// light first. With even parity the runs come in reverse order; in the right half they are those of
+// odd parity, dark first.
 constexpr std::array<std::array<int, 4>, 10> kWidths = {{{3, 2, 1, 1},
                                                          {2, 2, 2, 1},
                                                          {2, 1, 2, 2},
@@ -48,13 +48,14 @@ DigitCosts Compare(const ScanLine& line, int first, float gain, bool startsDark)
     widths[static_cast<std::size_t>(i)] = line.Run(first + i) / module - (isDark ? gain : -gain);
   }
   DigitCosts costs{};
-  for (std::size_t digit = 0; digit < 10; ++digit)
+  for (std::size_t digit = 0; digit < 10; ++digit) {
     for (std::size_t i = 0; i < 4; ++i) {
       const float odd = widths[i] - static_cast<float>(kWidths[digit][i]);
       const float even = widths[i] - static_cast<float>(kWidths[digit][3 - i]);
       costs.of[0][digit] += odd * odd;
       costs.of[1][digit] += even * even;
     }
+  }
   return costs;
 }
 
@@ -71,11 +72,12 @@ Choices ChooseFrom(const std::array<float, 10>& costs) {
   for (int digit = 0; digit < 10; ++digit) {
     int digitLeft = digit;
     float costLeft = costs[static_cast<std::size_t>(digit)];
-    for (std::size_t i = 0; i < Choices::kCount; ++i)
+    for (std::size_t i = 0; i < Choices::kCount; ++i) {
       if (costLeft < chosen.costs[i]) {
         std::swap(costLeft, chosen.costs[i]);
         std::swap(digitLeft, chosen.digits[i]);
       }
+    }
   }
   return chosen;
 }
@@ -112,15 +114,18 @@ PathsBySum StartPaths(int sum) {
 // Extends all texts by one digit whose weight in the sum is 1 or 3.
 void Extend(PathsBySum& sums, const Choices& choices, int weight) {
   PathsBySum extended;
-  for (int sum = 0; sum < 10; ++sum)
+  for (int sum = 0; sum < 10; ++sum) {
     for (std::size_t i = 0; i < Choices::kCount; ++i) {
       const TwoPaths& from = sums[static_cast<std::size_t>(sum)];
       const int digit = choices.digits[i];
       TwoPaths& to = extended[static_cast<std::size_t>((sum + digit * weight) % 10)];
-      for (const Path* path : {&from.best, &from.next})
-        if (path->cost < kNever)
+      for (const Path* path : {&from.best, &from.next}) {
+        if (path->cost < kNever) {
           to.Offer({path->cost + choices.costs[i], path->digits * 10 + digit});
+        }
+      }
     }
+  }
   sums = extended;
 }
 
@@ -135,8 +140,9 @@ TwoPaths DecodeEan13(const AllChoices& choices) {
           i < 6 && (kEan13Parity[static_cast<std::size_t>(first)] >> (5 - i) & 1) != 0;
       Extend(sums, choices[i][isEven ? 1 : 0], i % 2 == 0 ? 3 : 1);
     }
-    for (const Path* path : {&sums[0].best, &sums[0].next})
+    for (const Path* path : {&sums[0].best, &sums[0].next}) {
       decoded.Offer({path->cost, first * std::int64_t{1000000000000} + path->digits});
+    }
   }
   return decoded;
 }
@@ -147,8 +153,8 @@ TwoPaths DecodeEan8(const AllChoices& choices) {
   return sums[0];
 }
 
-// The check digit that a UPC-E code with these six digits and this number system should have: that of
-// the UPC-A code that it stands for.
+// The check digit that a UPC-E code with these six digits and this number system should have: that
+// of the UPC-A code that it stands for.
 int UpcECheckDigit(int system, const std::array<int, 6>& d) {
   // The number of the manufacturer and that of the item, with the zeros that UPC-E leaves out.
   std::array<int, 11> full{system, d[0], d[1]};
@@ -187,8 +193,9 @@ TwoPaths DecodeUpcE(const AllChoices& choices) {
       path = {path.cost + of.costs[which], path.digits * 10 + digits[i]};
     }
     path.digits = path.digits * 10 + check;
-    if (path.cost < decoded.next.cost && UpcECheckDigit(system, digits) == check)
+    if (path.cost < decoded.next.cost && UpcECheckDigit(system, digits) == check) {
       decoded.Offer(path);
+    }
   }
   return decoded;
 }
@@ -200,8 +207,9 @@ constexpr std::array<int, 10> kAddOnParity = {0b11000, 0b10100, 0b10010, 0b10001
 int AddOnParity(std::int64_t digits, int count) {
   if (count == 2) return static_cast<int>(digits % 4);
   int sum = 0;
-  for (int i = 0; i < 5; ++i, digits /= 10)
+  for (int i = 0; i < 5; ++i, digits /= 10) {
     sum += static_cast<int>(digits % 10) * (i % 2 == 0 ? 3 : 9);
+  }
   return kAddOnParity[static_cast<std::size_t>(sum % 10)];
 }
 
@@ -216,8 +224,9 @@ TwoPaths DecodeAddOn(const AllChoices& choices, int count) {
       const auto which = static_cast<std::size_t>(text >> (count + i) & 1);
       path = {path.cost + of.costs[which], path.digits * 10 + of.digits[which]};
     }
-    if (path.cost < decoded.next.cost && AddOnParity(path.digits, count) == parity)
+    if (path.cost < decoded.next.cost && AddOnParity(path.digits, count) == parity) {
       decoded.Offer(path);
+    }
   }
   return decoded;
 }
@@ -227,15 +236,15 @@ std::string ToText(std::int64_t digits, int length) {
   return std::string(static_cast<std::size_t>(length) - text.size(), '0') + text;
 }
 
-// How badly the digits may fit: the mean square of what the runs are off, in modules. Random runs that
-// passed for guards come to 0.2 and more, codes out of focus to 0.05.
+// How badly the digits may fit: the mean square of what the runs are off, in modules. Random runs
+// that passed for guards come to 0.2 and more, codes out of focus to 0.05.
 constexpr float kMostVariance = 0.09F;
 // No line is measured better than this; a certainty based on less would mean nothing.
 constexpr float kLeastVariance = 0.005F;
 constexpr float kMostCertainty = 100;
 
-// How far the best valid text is ahead of the next, less how far it is behind the best text of all: where
-// a clean print says something invalid, no digit is to be bent until it fits.
+// How far the best valid text is ahead of the next, less how far it is behind the best text of all:
+// where a clean print says something invalid, no digit is to be bent until it fits.
 float Certainty(const TwoPaths& decoded, float freeCost, int digitCount) {
   const auto runs = static_cast<float>(4 * digitCount);
   if (decoded.best.cost > kMostVariance * runs) return 0;
@@ -266,30 +275,34 @@ constexpr Layout kLayouts[] = {{EanKind::kEan13, 6, 6, 3, 13, 3},
                                {EanKind::kUpcE, 6, 0, 6, 8, 5}};
 constexpr int kFewestRuns = 33;  // of UPC-E
 
-// Two neighbouring runs of a guard are together as wide as they should be, whatever the ink has spread.
+// Two neighbouring runs of a guard are together as wide as they should be, whatever the ink has
+// spread.
 bool Measures(float width, float modules, float module) {
   return std::abs(width - modules * module) <= 0.7F * module;
 }
 
 bool IsGuard(const ScanLine& line, int first, int count, float module) {
-  for (int i = first; i + 2 <= first + count; ++i)
+  for (int i = first; i + 2 <= first + count; ++i) {
     if (!Measures(line.Runs(i, 2), 2, module)) return false;
+  }
   return true;
 }
 
-// Guards where they belong, digits about as wide as their neighbours, and quiet zones. Less of these is
-// asked for than the standard does: designers and photographers cut them.
+// Guards where they belong, digits about as wide as their neighbours, and quiet zones. Less of
+// these is asked for than the standard does: designers and photographers cut them.
 bool HasShape(const ScanLine& line, int first, const Layout& layout) {
   float before = line.Runs(first + layout.DigitAt(0), 4);
   const float firstModule = before / 7;
   if (!IsGuard(line, first, 3, firstModule)) return false;
-  if (first > 0 && line.Run(first - 1) < static_cast<float>(layout.quiet) * firstModule)
+  if (first > 0 && line.Run(first - 1) < static_cast<float>(layout.quiet) * firstModule) {
     return false;
+  }
   for (int i = 1; i < layout.DigitCount(); ++i) {
     const float width = line.Runs(first + layout.DigitAt(i), 4);
     if (width > before * 1.35F || before > width * 1.35F) return false;
-    if (i == layout.leftDigits && !IsGuard(line, first + layout.MiddleGuardAt(), 5, width / 7))
+    if (i == layout.leftDigits && !IsGuard(line, first + layout.MiddleGuardAt(), 5, width / 7)) {
       return false;
+    }
     before = width;
   }
   const float lastModule = before / 7;
@@ -345,14 +358,15 @@ Fit FitDigits(const ScanLine& line, int first, const Layout& layout) {
   return best;
 }
 
-// The add-on whose first bar is the given run: guard of 1, 1, 2 modules, digits with a light and a dark
-// module between them, quiet zone.
+// The add-on whose first bar is the given run: guard of 1, 1, 2 modules, digits with a light and a
+// dark module between them, quiet zone.
 std::string ReadAddOn(const ScanLine& line, int first, float module, float gain) {
   for (const int count : {5, 2}) {
     const int runs = 1 + 6 * count;
     if (first + runs > line.RunCount() || !Measures(line.Runs(first, 2), 2, module) ||
-        !Measures(line.Runs(first + 1, 2), 3, module))
+        !Measures(line.Runs(first + 1, 2), 3, module)) {
       continue;
+    }
     if (first + runs < line.RunCount() && line.Run(first + runs) < 4 * module) continue;
     bool fits = true;
     float freeCost = 0;
@@ -389,8 +403,9 @@ bool Decode(const ScanLine& line, int first, const Layout& layout, EanReading& r
   reading.last = line.Edge(after);
   const float module = (reading.last - reading.first) / static_cast<float>(7 * count + 11);
   reading.addOn.clear();
-  if (layout.kind == EanKind::kEan13 && after < line.RunCount() && line.Run(after) < 16 * module)
+  if (layout.kind == EanKind::kEan13 && after < line.RunCount() && line.Run(after) < 16 * module) {
     reading.addOn = ReadAddOn(line, after + 1, module, fit.gain);
+  }
   return true;
 }
 

@@ -22,11 +22,12 @@ struct EanReading {
       0;  ///< logarithm of how much likelier it is than the next valid text; up to 100
 };
 
-/// Appends what the line holds, read from left to right, in dark bars on light or light bars on dark.
+/// Appends what the line holds, read from left to right, in dark bars on light or light bars on
+/// dark.
 ///
 /// A code's text is the likeliest of all valid ones, given how wide the runs are: digits are not
-/// decided one by one, so that a check digit does not only refuse what is wrong but helps to find what
-/// is right.
+/// decided one by one, so that a check digit does not only refuse what is wrong but helps to find
+/// what is right.
 void ReadEan(const ScanLine& line, std::vector<EanReading>& readings);
 
 }  // namespace velmora::modules

@@ -15,9 +15,9 @@ using namespace kit;
 
 namespace {
 
-// Scan lines in each direction: first a few, and if these find nothing, all of them. The lowest codes
-// that people print are a sixth as high as they are wide: one that fills a fifth of the image's width is
-// met by one line of the few and by five of all.
+// Scan lines in each direction: first a few, and if these find nothing, all of them. The lowest
+// codes that people print are a sixth as high as they are wide: one that fills a fifth of the
+// image's width is met by one line of the few and by five of all.
 constexpr int kFewLines = 60;
 constexpr int kTimesAsMany = 4;
 
@@ -99,8 +99,9 @@ std::vector<int> LinesOf(int length, bool isFirstPass) {
   const int count = (length - 1 - step / 2) / step + 1;
   const int chosen = std::min(kTimesAsMany / 2, count - 1);
   std::vector<int> lines;
-  for (int i = 0; i < count; ++i)
+  for (int i = 0; i < count; ++i) {
     if ((i % kTimesAsMany == chosen) == isFirstPass) lines.push_back(step / 2 + i * step);
+  }
   return lines;
 }
 
@@ -119,9 +120,10 @@ void ReadColumns(const GreyView& image, const std::vector<int>& columns, Ballot&
       std::uint8_t* to = &copies[static_cast<std::size_t>(y)];
       for (std::size_t i = begin; i < end; ++i, to += height) *to = row[columns[i]];
     }
-    for (std::size_t i = begin; i < end; ++i)
+    for (std::size_t i = begin; i < end; ++i) {
       ballot.Read(&copies[(i - begin) * height], image.height, 1, DivisorFor(static_cast<int>(i)),
                   columns[i], false);
+    }
   }
 }
 
@@ -160,15 +162,17 @@ struct Box {
     }
   }
   bool Meets(const Box& other, int margin) const {
-    for (int axis = 0; axis < 2; ++axis)
-      if (low[axis] > other.high[axis] + margin || high[axis] + margin < other.low[axis])
+    for (int axis = 0; axis < 2; ++axis) {
+      if (low[axis] > other.high[axis] + margin || high[axis] + margin < other.low[axis]) {
         return false;
+      }
+    }
     return true;
   }
 };
 
-// Whether a text is likely a misreading of a better founded one: it lies in its place, or close to it
-// and half as certain, as where glare or a curve cuts off half of the bars.
+// Whether a text is likely a misreading of a better founded one: it lies in its place, or close to
+// it and half as certain, as where glare or a curve cuts off half of the bars.
 bool IsMisreading(const EanCode& code, float certainty, const EanCode& better,
                   float betterCertainty) {
   const Box box(code);
@@ -196,8 +200,9 @@ std::vector<Found> CountVotes(const Ballot& ballot) {
     SetCorners(votes, code);
     if (std::any_of(codes.begin(), codes.end(), [&, sum = votes.certainty](const Found& better) {
           return IsMisreading(code, sum, better.code, better.certainty);
-        }))
+        })) {
       continue;
+    }
     const auto addOn =
         std::max_element(votes.addOns.begin(), votes.addOns.end(),
                          [](const auto& a, const auto& b) { return a.second < b.second; });

@@ -79,9 +79,10 @@ void EdgeFinder::FindTurns(const std::uint8_t* pixels, int count, std::ptrdiff_t
   turns_.push_back(extreme);
 }
 
-// Where a step from one level to the other has the same area below it as the slope between two turns.
-// Blur moves light and dark about but keeps their amounts, so that even a run too thin to reach its
-// level measures what it should; halfway between the turns, thin runs would measure too wide.
+// Where a step from one level to the other has the same area below it as the slope between two
+// turns. Blur moves light and dark about but keeps their amounts, so that even a run too thin to
+// reach its level measures what it should; halfway between the turns, thin runs would measure too
+// wide.
 float EdgeFinder::StepPosition(const std::uint8_t* pixels, std::ptrdiff_t step, const Turn& from,
                                const Turn& to, int fromLevel, int toLevel) {
   // Only the slope itself: on a long way to the turn, little differences would add up.

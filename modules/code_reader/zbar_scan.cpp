@@ -16,8 +16,9 @@ using namespace zbar;
 
 namespace {
 
-// What is asked of a text before it is believed. Codes without a check digit, or with parts that read as
-// codes of their own when a scan line leaves them through their side, need more than others.
+// What is asked of a text before it is believed. Codes without a check digit, or with parts that
+// read as codes of their own when a scan line leaves them through their side, need more than
+// others.
 struct Symbology {
   const char* name;
   zbar_symbol_type_t type;
@@ -41,8 +42,9 @@ constexpr Symbology kSymbologies[] = {
 };
 
 const Symbology* Find(zbar_symbol_type_t type) {
-  for (const Symbology& symbology : kSymbologies)
+  for (const Symbology& symbology : kSymbologies) {
     if (symbology.type == type) return &symbology;
+  }
   return nullptr;
 }
 
@@ -58,15 +60,19 @@ std::unique_ptr<zbar_image_scanner_t, Delete> MakeScanner(
   zbar_image_scanner_set_config(scanner.get(), ZBAR_NONE, ZBAR_CFG_ENABLE, 0);
   zbar_image_scanner_set_config(scanner.get(), ZBAR_NONE, ZBAR_CFG_X_DENSITY, density);
   zbar_image_scanner_set_config(scanner.get(), ZBAR_NONE, ZBAR_CFG_Y_DENSITY, density);
-  for (const Symbology& symbology : kSymbologies)
-    if (std::find(symbologies.begin(), symbologies.end(), symbology.name) != symbologies.end())
+  for (const Symbology& symbology : kSymbologies) {
+    if (std::find(symbologies.begin(), symbologies.end(), symbology.name) != symbologies.end()) {
       zbar_image_scanner_set_config(scanner.get(), symbology.type, ZBAR_CFG_ENABLE, 1);
-  // Bytes as they are: what ZBar takes them for depends on the character sets that the system knows.
+    }
+  }
+  // Bytes as they are: what ZBar takes them for depends on the character sets that the system
+  // knows.
   zbar_image_scanner_set_config(scanner.get(), ZBAR_QRCODE, ZBAR_CFG_BINARY, 1);
   return scanner;
 }
 
-// The four points of a QR code as they are, otherwise the box around the scan lines that read the code.
+// The four points of a QR code as they are, otherwise the box around the scan lines that read the
+// code.
 void SetCorners(const zbar_symbol_t* symbol, Corner (&corners)[4]) {
   const unsigned count = zbar_symbol_get_loc_size(symbol);
   const bool isQuad = count == 4 && zbar_symbol_get_type(symbol) == ZBAR_QRCODE;
@@ -106,8 +112,9 @@ ZBarCode CodeOf(const zbar_symbol_t* symbol, std::string name) {
 // A series of QR codes of which some were not found comes as one symbol of those that were.
 void AppendParts(const zbar_symbol_t* series, std::vector<ZBarCode>& codes) {
   for (const zbar_symbol_t* part = zbar_symbol_first_component(series); part != nullptr;
-       part = zbar_symbol_next(part))
+       part = zbar_symbol_next(part)) {
     if (zbar_symbol_get_type(part) == ZBAR_QRCODE) codes.push_back(CodeOf(part, "QR part"));
+  }
 }
 
 }  // namespace
@@ -138,8 +145,9 @@ std::vector<ZBarCode> ScanWithZBar(const GreyImage& image,
     const Symbology* symbology = Find(zbar_symbol_get_type(symbol));
     if (symbology == nullptr) continue;
     ZBarCode code = CodeOf(symbol, symbology->name);
-    if (IsCredible(*symbology, code, zbar_symbol_get_quality(symbol)))
+    if (IsCredible(*symbology, code, zbar_symbol_get_quality(symbol))) {
       codes.push_back(std::move(code));
+    }
   }
   return codes;
 }

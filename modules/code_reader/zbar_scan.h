@@ -24,8 +24,8 @@ struct ZBarCode {
 /// @param image        at most `kMostPixelsAtOnce` pixels
 /// @param symbologies  names of `ZBarSymbologies()`; others are left out
 /// @param density      reads each row and column whose number is a multiple of it
-/// @return what at least two scan lines agree on, and what is long enough not to be a part of another
-///         code or a piece of print
+/// @return what at least two scan lines agree on, and what is long enough not to be a part of
+///         another code or a piece of print
 std::vector<ZBarCode> ScanWithZBar(const kit::GreyImage& image,
                                    const std::vector<std::string>& symbologies, int density);
 

@@ -35,8 +35,9 @@ int MedianDifference(const GreyView& grey) {
   std::array<std::int64_t, 256> counts{};
   for (int y = 0; y < grey.height; ++y) {
     const std::uint8_t* row = grey.Row(y);
-    for (int x = 1; x < grey.width; ++x)
+    for (int x = 1; x < grey.width; ++x) {
       ++counts[static_cast<std::size_t>(std::abs(row[x] - row[x - 1]))];
+    }
   }
   std::int64_t rest = std::int64_t{grey.width - 1} * grey.height / 2;
   std::size_t difference = 0;
@@ -71,8 +72,9 @@ bool AreNeighbours(const Box& a, const Box& b) {
 // reach those that begin before its own right side plus its reach.
 DisjointSets GroupNeighbours(const std::vector<Component>& components, int minArea) {
   std::vector<int> order;
-  for (std::size_t i = 0; i < components.size(); ++i)
+  for (std::size_t i = 0; i < components.size(); ++i) {
     if (components[i].area >= minArea) order.push_back(static_cast<int>(i));
+  }
   const auto box = [&](int i) -> const Box& { return components[static_cast<std::size_t>(i)].box; };
   std::sort(order.begin(), order.end(), [&](int a, int b) {
     return box(a).left != box(b).left ? box(a).left < box(b).left : a < b;
@@ -81,8 +83,9 @@ DisjointSets GroupNeighbours(const std::vector<Component>& components, int minAr
   for (std::size_t i = 0; i < order.size(); ++i) {
     const Box& a = box(order[i]);
     const int limit = a.right + Reach(a);
-    for (std::size_t j = i + 1; j < order.size() && box(order[j]).left <= limit; ++j)
+    for (std::size_t j = i + 1; j < order.size() && box(order[j]).left <= limit; ++j) {
       if (AreNeighbours(a, box(order[j]))) groups.Merge(order[i], order[j]);
+    }
   }
   return groups;
 }
@@ -138,7 +141,8 @@ int AverageCrossings(const GreyImage& dark, const Box& box) {
   return static_cast<int>(std::max(along / box.Height(), across / box.Width()));
 }
 
-// Many and large candidates narrow nothing down: looking at them costs more than at the whole image.
+// Many and large candidates narrow nothing down: looking at them costs more than at the whole
+// image.
 void KeepWithin(const CandidateRules& rules, double imageArea, std::vector<Candidate>& candidates) {
   double areaLeft = imageArea * rules.maxArea / 100;
   std::size_t kept = 0;
@@ -158,8 +162,9 @@ std::vector<Candidate> FindCandidates(const GreyView& grey, const CandidateRules
   const int offset = std::max(rules.offset, std::min(3 * MedianDifference(grey), kMaxOffset));
   GreyImage dark = AdaptiveThreshold(grey, rules.radius, offset);
   Components found = FindComponents(dark);
-  for (Component& component : found.list)
-    if (IsFrame(component, dark)) component.area = 0;  // counts as a speck from here on
+  for (Component& component : found.list) {
+    if (IsFrame(component, dark)) component.area = 0;
+  }  // counts as a speck from here on
   std::vector<Candidate> candidates;
   for (Group& group : CollectGroups(found, rules.minArea)) {
     if (std::min(group.box.Width(), group.box.Height()) < rules.minSide) continue;

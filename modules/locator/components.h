@@ -43,7 +43,8 @@ struct Components {
 /// Finds the sets of pixels with value 1 that touch each other, corners included.
 Components FindComponents(const kit::GreyImage& dark);
 
-/// Sets of numbers 0 to n - 1 that are merged step by step; each has its smallest member as its name.
+/// Sets of numbers 0 to n - 1 that are merged step by step; each has its smallest member as its
+/// name.
 class DisjointSets {
  public:
   explicit DisjointSets(int count = 0);

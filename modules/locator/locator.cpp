@@ -15,7 +15,8 @@ using namespace kit;
 
 namespace {
 
-// Larger images are looked at reduced: what is a code shows there too, and takes a fraction of the time.
+// Larger images are looked at reduced: what is a code shows there too, and takes a fraction of the
+// time.
 constexpr std::int64_t kMostPixels = 1'000'000;
 
 class Locator : public Recogniser {
@@ -44,12 +45,14 @@ class Locator : public Recogniser {
     const NxRef<CandidatesUnit> unit = work.MakeUnit<CandidatesUnit>();
     for (const Candidate& candidate : candidates) {
       Corner corners[4];
-      for (std::size_t i = 0; i < 4; ++i)
+      for (std::size_t i = 0; i < 4; ++i) {
         corners[i].Set(
             window.left + static_cast<int>(std::lround(candidate.rectangle[i].x * factor)),
             window.top + static_cast<int>(std::lround(candidate.rectangle[i].y * factor)));
-      if (const auto region = work.MakeCandidate(corners, candidate.crossings))
+      }
+      if (const auto region = work.MakeCandidate(corners, candidate.crossings)) {
         unit->AddElement(region);
+      }
     }
     if (work.IsObserved(kCandidatesUnit)) work.Publish(unit.get());
     for (const NxRef<NxRegionObject>& region : unit->GetElementsVec()) work.AddRegion(region);

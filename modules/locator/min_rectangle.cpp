@@ -17,8 +17,9 @@ template <typename Iterator>
 void AppendChain(Iterator begin, Iterator end, std::vector<PointD>& hull) {
   const std::size_t first = hull.size();
   for (auto point = begin; point != end; ++point) {
-    while (hull.size() >= first + 2 && Cross(hull[hull.size() - 2], hull.back(), *point) <= 0)
+    while (hull.size() >= first + 2 && Cross(hull[hull.size() - 2], hull.back(), *point) <= 0) {
       hull.pop_back();
+    }
     hull.push_back(*point);
   }
   hull.pop_back();  // the other chain begins with it

@@ -46,8 +46,8 @@ class ColumnSums {
   std::uint32_t rowCount_ = 0;
 };
 
-// Sums of the columns left of each column: any window's sum is a difference of two, so that the pixels of
-// a row do not wait for each other.
+// Sums of the columns left of each column: any window's sum is a difference of two, so that the
+// pixels of a row do not wait for each other.
 void SumUp(const ColumnSums& columns, std::vector<std::uint32_t>& sumsBefore) {
   std::uint32_t sum = 0;
   for (std::size_t x = 0; x + 1 < sumsBefore.size(); ++x) {
@@ -57,8 +57,8 @@ void SumUp(const ColumnSums& columns, std::vector<std::uint32_t>& sumsBefore) {
   sumsBefore.back() = sum;
 }
 
-// grey + offset < sum / count, without the division. Nothing overflows: a window has at most 2001 * 2001
-// pixels, and the left factor is below 512.
+// grey + offset < sum / count, without the division. Nothing overflows: a window has at most 2001 *
+// 2001 pixels, and the left factor is below 512.
 void ThresholdRow(const std::uint8_t* grey, int width, int radius, std::uint32_t offset,
                   std::uint32_t rowCount, const std::uint32_t* sumsBefore, std::uint8_t* dark) {
   const auto atBorder = [&](int x) {
@@ -71,8 +71,9 @@ void ThresholdRow(const std::uint8_t* grey, int width, int radius, std::uint32_t
   const int insideEnd = std::max(inside, width - radius);
   const std::uint32_t count = static_cast<std::uint32_t>(2 * radius + 1) * rowCount;
   for (int x = 0; x < inside; ++x) atBorder(x);
-  for (int x = inside; x < insideEnd; ++x)
+  for (int x = inside; x < insideEnd; ++x) {
     dark[x] = (grey[x] + offset) * count < sumsBefore[x + radius + 1] - sumsBefore[x - radius];
+  }
   for (int x = insideEnd; x < width; ++x) atBorder(x);
 }
 

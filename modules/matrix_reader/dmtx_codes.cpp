@@ -19,9 +19,9 @@ using namespace kit;
 
 namespace {
 
-// libdmtx follows each edge that it meets, for seconds where there are many: it gets few pixels, a wide
-// grid, and nothing that looks like a linear code. What it misses in a large image, it gets again as a
-// candidate of its own.
+// libdmtx follows each edge that it meets, for seconds where there are many: it gets few pixels, a
+// wide grid, and nothing that looks like a linear code. What it misses in a large image, it gets
+// again as a candidate of its own.
 constexpr std::int64_t kMostPixels = 150'000;
 constexpr int kGridLines = 30;
 constexpr int kFinestGrid = 2;
@@ -40,8 +40,8 @@ struct Delete {
   void operator()(DmtxMessage* message) const { dmtxMessageDestroy(&message); }
 };
 
-// How much the edges agree on one direction: 1 for the bars of a linear code, turned as it may be, and 0
-// for a matrix code, which has as many edges across as along.
+// How much the edges agree on one direction: 1 for the bars of a linear code, turned as it may be,
+// and 0 for a matrix code, which has as many edges across as along.
 double CoherenceOf(const GreyImage& image) {
   double xx = 0;
   double yy = 0;

@@ -26,8 +26,8 @@ enum class Threshold {
   kGlobal  ///< the same for all pixels
 };
 
-/// Reads the codes of an image, whatever their direction. Parts of a series come as one code if all are
-/// there, otherwise as what they are: "QR part 2 of 3".
+/// Reads the codes of an image, whatever their direction. Parts of a series come as one code if all
+/// are there, otherwise as what they are: "QR part 2 of 3".
 ///
 /// @param image        at most `kMostPixelsAtOnce` pixels
 /// @param symbologies  names of `MatrixSymbologies()`

@@ -32,7 +32,8 @@ class MatrixReader : public Recogniser {
         margin_(settings.GetInt("Margin", 0, 1000, 8)) {}
 
  private:
-  // Where the pixels that are read lie in the image, and how many of its pixels one of them is wide.
+  // Where the pixels that are read lie in the image, and how many of its pixels one of them is
+  // wide.
   struct Place {
     int left;
     int top;
@@ -43,9 +44,10 @@ class MatrixReader : public Recogniser {
     const Window window = work.GetWindow(margin_);
     if (window.width == 0 || window.height == 0) return EC_Ok;
     if (work.GetMode() == "Enlarged") {
-      if (std::int64_t{window.width} * window.height <= kWorthEnlarging)
+      if (std::int64_t{window.width} * window.height <= kWorthEnlarging) {
         Read(Enlarge(work.GetPixels(window)).View(), {window.left, window.top, 0.5},
              Threshold::kLocal, work);
+      }
       return EC_Ok;
     }
     const int factor = ReductionOf(window);
@@ -73,8 +75,9 @@ class MatrixReader : public Recogniser {
     };
     if (work.MustStop(code)) return false;
     if (Read(view, place, Threshold::kGlobal, work)) return true;
-    if (std::min(view.width, view.height) >= kWorthHalving && tryOne(Reduce(view, 2), 2))
+    if (std::min(view.width, view.height) >= kWorthHalving && tryOne(Reduce(view, 2), 2)) {
       return true;
+    }
     return tryOne(Invert(view), 1) || tryOne(Sharpen(view), 1);
   }
 
@@ -91,9 +94,10 @@ class MatrixReader : public Recogniser {
     const std::vector<MatrixCode> codes = ReadMatrixCodes(view, symbologies_, threshold);
     for (const MatrixCode& code : codes) {
       Corner corners[4];
-      for (std::size_t i = 0; i < 4; ++i)
+      for (std::size_t i = 0; i < 4; ++i) {
         corners[i].Set(place.left + ScaledBy(place.scale, code.corners[i][0]),
                        place.top + ScaledBy(place.scale, code.corners[i][1]));
+      }
       work.AddCode(code.symbology, code.text, corners, code.bytes);
     }
     return !codes.empty();

@@ -31,13 +31,14 @@ constexpr Symbology kSymbologies[] = {
 };
 
 std::string NameOf(ZXing::BarcodeFormat format) {
-  for (const Symbology& symbology : kSymbologies)
+  for (const Symbology& symbology : kSymbologies) {
     if (symbology.format == format) return symbology.name;
+  }
   return ZXing::ToString(format);
 }
 
-// The library guesses character sets that a code does not name, and gives nothing for some mixtures of
-// those that it names; valid UTF-8 needs no guess.
+// The library guesses character sets that a code does not name, and gives nothing for some mixtures
+// of those that it names; valid UTF-8 needs no guess.
 std::string TextFor(const ZXing::Result& code, const std::string& bytes) {
   if (!code.hasECI() && IsUtf8(bytes)) return bytes;
   std::string text = code.text();
@@ -49,8 +50,9 @@ MatrixCode Convert(const ZXing::Result& code) {
   converted.symbology = NameOf(code.format());
   converted.bytes.assign(code.bytes().begin(), code.bytes().end());
   converted.text = TextFor(code, converted.bytes);
-  for (std::size_t i = 0; i < 4; ++i)
+  for (std::size_t i = 0; i < 4; ++i) {
     converted.corners[i].Set(code.position()[i].x, code.position()[i].y);
+  }
   return converted;
 }
 
@@ -58,13 +60,14 @@ MatrixCode Convert(const ZXing::Result& code) {
 void SetCorners(const ZXing::Results& codes, MatrixCode& whole) {
   int low[2] = {codes[0].position()[0].x, codes[0].position()[0].y};
   int high[2] = {low[0], low[1]};
-  for (const ZXing::Result& code : codes)
+  for (const ZXing::Result& code : codes) {
     for (const ZXing::PointI& corner : code.position()) {
       low[0] = std::min(low[0], corner.x);
       high[0] = std::max(high[0], corner.x);
       low[1] = std::min(low[1], corner.y);
       high[1] = std::max(high[1], corner.y);
     }
+  }
   whole.corners[0].Set(low[0], low[1]);
   whole.corners[1].Set(high[0], low[1]);
   whole.corners[2].Set(high[0], high[1]);
@@ -104,9 +107,11 @@ std::vector<MatrixCode> ReadMatrixCodes(const GreyView& image,
                                         const std::vector<std::string>& symbologies,
                                         Threshold threshold) {
   ZXing::BarcodeFormats formats;
-  for (const Symbology& symbology : kSymbologies)
-    if (std::find(symbologies.begin(), symbologies.end(), symbology.name) != symbologies.end())
+  for (const Symbology& symbology : kSymbologies) {
+    if (std::find(symbologies.begin(), symbologies.end(), symbology.name) != symbologies.end()) {
       formats |= symbology.format;
+    }
+  }
   const auto hints =
       ZXing::DecodeHints()
           .setFormats(formats)

@@ -26,8 +26,9 @@ class Sharpness : public Recogniser {
       int code = 0;
       if (y % 64 == 0 && work.MustStop(code)) return code;
       const std::uint8_t* row = pixels.Row(y);
-      for (int x = 1; x < pixels.width; ++x)
+      for (int x = 1; x < pixels.width; ++x) {
         steepest = std::max(steepest, std::abs(row[x] - row[x - 1]));
+      }
     }
     if (steepest < least_) return 0;
     Corner corners[4];

@@ -1,4 +1,5 @@
-// EAN and UPC codes drawn from their definition and spoilt like photographs, and what must not be read.
+// EAN and UPC codes drawn from their definition and spoilt like photographs, and what must not be
+// read.
 #include "modules/code_reader/ean_search.h"
 #include "modules/code_reader/gs1.h"
 #include "tests/support/test.h"
@@ -17,8 +18,9 @@ constexpr const char* kOdd[] = {"0001101", "0011001", "0010011", "0111101", "010
 std::string Digit(char digit, char how) {
   std::string modules = kOdd[digit - '0'];
   if (how == 'e') std::reverse(modules.begin(), modules.end());
-  if (how != 'o')
+  if (how != 'o') {
     for (char& module : modules) module = module == '0' ? '1' : '0';
+  }
   return modules;
 }
 
@@ -30,8 +32,9 @@ std::string Digits(const std::string& digits, const std::string& parity) {
 
 std::string AddOn(const std::string& digits, const std::string& parity) {
   std::string modules = "1011";
-  for (std::size_t i = 0; i < digits.size(); ++i)
+  for (std::size_t i = 0; i < digits.size(); ++i) {
     modules += (i == 0 ? "" : "01") + Digit(digits[i], parity[i]);
+  }
   return modules;
 }
 
@@ -56,7 +59,7 @@ GreyImage Draw(const std::string& modules, const Camera& camera) {
   const auto width = static_cast<int>(camera.module * static_cast<double>(modules.size()));
   GreyImage image(width, 40);
   std::vector<double> ink(static_cast<std::size_t>(width));
-  for (int x = 0; x < width; ++x)
+  for (int x = 0; x < width; ++x) {
     for (int part = 0; part < 8; ++part) {
       const double at = (x + (part + 0.5) / 8) / camera.module;
       const auto dark = [&](double place) {
@@ -68,14 +71,16 @@ GreyImage Draw(const std::string& modules, const Camera& camera) {
       const bool any = dark(at - camera.spread / 2) || dark(at + camera.spread / 2);
       ink[static_cast<std::size_t>(x)] += (camera.spread < 0 ? both : any) ? 0.125 : 0;
     }
+  }
   for (int round = 0; round < camera.blur; ++round) {
     std::vector<double> blurred = ink;
-    for (std::size_t x = 1; x + 1 < ink.size(); ++x)
+    for (std::size_t x = 1; x + 1 < ink.size(); ++x) {
       blurred[x] = (ink[x - 1] + 2 * ink[x] + ink[x + 1]) / 4;
+    }
     ink = blurred;
   }
   std::mt19937 random(3);
-  for (int y = 0; y < image.height; ++y)
+  for (int y = 0; y < image.height; ++y) {
     for (int x = 0; x < width; ++x) {
       const double level =
           camera.light + (camera.dark - camera.light) * ink[static_cast<std::size_t>(x)];
@@ -86,21 +91,24 @@ GreyImage Draw(const std::string& modules, const Camera& camera) {
       image.Row(y)[x] =
           static_cast<std::uint8_t>(std::clamp(static_cast<int>(level) + noise, 0, 255));
     }
+  }
   return image;
 }
 
 GreyImage TurnedRight(const GreyImage& image) {
   GreyImage turned(image.height, image.width);
-  for (int y = 0; y < image.height; ++y)
+  for (int y = 0; y < image.height; ++y) {
     for (int x = 0; x < image.width; ++x) turned.Row(x)[image.height - 1 - y] = image.Row(y)[x];
+  }
   return turned;
 }
 
 // The texts in the order of the alphabet.
 std::string Read(const GreyImage& image) {
   std::set<std::string> texts;
-  for (const EanCode& code : FindEan(image.View(), [] { return false; }))
+  for (const EanCode& code : FindEan(image.View(), [] { return false; })) {
     texts.insert(code.digits + (code.addOn.empty() ? "" : "+" + code.addOn));
+  }
   std::string list;
   for (const std::string& text : texts) list += (list.empty() ? "" : ",") + text;
   return list;
@@ -164,9 +172,11 @@ TEST(FindEan, SeesNothingInNoise) {
   for (int round = 0; round < 20; ++round) {
     GreyImage image(400, 300);
     const int size = 1 + round % 5;  // streaks of that many pixels
-    for (int y = 0; y < image.height; ++y)
-      for (int x = 0; x < image.width; ++x)
+    for (int y = 0; y < image.height; ++y) {
+      for (int x = 0; x < image.width; ++x) {
         image.Row(y)[x] = x % size == 0 ? static_cast<std::uint8_t>(random()) : image.Row(y)[x - 1];
+      }
+    }
     EXPECT_EQ(Read(image), "") << "round " << round;
   }
 }

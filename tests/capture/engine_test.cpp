@@ -61,8 +61,9 @@ NxRef<TestWork> MakeEndlessWork(std::atomic<int>& running) {
     AddFound(task);
     int code = 0;
     while (!item.GetOutput()->GetRegion()->GetSourceImageObject()->IsCheckPointNeedExit(
-        &code, CheckPointLevel{}))
+        &code, CheckPointLevel{})) {
       std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
     item.SetWorkFinished();
     return code;
   };
@@ -201,7 +202,7 @@ TEST(Engine, TheDestructorEndsWhatWasSubmitted) {
   int handled = 0;
   {
     TestEngine engine(MakeEndlessWork(running));
-    for (int i = 0; i < 8; ++i)
+    for (int i = 0; i < 8; ++i) {
       EXPECT_EQ(engine.Submit(
                     [&](const NxRef<CaptureResult>& result) {
                       EXPECT_TRUE(result->IsCancelled());
@@ -209,6 +210,7 @@ TEST(Engine, TheDestructorEndsWhatWasSubmitted) {
                     },
                     0),
                 0);
+    }
     EXPECT_EQ(engine.Submit([](const NxRef<CaptureResult>&) { FAIL(); }, 5),
               EC_CallRejectedWhileCapturing)
         << "four threads have room for eight";
@@ -287,10 +289,11 @@ TEST(Engine, TwoWorkAtOnceAndResultsOutliveThem) {
     });
     std::vector<std::thread> threads;
     for (TestEngine* engine : {&first, &second}) {
-      for (int i = 0; i < 3; ++i)
+      for (int i = 0; i < 3; ++i) {
         threads.emplace_back([&, engine] {
           for (int n = 0; n < 30; ++n) keep(engine->Read());
         });
+      }
       threads.emplace_back([&, engine] {
         ListSource source(std::deque<int>(30, 1));
         (*engine)->Run(source, keep, {});
@@ -338,8 +341,9 @@ TEST(Engine, TellsReceiversOfSectionsTasksAndDefinitions) {
     const NxRegionObject& region = *item.GetOutput()->GetRegion();
     const NxRef<kit::CandidatesUnit> unit = new kit::CandidatesUnit(
         region.GetSourceImageObject().get(), region.GetRegionImageInfo().get());
-    for (auto* one : *item.GetWorkObject()->GetIntermediateResultReceivers())
+    for (auto* one : *item.GetWorkObject()->GetIntermediateResultReceivers()) {
       one->OnUnitResultReceived(unit.get(), nullptr);
+    }
     item.SetWorkFinished();
     return 0;
   };
@@ -372,9 +376,10 @@ TEST(Pool, TakesTheLowestPriorityFirstAndNothingAfterStop) {
   Event mayBegin;
   std::vector<int> order;
   pool.AppendWorkItem(new Item(9, [&] { mayBegin.Wait(); }));
-  for (const int priority : {2, 0, 1, 0, 2})
+  for (const int priority : {2, 0, 1, 0, 2}) {
     pool.AppendWorkItem(new Item(static_cast<std::uint64_t>(priority),
                                  [&order, priority] { order.push_back(priority); }));
+  }
   mayBegin.Happen();
   pool.Stop();
   EXPECT_EQ(order, (std::vector<int>{0, 0, 1, 2, 2}));

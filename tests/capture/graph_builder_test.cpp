@@ -60,9 +60,10 @@ TEST(GraphBuilder, ReportsWhatModulesRefuse) {
                R"("x" is no work mode of Chain; there is "a", "b", "c" (-10038: )"},
            Row{R"("Settings": {"Fails": true})",
                R"(.Module: module "Chain" failed: out of luck (-10000: )"},
-       })
+       }) {
     EXPECT_NE(BuiltGraph(row.members).Errors().find(row.error), std::string::npos)
         << BuiltGraph(row.members).Errors();
+  }
 }
 
 }  // namespace

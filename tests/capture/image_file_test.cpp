@@ -61,9 +61,10 @@ void ExpectColour(const CImageData& image, int x, int y, unsigned colour, int to
   const int channels = ChannelsOf(image);
   const unsigned char* pixel =
       image.GetBytes() + std::ptrdiff_t{y} * image.GetStride() + std::ptrdiff_t{x} * channels;
-  for (int c = 0; c < 3; ++c)
+  for (int c = 0; c < 3; ++c) {
     EXPECT_NEAR(pixel[channels == 1 ? 0 : c], colour >> (16 - 8 * c) & 255, tolerance)
         << "channel " << c << " at " << x << ", " << y;
+  }
 }
 
 TEST(DecodeImage, ReadsEveryFormat) {
@@ -84,9 +85,11 @@ TEST(DecodeImage, ReadsEveryFormat) {
     const int tolerance = isLossy ? 16 : name.find("bmp/colour-16") == 0 ? 8 : 1;
     const Colours colours = ColoursOf(picture);
     const int step = isLossy ? 12 : 1;  // lossy formats blur the border of the fields
-    for (int y = 0; y < 13; y += step)
-      for (int x = 0; x < 17; x += step)
+    for (int y = 0; y < 13; y += step) {
+      for (int x = 0; x < 17; x += step) {
         ExpectColour(image, x, y, colours[y < 8 ? (x < 8 ? 0 : 1) : (x < 8 ? 3 : 2)], tolerance);
+      }
+    }
   }
 }
 
@@ -120,8 +123,9 @@ TEST(DecodeImage, SurvivesFlippedBits) {
     SCOPED_TRACE(name);
     for (int round = 0; round < 100; ++round) {
       Bytes spoilt = bytes;
-      for (int i = round % 3; i >= 0; --i)
+      for (int i = round % 3; i >= 0; --i) {
         spoilt[random() % spoilt.size()] ^= static_cast<unsigned char>(1U << random() % 8);
+      }
       const LoadedImage loaded = Decode(spoilt);
       ASSERT_NE(loaded.image == nullptr, loaded.code == EC_Ok);
       ++(loaded.image == nullptr ? errors : pictures);
@@ -141,10 +145,12 @@ std::string TinyTiff(const std::string& pixels) {
   constexpr unsigned kEntries[][3] = {{256, 1, 1}, {257, 1, 2},          {258, 1, 16},
                                       {259, 1, 1}, {262, 1, 1},          {273, 2, 110 | 112 << 16},
                                       {278, 1, 1}, {279, 2, 2 | 2 << 16}};
-  for (const auto& [tag, count, value] : kEntries)
+  for (const auto& [tag, count, value] : kEntries) {
     for (const unsigned byte :
-         {tag, tag >> 8, 3U, 0U, count, 0U, 0U, 0U, value, value >> 8, value >> 16, value >> 24})
+         {tag, tag >> 8, 3U, 0U, count, 0U, 0U, 0U, value, value >> 8, value >> 16, value >> 24}) {
       bytes += static_cast<char>(byte & 255);
+    }
+  }
   return bytes + std::string(4, '\0') + pixels;
 }
 

@@ -14,17 +14,20 @@ namespace {
 
 GreyImage RandomImage(int width, int height, std::mt19937& random, int values) {
   GreyImage image(width, height);
-  for (auto& pixel : image.pixels)
+  for (auto& pixel : image.pixels) {
     pixel = static_cast<std::uint8_t>(random() % static_cast<unsigned>(values));
+  }
   return image;
 }
 
 bool IsDarkByDefinition(const GreyView& grey, int x, int y, int radius, int offset) {
   std::int64_t sum = 0;
   std::int64_t count = 0;
-  for (int v = std::max(0, y - radius); v <= std::min(grey.height - 1, y + radius); ++v)
-    for (int u = std::max(0, x - radius); u <= std::min(grey.width - 1, x + radius); ++u, ++count)
+  for (int v = std::max(0, y - radius); v <= std::min(grey.height - 1, y + radius); ++v) {
+    for (int u = std::max(0, x - radius); u <= std::min(grey.width - 1, x + radius); ++u, ++count) {
       sum += grey.Row(v)[u];
+    }
+  }
   return (grey.Row(y)[x] + offset) * count < sum;
 }
 
@@ -37,9 +40,11 @@ TEST(AdaptiveThreshold, EqualsItsDefinition) {
       const GreyImage wide = RandomImage(width + 9, height, random, 256);
       const GreyView grey{wide.pixels.data() + 5, width, height, wide.width};
       const GreyImage dark = AdaptiveThreshold(grey, radius, 3);
-      for (int y = 0; y < height; ++y)
-        for (int x = 0; x < width; ++x)
+      for (int y = 0; y < height; ++y) {
+        for (int x = 0; x < width; ++x) {
           ASSERT_EQ(dark.Row(y)[x] != 0, IsDarkByDefinition(grey, x, y, radius, 3));
+        }
+      }
     }
   }
 }
@@ -54,9 +59,11 @@ Component FloodFill(GreyImage& dark, int x, int y) {
     todo.pop_back();
     component.box.Include({px, py, px, py});
     ++component.area;
-    for (int v = std::max(0, py - 1); v <= std::min(dark.height - 1, py + 1); ++v)
-      for (int u = std::max(0, px - 1); u <= std::min(dark.width - 1, px + 1); ++u)
+    for (int v = std::max(0, py - 1); v <= std::min(dark.height - 1, py + 1); ++v) {
+      for (int u = std::max(0, px - 1); u <= std::min(dark.width - 1, px + 1); ++u) {
         if (std::exchange(dark.Row(v)[u], std::uint8_t{0}) != 0) todo.emplace_back(u, v);
+      }
+    }
   }
   return component;
 }
@@ -78,9 +85,11 @@ TEST(FindComponents, EqualsFloodFill) {
       Numbers got;
       for (const Component& component : FindComponents(dark).list) Append(component, got);
       Numbers want;
-      for (int y = 0; y < dark.height; ++y)
-        for (int x = 0; x < dark.width; ++x)
+      for (int y = 0; y < dark.height; ++y) {
+        for (int x = 0; x < dark.width; ++x) {
           if (dark.Row(y)[x] != 0) Append(FloodFill(dark, x, y), want);
+        }
+      }
       EXPECT_EQ(got, want);
     }
   }
@@ -93,8 +102,9 @@ TEST(MinAreaRectangle, FindsTurnedRectangles) {
     const double s = std::sin(degrees * 3.14159265358979 / 180);
     const auto turned = [&](double x, double y) { return PointD{x * c - y * s, x * s + y * c}; };
     std::vector<PointD> points;
-    for (int x = 0; x <= 60; x += 5)
+    for (int x = 0; x <= 60; x += 5) {
       for (int y = 0; y <= 20; y += 5) points.push_back(turned(x, y));
+    }
     const Rectangle rectangle = MinAreaRectangle(points);
     const PointD want[] = {turned(0, 0), turned(60, 0), turned(60, 20), turned(0, 20)};
     for (int i = 0; i < 4; ++i) {
@@ -130,12 +140,16 @@ GreyImage Draw(const std::vector<Filled>& boxes, const std::vector<Bars>& codes)
   GreyImage image(300, 200);
   std::vector<Filled> all = {{{0, 0, 299, 199}, 200}};
   all.insert(all.end(), boxes.begin(), boxes.end());
-  for (const Bars& bars : codes)
-    for (int x = bars.left; x < bars.left + 6 * bars.count; x += 6)
+  for (const Bars& bars : codes) {
+    for (int x = bars.left; x < bars.left + 6 * bars.count; x += 6) {
       all.push_back({{x, bars.top, x + 2, bars.top + bars.height - 1}, 60});
-  for (const auto& [box, value] : all)
-    for (int y = box.top; y <= box.bottom; ++y)
+    }
+  }
+  for (const auto& [box, value] : all) {
+    for (int y = box.top; y <= box.bottom; ++y) {
       std::fill_n(image.Row(y) + box.left, box.Width(), value);
+    }
+  }
   return image;
 }
 

@@ -89,9 +89,10 @@ TEST(TaskSettings, FilesFaultsAtTheirPlacesAndReadsOn) {
   settings.AddError("upper", "is below the lower one");
   settings.CheckAllRead();
   std::string errors;
-  for (const TemplateError& error : document.GetErrors())
+  for (const TemplateError& error : document.GetErrors()) {
     errors += std::to_string(error.line) + ":" + std::to_string(error.column) + " " + error.path +
               ": " + error.message + "\n";
+  }
   EXPECT_EQ(
       errors,
       "1:9 S.int: 1.5 stands where a whole number is wanted\n"

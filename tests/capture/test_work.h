@@ -36,12 +36,13 @@ class TestWork : public Nx_WorkObjectBase {
   }
   // Into the table only, one list for each mode.
   int AppendWorkOutputs(NxTaskOutput* task, int level) override {
-    for (const std::string& mode : pieces_)
+    for (const std::string& mode : pieces_) {
       task->GetWorkTable()->AppendNextWorkOutput(
           level, mode[0] - 'A',
           new NxWorkOutput(task, task->GetSectionCache(), task->GetRegion(),
                            task->GetReferenceRegion(), GetTaskName(), task->GetTaskType(), this,
                            mode));
+    }
     afterAppend();
     return appended;
   }

@@ -1,5 +1,5 @@
-// Work objects that follow the engine's headers, each in its own way: all of them end, and what they
-// find is there.
+// Work objects that follow the engine's headers, each in its own way: all of them end, and what
+// they find is there.
 #include "tests/capture/test_work.h"
 
 namespace velmora::capture {
@@ -237,15 +237,16 @@ TEST(WorkContract, LimitsOfThreadsHold) {
     };
     TestEngine engine(work);
     std::vector<std::thread> readers;
-    for (int i = 0; i < row.images; ++i)
+    for (int i = 0; i < row.images; ++i) {
       readers.emplace_back([&] { EXPECT_EQ(engine.Read()->GetRegions().size(), 6u); });
+    }
     for (std::thread& reader : readers) reader.join();
     EXPECT_EQ(most, row.most);
   }
 }
 
-// Asked every 50 ms, work ends 100 ms over its budget; work that never asks is waited for. Work that
-// goes on elsewhere is charged too.
+// Asked every 50 ms, work ends 100 ms over its budget; work that never asks is waited for. Work
+// that goes on elsewhere is charged too.
 TEST(WorkContract, TimeBudgetsEndWorkThatAsks) {
   enum Way { kAsks, kNeverAsks, kElsewhere };
   for (const Way way : {kAsks, kNeverAsks, kElsewhere}) {

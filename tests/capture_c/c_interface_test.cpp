@@ -78,8 +78,9 @@ struct Noise {
   velmora_image image;
 
   Noise() {
-    for (std::uint32_t i = 0; i < 1500 * 1500; ++i)
+    for (std::uint32_t i = 0; i < 1500 * 1500; ++i) {
       bytes += static_cast<char>(i * 2654435761U >> 24);
+    }
     image = {sizeof image, VELMORA_PIXELS_GREY8, 1500, 1500, 0, 0, bytes.data(), bytes.size()};
   }
 };
@@ -355,8 +356,9 @@ TEST(CInterface, DeliversEachImageOnceOnOneThread) {
   constexpr int kImages = 12;
   {
     const Capture capture = MakeCapture();
-    for (int i = 0; i < kImages; ++i)
+    for (int i = 0; i < kImages; ++i) {
       ASSERT_EQ(delivery.Submit(capture.get(), &picture.image, 60000), 0);
+    }
     delivery.WaitFor(kImages);
     velmora_statistics* statistics = nullptr;
     ASSERT_EQ(velmora_capture_get_statistics(capture.get(), &statistics), 0);
@@ -373,8 +375,9 @@ TEST(CInterface, DeliversEachImageOnceOnOneThread) {
   delivery.threads.insert(std::this_thread::get_id());
   EXPECT_EQ(delivery.threads.size(), 2U);
   ASSERT_EQ(delivery.results.size(), static_cast<std::size_t>(kImages));
-  for (const Result& result : delivery.results)
+  for (const Result& result : delivery.results) {
     EXPECT_STREQ(OnlyCode(result.get()).text, "VELMORA 39");
+  }
 }
 
 TEST(CInterface, CopiesWhatIsNotLentAndRefusesWhatDoesNotFit) {
@@ -393,8 +396,9 @@ TEST(CInterface, CopiesWhatIsNotLentAndRefusesWhatDoesNotFit) {
   picture.bytes.assign(picture.bytes.size(), '\0');
   delivery.Hold(false);
   delivery.WaitFor(accepted);
-  for (const Result& result : delivery.results)
+  for (const Result& result : delivery.results) {
     EXPECT_STREQ(OnlyCode(result.get()).text, "VELMORA 39");
+  }
 }
 
 TEST(CInterface, DeliversWhatIsCancelled) {

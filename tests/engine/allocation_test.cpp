@@ -1,5 +1,5 @@
-// What happens when memory or mutexes run out, and in the middle of an operation that allocates. The
-// allocation of this program can be told to do something in place of giving memory.
+// What happens when memory or mutexes run out, and in the middle of an operation that allocates.
+// The allocation of this program can be told to do something in place of giving memory.
 #include <dlfcn.h>
 #include <json/value.h>
 #include <pthread.h>
@@ -75,8 +75,8 @@ TEST(Allocation, LeavesResultsAsTheyWereWhenItFails) {
   EXPECT_EQ(child.GetErrorCode(), 0);
 }
 
-// The first allocation is the empty result, the second the room for it, when the status was looked at
-// for the last time.
+// The first allocation is the empty result, the second the room for it, when the status was looked
+// at for the last time.
 TEST(Allocation, EmptyResultIsTakenBackIfTheOutputIsFinishedMeanwhile) {
   static NxOutputBase output(nullptr, testing::MakeRegion("page"), "read", TT_ATOMIC_0);
   whenNoneAreLeft = [] { output.SetResultStatus(TOS_FINISHED); };

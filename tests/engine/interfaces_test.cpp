@@ -1,5 +1,5 @@
-// Modules are compiled against the virtual tables: one operation more, less or in another place breaks
-// every module that exists.
+// Modules are compiled against the virtual tables: one operation more, less or in another place
+// breaks every module that exists.
 #include <typeinfo>
 
 #include "tests/support/test.h"
@@ -10,9 +10,9 @@ namespace {
 using namespace basic_structures;
 using namespace intermediate_results;
 
-// The pointers to members of the C++ ABI that both targets share: a virtual one holds 1 + its offset in
-// the virtual table, where the destructor takes two places. Slots are counted for a class whose
-// destructor is declared first (slot 0); negative for what is not virtual.
+// The pointers to members of the C++ ABI that both targets share: a virtual one holds 1 + its
+// offset in the virtual table, where the destructor takes two places. Slots are counted for a class
+// whose destructor is declared first (slot 0); negative for what is not virtual.
 template <typename MemberPointer>
 int SlotOf(MemberPointer member) {
   std::intptr_t offset = 0;
@@ -34,8 +34,8 @@ int CountVirtualOperations() {
   return SlotOf(&Probe::OneMore);
 }
 
-// What is in slots first, first + 1, first + 2...; the last one ends the table. The first is 1 after
-// a destructor and -1 without one.
+// What is in slots first, first + 1, first + 2...; the last one ends the table. The first is 1
+// after a destructor and -1 without one.
 template <typename Class, typename... Members>
 void ExpectTable(int first, Members... members) {
   SCOPED_TRACE(typeid(Class).name());

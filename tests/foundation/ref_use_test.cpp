@@ -1,5 +1,5 @@
-// What ordinary C++ does with values, done with references. Compiled as C++17 here and as C++20 beside
-// it, where comparisons are looked up in another way.
+// What ordinary C++ does with values, done with references. Compiled as C++17 here and as C++20
+// beside it, where comparisons are looked up in another way.
 #include <future>
 
 #include "tests/support/test.h"

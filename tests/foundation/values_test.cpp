@@ -11,8 +11,9 @@ using basic_structures::CCoreModule;
 // The hash in 64 bits, where nothing overflows, cut to 32 bits after each step.
 std::uint32_t SlowHash(const std::string& bytes, std::size_t step) {
   std::int64_t hash = 0;
-  for (std::size_t i = 0; i < bytes.size(); i += step)
+  for (std::size_t i = 0; i < bytes.size(); i += step) {
     hash = (hash * 31 + static_cast<signed char>(bytes[i])) & 0xFFFFFFFF;
+  }
   return static_cast<std::uint32_t>(hash & 0x7FFFFFFF);
 }
 
@@ -145,8 +146,9 @@ TEST(ErrorString, TheTableStandsAsPublished) {
   }
   EXPECT_EQ(rows, 63) << "and the row of EC_Unknown";
   EXPECT_EQ(Fnv1a(table), 0xCED897FDAA660F97U) << table;
-  for (const int code : {int{EC_Unknown}, 12345, INT_MAX, INT_MIN})
+  for (const int code : {int{EC_Unknown}, 12345, INT_MAX, INT_MIN}) {
     EXPECT_STREQ(Nc_GetErrorString(code), "Unknown error.") << code;
+  }
 }
 
 }  // namespace

@@ -78,8 +78,9 @@ TEST(LineSegmentEnhanced, ClippingKeepsWhatIsInside) {
   clip({{-4, 4}, {4, -4}}, true, {{0, 0}, {0, 0}});     // touches a corner
   clip({{-4, 3}, {3, -4}}, false, {{-4, 3}, {3, -4}});  // passes it
   clip({{10, 0}, {10, 9}}, false, {{10, 0}, {10, 9}});  // a pixel beyond
-  for (const int height : {0, 1})
+  for (const int height : {0, 1}) {
     EXPECT_EQ(Segment({0, 0}, {0, 0}).MakeLineInBounds(5, height), height == 1);
+  }
 }
 
 TEST(LineSegmentEnhanced, ChainsHaveNoDiagonalSteps) {

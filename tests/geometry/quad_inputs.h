@@ -54,10 +54,13 @@ template <typename Visit>
 void ForEachSmallQuad(int side, Visit visit) {
   const int points = side * side;
   const auto point = [side](int i) { return Point(i % side, i / side); };
-  for (int a = 0; a < points; ++a)
-    for (int b = 0; b < points; ++b)
-      for (int c = 0; c < points; ++c)
+  for (int a = 0; a < points; ++a) {
+    for (int b = 0; b < points; ++b) {
+      for (int c = 0; c < points; ++c) {
         for (int d = 0; d < points; ++d) visit(Quad4{point(a), point(b), point(c), point(d)});
+      }
+    }
+  }
 }
 
 // The exact cross product (b - a) x (p - a): positive if p is right of the line on the image.

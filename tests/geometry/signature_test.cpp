@@ -51,8 +51,9 @@ class Signature {
     (entry.hash.Add(results), ...);
   }
   void Expect() const {
-    for (const auto& [function, entry] : entries_)
+    for (const auto& [function, entry] : entries_) {
       EXPECT_EQ(entry.hash.Get(), entry.want) << function;
+    }
   }
 
  private:
@@ -124,8 +125,9 @@ void AddMeasures(Signature& s, const Segment& segment, const Segment& other, con
   s.Add("CalcPointPositionStatus", 0xB7840C28, segment.CalcPointPositionStatus(in.p, in.number));
   s.Add("CalcPositionStatusOfInputLine", 0xCB165593,
         segment.CalcPositionStatusOfInputLine(other, 5));
-  for (const Nx_Angle_Domain domain : {AD_90, AD_180, AD_360})
+  for (const Nx_Angle_Domain domain : {AD_90, AD_180, AD_360}) {
     s.Add("CalcAngleBetweenLines", 0xBD05C543, segment.CalcAngleBetweenLines(other, domain));
+  }
   segment.CalcTranslatedPoint(in.p, LSTD_LEFT, in.number, out);
   s.Add("CalcTranslatedPoint", 0xA5324FE9, out);
   const auto f = [](int coordinate) { return static_cast<float>(coordinate); };
@@ -187,10 +189,12 @@ void AddQuads(Signature& s, const Inputs& in) {
   s.Add("IsClockWise", 0xABE93A4A, quad.IsClockWise());
   s.Add("QuadHasExtremelyShortEdge", 0x6E6E0CFB, quad.QuadHasExtremelyShortEdge());
   s.Add("GetAllPixelsReserveSize", 0xB862FA8E, quad.GetAllPixelsReserveSize(in.number, 640, 480));
-  for (const int tolerance : {0, 1, 3})
+  for (const int tolerance : {0, 1, 3}) {
     s.Add("CalcPointPositionRelation", 0x1609821D, quad.CalcPointPositionRelation(in.p, tolerance));
-  for (const float ratio : {0.0F, 0.1F})
+  }
+  for (const float ratio : {0.0F, 0.1F}) {
     s.Add("IsOverlapWithOtherQuad", 0x571F72B5, quad.IsOverlapWithOtherQuad(other, ratio));
+  }
   std::vector<Point> points;
   quad.GetOverlappingPolygonPointsWithOtherQuad(&other, points);
   s.Add("GetOverlappingPolygonPointsWithOtherQuad", 0xB7F5A009, points);

@@ -89,8 +89,9 @@ TEST(CoordinateTransform, IdentityWithinTheTolerance) {
     return IsIdentityTransformMatrix(m.data());
   };
   for (std::size_t i = 0; i < 9; ++i) {
-    for (const double change : {-9e-6, 9e-6, -1.00001e-5, 1.00001e-5, std::nan("")})
+    for (const double change : {-9e-6, 9e-6, -1.00001e-5, 1.00001e-5, std::nan("")}) {
       EXPECT_EQ(isIdentityBut(i, change), std::fabs(change) < 1e-5) << i << " by " << change;
+    }
   }
   EXPECT_FALSE(isIdentityBut(1, 0.00001)) << "the tolerance itself is too much";
 }

@@ -45,11 +45,13 @@ class ConversionTwin {
 
   std::optional<Pixel> PixelAt(int x, int y, bool toGrey) {
     const int bits = data_.bitsPerPixel;
-    if (bits == 1 || bits == 4 || bits == 8)
+    if (bits == 1 || bits == 4 || bits == 8) {
       return toGrey ? IndexToGrey(IndexAt(x, y)) : IndexToColour(IndexAt(x, y));
+    }
     if (bits == 24 && data_.isYuv && !toGrey) return YuvPixel(x, y);
-    if (bits == 16 || bits == 24 || bits == 32)
+    if (bits == 16 || bits == 24 || bits == 32) {
       return toGrey ? GreyOf(WordPixel(x, y)) : WordPixel(x, y);
+    }
     if ((bits == 48 || bits == 64) && !toGrey) return WordPixel(x, y);
     return std::nullopt;
   }

@@ -299,8 +299,9 @@ TEST_F(ImageSourceAdapter, CountsAddUpAtEveryInstant) {
     const int before = Releases(0);
     testing::RunTogether(kProducers + 3, [&](int thread) {
       if (thread < kProducers) {
-        for (int i = 0; i < kEach; ++i)
+        for (int i = 0; i < kEach; ++i) {
           shared.AddImageToBuffer(NewImage(thread * kEach + i), false);
+        }
         --producing;
         return;
       }

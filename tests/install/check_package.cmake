@@ -1,7 +1,7 @@
-# Installs the library, moves the installed tree, and builds and runs there, in a project of its own,
-# the program that README.md shows and the example for module authors; they must print what README.md
-# and the comment on top of the example say. The module of examples/own_module is built and installed
-# there as its comment says, and runs in the installed program.
+# Installs the library, moves the installed tree, and builds and runs there, in a project of its
+# own, the program that README.md shows and the example for module authors; they must print what
+# README.md and the comment on top of the example say. The module of examples/own_module is built
+# and installed there as its comment says, and runs in the installed program.
 #   cmake -DBUILD=... -DSOURCE=... -DWORK=... -DCAPTURE=... -DEMULATOR=... -DARGUMENTS=... -P
 #   check_package.cmake
 
@@ -92,8 +92,8 @@ if(NOT refusal MATCHES "the components Static and Capture cannot be combined")
   message(FATAL_ERROR "Static and Capture were not refused: ${refusal}")
 endif()
 
-# The examples that embed the library, each a project of its own, print the codes that the comment on top
-# of one of them says.
+# The examples that embed the library, each a project of its own, print the codes that the comment
+# on top of one of them says.
 file(STRINGS ${SOURCE}/examples/embed/main.cpp codes REGEX "^//   [^ ]")
 list(TRANSFORM codes REPLACE "^//   " "")
 if(EMULATOR)

@@ -27,31 +27,37 @@ TEST(PixelFilters, EqualTheirDefinitions) {
     const GreyImage large = Enlarge(image.View());
     const GreyImage sharp = Sharpen(image.View());
     const GreyImage inverted = Invert(image.View());
-    for (int y = 0; y < height; ++y)
+    for (int y = 0; y < height; ++y) {
       for (int x = 0; x < width; ++x) {
         int blurred = 8;
-        for (int v = -1; v <= 1; ++v)
-          for (int u = -1; u <= 1; ++u)
+        for (int v = -1; v <= 1; ++v) {
+          for (int u = -1; u <= 1; ++u) {
             blurred += At(image, x + u, y + v) * (u == 0 ? 2 : 1) * (v == 0 ? 2 : 1);
+          }
+        }
         const int value = At(image, x, y);
         EXPECT_EQ(At(sharp, x, y), std::clamp(3 * value - 2 * (blurred / 16), 0, 255));
         EXPECT_EQ(At(inverted, x, y), 255 - value);
-        for (int v : {0, 1})
-          for (int u : {0, 1})
+        for (int v : {0, 1}) {
+          for (int u : {0, 1}) {
             EXPECT_EQ(
                 At(large, 2 * x + u, 2 * y + v),
                 (9 * value + 3 * At(image, x + 2 * u - 1, y) + 3 * At(image, x, y + 2 * v - 1) +
                  At(image, x + 2 * u - 1, y + 2 * v - 1) + 8) /
                     16);
+          }
+        }
       }
+    }
   }
   const GreyImage image = RandomImage(11, 7);
   const GreyImage reduced = Reduce(image.View(), 3);
   ASSERT_EQ(reduced.width, 3);
   ASSERT_EQ(reduced.height, 2);
   int sum = 0;
-  for (int y = 3; y < 6; ++y)
+  for (int y = 3; y < 6; ++y) {
     for (int x = 6; x < 9; ++x) sum += At(image, x, y);
+  }
   EXPECT_EQ(At(reduced, 2, 1), sum / 9);
 }
 
@@ -61,13 +67,14 @@ TEST(Straighten, TurnsAndEnlarges) {
   const Corner corners[] = {{20, 4}, {20, 15}, {9, 15}, {9, 4}};
   const Straightened upright = Straighten(image.View(), corners, 2, 2);
   ASSERT_EQ(upright.image.width, (11 + 1 + 4) * 2);
-  for (int y = 0; y < upright.image.height; y += 2)
+  for (int y = 0; y < upright.image.height; y += 2) {
     for (int x = 0; x < upright.image.width; x += 2) {
       const Corner source = upright.ToSource(x, y);
       EXPECT_EQ(At(upright.image, x, y), At(image, source[0], source[1]));
       EXPECT_EQ(source[0], 22 - y / 2);
       EXPECT_EQ(source[1], 2 + x / 2);
     }
+  }
 }
 
 TEST(Tiles, CoverTheWindowInPortions) {
@@ -85,7 +92,7 @@ TEST(Tiles, CoverTheWindowInPortions) {
     }
     // A square of a quarter of a tile's side lies in one of them, wherever it lies.
     const int side = std::min(tiles[0].width, tiles[0].height) / 4;
-    for (int i = 0; i <= 20; ++i)
+    for (int i = 0; i <= 20; ++i) {
       for (int k = 0; k <= 20; ++k) {
         const auto left =
             window.left + static_cast<int>(std::int64_t{window.width - side} * i / 20);
@@ -98,6 +105,7 @@ TEST(Tiles, CoverTheWindowInPortions) {
                                 }))
             << left << "," << top;
       }
+    }
     const auto factor = ReductionOf(window);
     EXPECT_LE(std::int64_t{window.width} * window.height / factor / factor, kMostPixelsAtOnce);
     EXPECT_EQ(factor == 1, tiles.size() == 1);
@@ -118,8 +126,9 @@ TEST(TextOf, PrefersValidUtf8) {
            Row{"\xC0\x80", "\xC3\x80\xC2\x80"},
            Row{"\xED\xA0\x80", "\xC3\xAD\xC2\xA0\xC2\x80"},
            Row{"\xF4\x90\x80\x80", "\xC3\xB4\xC2\x90\xC2\x80\xC2\x80"},
-       })
+       }) {
     EXPECT_EQ(TextOf(row.bytes), row.want);
+  }
 }
 
 }  // namespace

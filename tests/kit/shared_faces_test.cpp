@@ -21,8 +21,9 @@ NxRef<CandidateRegion> MakeCandidate(int score, const char* mode) {
 
 std::string Scores(const CPredetectedRegionsUnit& unit) {
   std::string scores;
-  for (int i = 0; i < unit.GetCount(); ++i)
+  for (int i = 0; i < unit.GetCount(); ++i) {
     scores += std::to_string(unit.GetPredetectedRegion(i)->GetConfidence()) + " ";
+  }
   return scores;
 }
 
@@ -65,8 +66,9 @@ TEST(Units, CopiesAreDeepAndKeepWhereTheyCameFrom) {
   list->AddPredetectedRegion(MakeCandidate(7, "bars").get());
   EXPECT_EQ(picture->SetImageData(image.get()), EC_Ok);
   for (NxUnitBase* unit :
-       {static_cast<NxUnitBase*>(list.get()), static_cast<NxUnitBase*>(picture.get())})
+       {static_cast<NxUnitBase*>(list.get()), static_cast<NxUnitBase*>(picture.get())}) {
     unit->CopySourceInfoFromImage(image.get());
+  }
   list->SetOriginalImageTag(&tag);
 
   auto* listCopy = dynamic_cast<CandidatesUnit*>(list->Clone());

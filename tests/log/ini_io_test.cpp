@@ -56,8 +56,9 @@ TEST_F(Ini, ReadsNumbers) {
 
 TEST_F(Ini, KeepsItsContentWhenTheFileCannotBeRead) {
   ASSERT_TRUE(Load("[s]\na=1\n"));
-  for (const std::string& path : {directory / "missing.ini", directory / "", std::string()})
+  for (const std::string& path : {directory / "missing.ini", directory / "", std::string()}) {
     EXPECT_FALSE(ini.Load(path.c_str())) << path;
+  }
   EXPECT_FALSE(ini.Load(nullptr));
   EXPECT_EQ(ini.GetValue("s", "a"), "1");
   ASSERT_TRUE(Load(""));  // an empty file is a file

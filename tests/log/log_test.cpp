@@ -37,8 +37,9 @@ TEST_F(Log, LinesOfThreadsStayWholeAndInTheirOrder) {
   constexpr int kThreads = 4, kLines = 200;
   const std::string tail(300, 'x');
   Lines want;
-  for (int i = 0; i < kThreads * kLines; ++i)
+  for (int i = 0; i < kThreads * kLines; ++i) {
     want.push_back(std::to_string(i / kLines) + ' ' + std::to_string(i % kLines) + tail);
+  }
   for (const OutputMode mode : {OM_File, OM_Cache}) {
     std::filesystem::remove(LogFile());
     log.SetOutputMode(mode);

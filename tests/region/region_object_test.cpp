@@ -14,8 +14,8 @@ const Points kWholeTurned = {{{7, 0}, {7, 8}, {0, 8}, {0, 0}}};
 const Points kPart = {{{1, 2}, {5, 2}, {5, 6}, {1, 6}}};
 const Points kElsewhere = {{{0, 0}, {3, 0}, {3, 3}, {0, 3}}};
 
-// Worked out apart from this library. The image is "ab". The text of a quad hashes to BKDR_900904312
-// for kPart; "BKDR_3105BKDR_900904312" hashes to the id.
+// Worked out apart from this library. The image is "ab". The text of a quad hashes to
+// BKDR_900904312 for kPart; "BKDR_3105BKDR_900904312" hashes to the id.
 constexpr const char* kImageHashId = "BKDR_3105";
 constexpr const char* kPartHashId = "BKDR_837275731";
 

@@ -74,9 +74,10 @@ TEST(SourceImageObject, FilesARecordOfItsImageWithTheLog) {
     EXPECT_EQ(source.GetLogRecordNumber() != 0, r.id != nullptr);
     EXPECT_TRUE(NxLog::GetInstance().OutputJsonLog());
     std::string record;
-    if (r.id != nullptr)
+    if (r.id != nullptr) {
       record = std::string("{\n\t\"HashId\" : \"BKDR_3105\",\n\t\"ImageId\" : ") + r.id +
                ",\n\t\"ImagePath\" : \"" + r.path + "\",\n\t\"Stages\" : []\n}\n";
+    }
     EXPECT_EQ(log.Text(), record);
   }
 }

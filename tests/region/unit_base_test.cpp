@@ -116,8 +116,9 @@ TEST(IntermediateResult, ShowsTheUnitsWhosePublicFaceWasFound) {
   const auto look = [&left] {  // finds no destroyed unit in the list that it leaves
     for (const auto& each : left.GetUnitsVec()) EXPECT_GT(each->GetReferenceCount(), 0);
   };
-  for (int i = 0; i < 2; ++i)
+  for (int i = 0; i < 2; ++i) {
     left.AddUnit(new testing::Asking<SectionResultUnitBase>(look, nullptr, nullptr));
+  }
   left = NxIntermediateResult();
 }
 

@@ -76,8 +76,9 @@ TEST(IntermediateResultUnit, BothDirectionsCancelAndLeaveTheOtherMatrices) {
     unit.Set(type, matrix);
     ExpectInverse(matrix, unit.Get(opposite));
     ExpectInverse(unit.Get(type), unit.Get(opposite));
-    for (int other = 0; other < 6; ++other)
+    for (int other = 0; other < 6; ++other) {
       EXPECT_EQ(unit.Get(other) == kIdentity, other / 2 != type / 2) << other;
+    }
   }
 }
 

@@ -121,7 +121,9 @@ TEST_F(ResultItems, DieBehindTheLocksOfAllResults) {
   child->AddResultItem(NewNosyItem(child, items_[2].get()));
   child->ClearAllItems();
   for (const Result& each : {child, parent})  // two items of one face, as assigning makes them
+  {
     each->AddResultItem(NewNosyItem(child, items_[0].get()));
+  }
   child->RemoveResultItem(items_[0].get());
 }
 
@@ -160,8 +162,9 @@ TEST_F(ResultItems, ChildAndParentFillUpTogether) {
   });
   EXPECT_EQ(parent->GetResultItems().size(), std::size_t{kWriters * kItems / 2});
   std::vector<NxRef<NxvItemBase>> forwarded;
-  for (const NxRef<NxvItemBase>& item : parent->GetResultItems())
+  for (const NxRef<NxvItemBase>& item : parent->GetResultItems()) {
     if (item->GetModuleID() / kItems % 2 == 0) forwarded.push_back(item);
+  }
   EXPECT_EQ(forwarded, child->GetResultItems()) << "told out of the child's lock";
 }
 

@@ -9,9 +9,9 @@
 
 namespace velmora::testing {
 
-// Has the threads of a race begin each round of it at the same instant: they collide even in a round
-// that is far shorter than the start of a thread. Relaxed, a round orders nothing: what threads do in
-// different rounds still races.
+// Has the threads of a race begin each round of it at the same instant: they collide even in a
+// round that is far shorter than the start of a thread. Relaxed, a round orders nothing: what
+// threads do in different rounds still races.
 class Lockstep {
  public:
   explicit Lockstep(int threads, std::memory_order order = std::memory_order_seq_cst)
@@ -20,8 +20,9 @@ class Lockstep {
   // Returns when all threads have come to this round, which each counts from 0.
   void Enter(int round) {
     arrivals_.fetch_add(1, order_);
-    for (int spins = 1; arrivals_.load(order_) < (round + 1) * threads_; ++spins)
+    for (int spins = 1; arrivals_.load(order_) < (round + 1) * threads_; ++spins) {
       if (spins % 1000 == 0) std::this_thread::yield();
+    }
   }
 
  private:
@@ -46,8 +47,8 @@ void RunTogether(int count, Body body) {
 
 // Calls operations that share an object, each often and on a thread of its own: a thread that takes
 // no lock is ordered with no other, so that the thread sanitizer sees the lock that is missing
-// however the threads happen to run. They meet every ten calls, so that none comes to its end before
-// the others have given it work.
+// however the threads happen to run. They meet every ten calls, so that none comes to its end
+// before the others have given it work.
 constexpr int kCallsTogether = 300;
 inline void CallTogether(const std::vector<std::function<void()>>& operations) {
   const int count = static_cast<int>(operations.size());

@@ -1,5 +1,5 @@
-// What every test may use, compiled once: the check macros, the usual standard headers, the library's
-// public headers, and helpers.
+// What every test may use, compiled once: the check macros, the usual standard headers, the
+// library's public headers, and helpers.
 #pragma once
 
 #include <gtest/gtest.h>

@@ -117,8 +117,9 @@ TEST(Files, OfTheUserAreCheckedFirst) {
 // What is in the way has the very name that is to be written.
 TEST(Outputs, ThatAreInTheWayEndTheRun) {
   const TemporaryDirectory folder;
-  for (const char* name : {"0000-qr.png.svg", "0000-000-candidates-locate.png"})
+  for (const char* name : {"0000-qr.png.svg", "0000-000-candidates-locate.png"}) {
     std::filesystem::create_directory(folder / name);
+  }
   const std::string directory = folder.GetPath().string();
   const CaptureRun overlay = RunCapture({"--overlay", directory, "samples/qr.png"});
   ExpectRun(overlay, 1, "samples/qr.png", "0000-qr.png.svg' cannot be written");
@@ -144,8 +145,9 @@ TEST(Files, MayHoldNoPicture) {
   const CaptureRun run = RunCapture({folder.GetPath().string()});
   for (const char* reason : {"cut.pgm: Failed to read the image. the file ends within the picture",
                              "empty.pgm: Failed to read the image. a picture of 400 x 0 pixels",
-                             "tables.jpg: Failed to read the image. "})
+                             "tables.jpg: Failed to read the image. "}) {
     EXPECT_PRED_FORMAT2(::testing::IsSubstring, reason, run.err);
+  }
 }
 
 // Every name in UTF-8, whatever the system's own encoding, also where it has none for a letter.

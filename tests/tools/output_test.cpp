@@ -9,8 +9,9 @@ using testing::TemporaryDirectory;
 
 std::vector<std::string> FilesIn(const std::string& folder) {
   std::vector<std::string> names;
-  for (const auto& entry : std::filesystem::directory_iterator(folder))
+  for (const auto& entry : std::filesystem::directory_iterator(folder)) {
     names.push_back(entry.path().filename().string());
+  }
   std::sort(names.begin(), names.end());
   return names;
 }
@@ -93,8 +94,9 @@ TEST(Output, ReportHoldsTheWholeRun) {
        {"<h2>samples/label.jpg</h2>", "a,b &amp; c.png</h2>", "<td>EAN-13<td class=\"text\">",
         "<p class=\"bad\">Failed to read the image. the file ends within the picture (-10012)</p>",
         "3 images, 2 read, 1 failed, 4 codes;", "<tr><td>{codes}[linear]<td>CodeReader",
-        "<span>source</span>", "<span>pool 1</span>", "{candidates}[locate] samples/label.jpg, "})
+        "<span>source</span>", "<span>pool 1</span>", "{candidates}[locate] samples/label.jpg, "}) {
     EXPECT_PRED_FORMAT2(::testing::IsSubstring, part, page);
+  }
   EXPECT_EQ(CountOf(page, "<figure"), 2u);
   EXPECT_EQ(CountOf(page, "href=") + CountOf(page, "src="),
             CountOf(page, "href=\"data:") + CountOf(page, "src=\"data:"));
@@ -110,8 +112,9 @@ TEST(Output, GraphShowsTheStateOfEveryTask) {
   const std::string text = ReadFile(isDrawn ? folder / "g.svg" : folder / "g.svg.dot");
   EXPECT_NE(isDrawn, std::filesystem::exists(folder / "g.svg.dot"));
   for (const char* part : {"locate (Locator)", "linear (CodeReader)", "matrix (MatrixReader)",
-                           "in 1 call, 1 found", "done", "unless found", "not run"})
+                           "in 1 call, 1 found", "done", "unless found", "not run"}) {
     EXPECT_PRED_FORMAT2(::testing::IsSubstring, part, text);
+  }
 }
 
 TEST(Output, LogFollowsItsIniFile) {

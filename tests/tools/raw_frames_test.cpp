@@ -15,8 +15,9 @@ std::string Luminance() {
   const std::string file = testing::ReadFile("samples/code39.pgm");
   const std::size_t begin = file.size() - (kWidth - 1) * kHeight;
   std::string grey;
-  for (std::size_t y = 0; y < kHeight; ++y)
+  for (std::size_t y = 0; y < kHeight; ++y) {
     grey += file.substr(begin + y * (kWidth - 1), kWidth - 1) + '\xFF';
+  }
   return grey;
 }
 
@@ -52,9 +53,10 @@ TEST(RawFrames, AreLostExactlyAsTheStatisticsSay) {
   WriteFile(folder / "video.raw", video);
   // Each frame is read eight times over, so that the source is faster on every machine.
   std::string tasks;
-  for (int i = 0; i < 8; ++i)
+  for (int i = 0; i < 8; ++i) {
     tasks += (i > 0 ? ", " : "") + std::string(R"({"Name": "read)") + std::to_string(i) +
              R"(", "Module": "CodeReader", "Output": true})";
+  }
   WriteFile(folder / "slow.json",
             R"({"Name": "slow", "Definitions": [{"Name": "all", "Tasks": [)" + tasks + "]}]}");
   struct Row {

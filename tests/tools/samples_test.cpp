@@ -10,10 +10,12 @@ using testing::TemporaryDirectory;
 TEST(Samples, HoldWhatTheTableSays) {
   const CaptureRun run = RunCapture({"--json", "samples"});
   std::multiset<std::string> found;
-  for (const Json::Value& report : run.Reports())
-    for (const Json::Value& code : report["codes"])
+  for (const Json::Value& report : run.Reports()) {
+    for (const Json::Value& code : report["codes"]) {
       found.insert(report["image"].asString() + '\t' + code["symbology"].asString() + '\t' +
                    code["text"].asString());
+    }
+  }
   std::multiset<std::string> expected;
   std::ifstream table("samples/expected.tsv");
   for (std::string line; std::getline(table, line);) {
@@ -22,8 +24,9 @@ TEST(Samples, HoldWhatTheTableSays) {
     const std::size_t symbology = line.find('\t', module + 1);
     const bool isLinuxOnly =
         line.find("\tAztec\t") != std::string::npos || line.find("\tPDF417\t") != std::string::npos;
-    if (kReadsAllMatrixCodes || !isLinuxOnly)
+    if (kReadsAllMatrixCodes || !isLinuxOnly) {
       expected.insert("samples/" + line.substr(0, module) + line.substr(symbology));
+    }
   }
   EXPECT_EQ(found, expected);
   EXPECT_EQ(expected.size(), kReadsAllMatrixCodes ? 18u : 16u);

@@ -7,8 +7,9 @@ namespace {
 
 using testing::TemporaryDirectory;
 
-// A script of bash with the program as $CAPTURE, signals as at a terminal, and an empty folder $DIR.
-// Its functions wait until a file holds a text, so that no case hangs on how fast the program is.
+// A script of bash with the program as $CAPTURE, signals as at a terminal, and an empty folder
+// $DIR. Its functions wait until a file holds a text, so that no case hangs on how fast the program
+// is.
 CaptureRun RunScript(const TemporaryDirectory& folder, const std::string& script) {
   const std::string preamble =
       "set -o pipefail; export LC_ALL=C\n"
@@ -121,8 +122,9 @@ TEST(Help, BecomesManualPageAndCompletion) {
 // As docs/video.md says: two seconds with a code, one without, at ten frames a second; five of each
 // second are read.
 TEST(Film, ComesThroughAPipe) {
-  if (RunProgram({"bash", "-c", "command -v ffmpeg >/dev/null"}) != 0)
+  if (RunProgram({"bash", "-c", "command -v ffmpeg >/dev/null"}) != 0) {
     GTEST_SKIP() << "ffmpeg is not installed";
+  }
   const TemporaryDirectory folder;
   const CaptureRun run = RunScript(
       folder,

@@ -31,8 +31,9 @@ CaptureRun RunTemplate(const std::string& text) {
   WriteFile(folder / "t.json", text);
   CaptureRun run = RunCapture({"--json", "--template", folder / "t.json", "samples/qr.png"});
   const std::string path = folder / "";
-  for (std::size_t at = 0; (at = run.err.find(path)) != std::string::npos;)
+  for (std::size_t at = 0; (at = run.err.find(path)) != std::string::npos;) {
     run.err.erase(at, path.size());
+  }
   return run;
 }
 
@@ -120,8 +121,8 @@ TEST(Template, RunsWhatItSays) {
       "1 image, 1 read, 0 failed, 1 code;");
 }
 
-// What one task found excludes its own place from another one's work, and no more: the label carries
-// three codes that CodeReader reads.
+// What one task found excludes its own place from another one's work, and no more: the label
+// carries three codes that CodeReader reads.
 TEST(Template, ExcludesTheAreaOfWhatWasFound) {
   const TemporaryDirectory folder;
   const std::string reader = R"("Module":"CodeReader","Output":true)";
@@ -157,10 +158,12 @@ TEST(Template, ExcludesTheAreaOfWhatWasFound) {
     const CaptureRun run =
         RunCapture({"--json", "--template", folder / "t.json", "samples/label.jpg"});
     std::vector<std::string> found;
-    for (const Json::Value& report : run.Reports())
-      for (const Json::Value& code : report["codes"])
+    for (const Json::Value& report : run.Reports()) {
+      for (const Json::Value& code : report["codes"]) {
         found.push_back(code["definition"].asString() + ' ' + code["task"].asString() + ' ' +
                         code["symbology"].asString());
+      }
+    }
     std::sort(found.begin(), found.end());
     EXPECT_EQ(found, row.found) << run.out << run.err;
   }
@@ -173,8 +176,9 @@ TEST(Module, IsWhatItsDocumentationShows) {
     return testing::ReadFile(std::string("../../") + file);
   };
   std::string comment = read("examples/own_module/brightness.cpp");
-  for (std::size_t at = 0; (at = comment.find("\n//   ", at)) != std::string::npos; ++at)
+  for (std::size_t at = 0; (at = comment.find("\n//   ", at)) != std::string::npos; ++at) {
     comment.erase(at + 1, 5);
+  }
   struct Row {
     std::string fence;
     std::string files;

@@ -11,9 +11,11 @@ using testing::WriteFile;
 std::string StripedSquares(int count) {
   const int side = count * 60;
   std::string picture = "P5 " + std::to_string(side) + " " + std::to_string(side) + " 255\n";
-  for (int y = 0; y < side; ++y)
-    for (int x = 0; x < side; ++x)
+  for (int y = 0; y < side; ++y) {
+    for (int x = 0; x < side; ++x) {
       picture += x % 60 < 40 && y % 60 < 40 && x % 8 < 4 ? '\0' : '\xFF';
+    }
+  }
   return picture;
 }
 
@@ -24,8 +26,9 @@ std::string EndlessTemplate(int readers) {
       {"Name":"squares","Parents":["first"],"Tasks":[
         {"Name":"locate","Module":"Locator","Settings":{"MaxCandidates":10000}}]},
       {"Name":"codes","Parents":["squares"],"Tasks":[)";
-  for (int i = 0; i < readers; ++i)
+  for (int i = 0; i < readers; ++i) {
     text += R"({"Module":"CodeReader","Output":true,"Name":"r)" + std::to_string(i) + "\"},";
+  }
   text.back() = ']';
   return text + "}]}";
 }

@@ -91,8 +91,9 @@ TEST_F(Base64, TheShortWayAgreesWithTheVirtualSteps) {
     std::string text = Encode(encoder_, bytes);
     ASSERT_EQ(text, Encode(slowEncoder_, bytes));
     ASSERT_EQ(Decode(decoder_, text), bytes);
-    for (unsigned i = random() % 4; i > 0; --i)
+    for (unsigned i = random() % 4; i > 0; --i) {
       text.insert(random() % (text.size() + 1), 1, interruptions[random() % interruptions.size()]);
+    }
     ASSERT_EQ(Decode(decoder_, text), Decode(slowDecoder_, text));
     ASSERT_STREQ(decoder_.EncodedMessage(), slowDecoder_.EncodedMessage());
   }

@@ -67,12 +67,14 @@ TEST_F(ModuleLoader, LooksBesideTheAnchorThenBesideTheProgram) {
                       // What it needs is found: LOAD_WITH_ALTERED_SEARCH_PATH, or both directories.
                       {"Needy", false, 8, kNowhere, kBesideAnchor},
                       {"Needy", false, 0x1100, kNowhere, kBesideAnchor}};
-  for (const Row& row : rows)
+  for (const Row& row : rows) {
     EXPECT_EQ(PlaceOf(row.name, row.isFileName, "Anchor", row.flags), row.withoutAnchor)
         << row.name;
+  }
   HINSTANCE anchor = Open(ModulesFile(ANCHOR_FILE));
-  for (const Row& row : rows)
+  for (const Row& row : rows) {
     EXPECT_EQ(PlaceOf(row.name, row.isFileName, "Anchor", row.flags), row.withAnchor) << row.name;
+  }
   NxModuleLoaderBase::releaseModule(anchor);
   // The directory is kept without the anchor, and whatever the anchor's name.
   EXPECT_FALSE(IsLoaded("Anchorx86"));

@@ -46,8 +46,9 @@ TEST(PosixPaths, LinksAreFollowedToEachDirectoryOnceAndClosedDirectoriesAddNothi
                                      {"pipe", PathHelper::PT_Invalid},
                                      {"closed/file", PathHelper::PT_Invalid},
                                      {"broken", PathHelper::PT_NotExist},
-                                     {"a/side", PathHelper::PT_Directory}})
+                                     {"a/side", PathHelper::PT_Directory}}) {
       EXPECT_EQ(PathHelper::JudgePathType((directory / name).c_str()), want) << name;
+    }
   });
   for (const char* name : {"closed", "listed"}) fs::permissions(directory / name, fs::perms::all);
 }
@@ -56,10 +57,12 @@ TEST(PosixPaths, FindTheLibraryByEachOfItsNames) {
   std::string found;
   for (const char* name :
        {"VelmoraCorex86", "VelmoraCorex86.dll", "VelmoraCore", "libVelmoraCore.so",
-        "libVelmoraCore.so.4", "libVelmoraCore.so.4.6.50.9329"})
+        "libVelmoraCore.so.4", "libVelmoraCore.so.4.6.50.9329"}) {
     EXPECT_TRUE(PathHelper::GetDLLDirectory(name, found)) << name;
-  for (const char* name : {"Core", "libVelmora", "libVelmoraCore.so.40", "x86"})
+  }
+  for (const char* name : {"Core", "libVelmora", "libVelmoraCore.so.40", "x86"}) {
     EXPECT_FALSE(PathHelper::GetDLLDirectory(name, found)) << name;
+  }
 }
 
 }  // namespace

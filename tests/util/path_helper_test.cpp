@@ -42,13 +42,15 @@ TEST_F(Paths, JudgesPaths) {
                                    {odd + kSeparator, PathHelper::PT_Directory},
                                    {directory / "nothing", PathHelper::PT_NotExist},
                                    {file + kSeparator + "x", PathHelper::PT_NotExist},
-                                   {"", PathHelper::PT_NotExist}})
+                                   {"", PathHelper::PT_NotExist}}) {
     EXPECT_EQ(PathHelper::JudgePathType(path.c_str()), want) << path;
+  }
   EXPECT_EQ(PathHelper::JudgePathType(nullptr), PathHelper::PT_Invalid);
   if (ON_WINDOWS) {
     EXPECT_EQ(PathHelper::JudgePathType("NUL"), PathHelper::PT_Invalid) << "a device";
-    for (const char* path : {"a*b", "\\\\no-such-server\\share\\file"})
+    for (const char* path : {"a*b", "\\\\no-such-server\\share\\file"}) {
       EXPECT_EQ(PathHelper::JudgePathType(path), PathHelper::PT_NotExist) << path;
+    }
   }
   EXPECT_FALSE(NxLog::CreatDir(odd));  // it is there
   EXPECT_FALSE(NxLog::CreatDir(directory / "no" + kSeparator + "parent"));
@@ -67,21 +69,24 @@ TEST_F(Paths, RecognisesPdfByItsFirstBytes) {
   }
   EXPECT_FALSE(PathHelper::IsPDFFile(nullptr, 8));
   EXPECT_FALSE(PathHelper::IsPDFFile(nullptr));
-  for (const char* name : {"", "nothing"})
+  for (const char* name : {"", "nothing"}) {
     EXPECT_FALSE(PathHelper::IsPDFFile((directory / name).c_str())) << name;
+  }
 }
 
 TEST_F(Paths, CutsTheFileName) {
   for (const auto& [path, want] :
-       {std::pair{"a/b\\c.png", "c.png"}, {"a\\b/c", "c"}, {"bare", "bare"}, {"directory/", ""}})
+       {std::pair{"a/b\\c.png", "c.png"}, {"a\\b/c", "c"}, {"bare", "bare"}, {"directory/", ""}}) {
     EXPECT_EQ(PathHelper::GetFileNameFromFilePath(path), want);
+  }
 }
 
 TEST_F(Paths, ListsFilesByNameAndExtension) {
   const std::string root = MakeDirectory("Ma\xDF \xE4");
   const std::string sub = MakeDirectory("Ma\xDF \xE4/b.png");
-  for (const char* name : {"c.PNG", "a.png", "png", "e.tar.png", "f.AZ", ".png"})
+  for (const char* name : {"c.PNG", "a.png", "png", "e.tar.png", "f.AZ", ".png"}) {
     WriteFile(root + kSeparator + name, "");
+  }
   WriteFile(sub + kSeparator + "x.png", "");
   const Names pngs = {"/.png", "/a.png", "/c.PNG", "/e.tar.png"};
   const Names all = {"/.png", "/a.png", "/c.PNG", "/e.tar.png", "/f.AZ", "/png"};
@@ -98,8 +103,10 @@ TEST_F(Paths, ListsFilesByNameAndExtension) {
     EXPECT_EQ(Files(root, row.recursive, row.filter), row.want);
   }
   EXPECT_EQ(Files(root + kSeparator, false, "az"), Names{"f.AZ"}) << "no second separator";
-  for (const std::string& none : {std::string(), root + kSeparator + "png", directory / "nothing"})
+  for (const std::string& none :
+       {std::string(), root + kSeparator + "png", directory / "nothing"}) {
     EXPECT_EQ(Files(none, true, nullptr), Names()) << none;
+  }
 }
 
 TEST_F(Paths, KnowsTheDirectoriesOfProgramAndModules) {
@@ -108,8 +115,9 @@ TEST_F(Paths, KnowsTheDirectoriesOfProgramAndModules) {
   EXPECT_TRUE(PathHelper::GetEXEDirectory(exe));
   EXPECT_TRUE(PathHelper::GetDLLDirectory(CORE_FILE_NAME, core));
   EXPECT_TRUE(PathHelper::GetDLLDirectory(CORE_FILE_NAME, safeCore));
-  for (const std::string& file : {exe + UTIL_TEST_FILE, core + CORE_FILE_NAME})
+  for (const std::string& file : {exe + UTIL_TEST_FILE, core + CORE_FILE_NAME}) {
     EXPECT_EQ(PathHelper::JudgePathType(file.c_str()), PathHelper::PT_File) << file;
+  }
   for (const char* missing : {"", "NoSuchModule", "NoSuchModulex86"}) {
     EXPECT_FALSE(PathHelper::GetDLLDirectory(missing, unchanged)) << missing;
     EXPECT_FALSE(PathHelper::GetDLLDirectory(missing, safeCore)) << missing;

@@ -26,8 +26,9 @@ static int IsSame(const char* a, const char* b) {
 static const char* FileArgument(void) {
   const char* line = GetCommandLineA();
   const char* last = line;
-  for (; *line != 0; ++line)
+  for (; *line != 0; ++line) {
     if (*line == ' ' && line[1] != 0 && line[1] != ' ') last = line + 1;
+  }
   return last;
 }
 

@@ -75,8 +75,9 @@ CaptureError ReadBytes(const std::string& file, std::int64_t maxBytes, const Sto
     bytes.resize(size + count);
     if (in->GetError() != 0) return DescribeReadError(in->GetError());
     if (count < block) return {};
-    if (static_cast<std::int64_t>(bytes.size()) > maxBytes)
+    if (static_cast<std::int64_t>(bytes.size()) > maxBytes) {
       return {EC_ImageReadFailed, "too large for a picture of the pixels allowed", {}, {}};
+    }
   }
 }
 
@@ -238,8 +239,8 @@ void FileSource::Refill() {
   ahead_.pop_front();
 }
 
-// A dropped image is only counted, and its error would be lost. The failure is the newest image, which
-// is taken first: the next image waits until then.
+// A dropped image is only counted, and its error would be lost. The failure is the newest image,
+// which is taken first: the next image waits until then.
 void FileSource::PushFailure(SourceRecord record) {
   const int id = nextId_++;
   const PictureTag tag(std::move(record), id);
@@ -253,9 +254,10 @@ void FileSource::PushFailure(SourceRecord record) {
 
 void FileSource::WaitUntil(Clock::time_point due) const {
   const auto left = due - Clock::now();
-  if (left.count() > 0)
+  if (left.count() > 0) {
     stop_.WaitFor(
         static_cast<int>(std::chrono::duration_cast<std::chrono::milliseconds>(left).count()));
+  }
 }
 
 }  // namespace velmora::capture

@@ -80,8 +80,9 @@ DirectoryWatch::DirectoryWatch(std::string directory) : directory_(std::move(dir
 
 bool DirectoryWatch::TakeNext(const StopSignal& stop, std::string& file) {
   constexpr int kLookMs = 200;
-  while (finished_.empty())
+  while (finished_.empty()) {
     if (stop.WaitFor(kLookMs) || !Look(false)) return false;
+  }
   file = Join(directory_, finished_.back());
   finished_.pop_back();
   return !stop.IsSet();

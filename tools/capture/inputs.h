@@ -13,17 +13,18 @@
 
 namespace velmora::capture {
 
-/// Replaces each directory by the pictures in it and below it, in the order of their names (with raw
-/// frames by all files), and "-" by the names on standard input. Every other name stays, whether
-/// there is such a file or not, and so does a directory that cannot be read: both are reported like
-/// a file that cannot be read.
+/// Replaces each directory by the pictures in it and below it, in the order of their names (with
+/// raw frames by all files), and "-" by the names on standard input. Every other name stays,
+/// whether there is such a file or not, and so does a directory that cannot be read: both are
+/// reported like a file that cannot be read.
 ///
 /// @param notes  receives a sentence on each directory without pictures and each name that UTF-8
 ///               cannot hold
 std::vector<std::string> ExpandInputs(const Options& options, std::vector<std::string>& notes);
 
 /// Tells of the pictures that come into a directory, each when it is finished: when its size and
-/// time stay as they are from one look to the next. One that is written once more is told once more.
+/// time stay as they are from one look to the next. One that is written once more is told once
+/// more.
 class DirectoryWatch {
  public:
   /// What is in the directory now is old.

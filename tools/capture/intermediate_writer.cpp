@@ -23,12 +23,15 @@ namespace {
 
 // The image of a unit that has one; each class of such units stands for itself.
 const basic_structures::CImageData* ImageOf(const CIntermediateResultUnit& unit) {
-  if (const auto* binary = dynamic_cast<const CBinaryImageUnit*>(&unit))
+  if (const auto* binary = dynamic_cast<const CBinaryImageUnit*>(&unit)) {
     return binary->GetImageData();
-  if (const auto* grey = dynamic_cast<const CGrayscaleImageUnit*>(&unit))
+  }
+  if (const auto* grey = dynamic_cast<const CGrayscaleImageUnit*>(&unit)) {
     return grey->GetImageData();
-  if (const auto* colour = dynamic_cast<const CColourImageUnit*>(&unit))
+  }
+  if (const auto* colour = dynamic_cast<const CColourImageUnit*>(&unit)) {
     return colour->GetImageData();
+  }
   return nullptr;
 }
 

@@ -11,9 +11,10 @@ int ParseNumber(const std::string& option, const std::string& text, int smallest
   const bool isNumber = !text.empty() && text.size() <= 9 &&
                         text.find_first_not_of("0123456789") == std::string::npos;
   const int number = isNumber ? std::stoi(text) : -1;
-  if (number < smallest || number > largest)
+  if (number < smallest || number > largest) {
     throw UsageError(option + " takes a number from " + std::to_string(smallest) + " to " +
                      std::to_string(largest) + ", not '" + text + "'");
+  }
   return number;
 }
 
@@ -121,10 +122,12 @@ const Row& FindOption(const std::string& name) {
 void CheckTogether(const Options& o) {
   if (o.help || o.version) return;
   const bool isWatching = !o.watchedDirectory.empty();
-  if (o.inputs.empty() && !isWatching)
+  if (o.inputs.empty() && !isWatching) {
     throw UsageError("there is nothing to read: name a file, a directory, or - for a list");
-  if (isWatching && (!o.inputs.empty() || o.raw.IsGiven()))
+  }
+  if (isWatching && (!o.inputs.empty() || o.raw.IsGiven())) {
     throw UsageError("--watch reads the pictures of its directory and nothing else");
+  }
 }
 
 }  // namespace
@@ -145,8 +148,9 @@ Options ParseOptions(const std::vector<std::string>& arguments) {
     const Row& option = FindOption(name);
     const bool isFlag = option.value[0] == '\0';
     if (isFlag && equals != std::string::npos) throw UsageError(name + " takes no value");
-    if (!isFlag && equals == std::string::npos && i + 1 == arguments.size())
+    if (!isFlag && equals == std::string::npos && i + 1 == arguments.size()) {
       throw UsageError(name + " needs a value");
+    }
     option.set(options, equals != std::string::npos ? argument.substr(equals + 1)
                         : isFlag                    ? std::string()
                                                     : arguments[++i]);

@@ -28,8 +28,9 @@ int CountLetters(const std::string& text) {
 
 std::string FirstLetters(const std::string& text, int count) {
   std::size_t at = 0;
-  for (; at < text.size() && count > 0; --count)
+  for (; at < text.size() && count > 0; --count) {
     at += Utf8Length(std::string_view(text).substr(at));
+  }
   return text.substr(0, at);
 }
 
@@ -79,8 +80,8 @@ class OverlayWriter {
     out_ << "\"/>\n";
   }
 
-  // A label that would leave the picture moves to the left, then shrinks to two thirds, then is cut;
-  // a viewer shows the whole text as a tooltip.
+  // A label that would leave the picture moves to the left, then shrinks to two thirds, then is
+  // cut; a viewer shows the whole text as a tooltip.
   void WriteLabel(const Font& font, double x, double y, const std::string& text) {
     std::string shown = ValidUtf8(text);
     double size = font.size;

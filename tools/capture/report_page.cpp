@@ -107,8 +107,9 @@ void WriteNumbers(std::ostream& out, const CaptureResult& result) {
 void WriteTask(std::ostream& out, const TaskCounts& task) {
   out << "<tr><td>" << EscapeXml("{" + task.definition + "}[" + task.task + "]") << "<td>"
       << EscapeXml(task.module) << (task.isLeftOut ? " (left out)" : "");
-  for (const std::int64_t number : {task.runs, task.found, task.failures, task.timeouts})
+  for (const std::int64_t number : {task.runs, task.found, task.failures, task.timeouts}) {
     out << "<td class=\"number\">" << number;
+  }
   out << "<td class=\"number\">" << Milliseconds(task.nanoseconds) << "</tr>\n";
 }
 
@@ -139,8 +140,9 @@ void ReportPage::Add(const CaptureResult& result) {
   }
   out_ << "<div>\n";
   if (result.GetCodeCount() > 0) WriteCodes(out_, result);
-  for (const CaptureError& error : result.GetErrors())
+  for (const CaptureError& error : result.GetErrors()) {
     out_ << "<p class=\"bad\">" << EscapeXml(DescribeError(error)) << "</p>\n";
+  }
   ++images_;
   failed_ += result.GetErrorCode() != 0 ? 1 : 0;
   codes_ += result.GetCodeCount();
@@ -198,8 +200,9 @@ void ReportPage::WriteTimeline() {
   const std::int64_t all =
       std::chrono::duration_cast<std::chrono::nanoseconds>(end.time - begin.time).count();
   out_ << "<section class=\"sum\">\n<h2>Timeline</h2>\n<p class=\"dim\">";
-  for (const char* stage : {"read", "convert", "work", "report"})
+  for (const char* stage : {"read", "convert", "work", "report"}) {
     out_ << "<i class=\"" << stage << "\"></i>" << stage;
+  }
   if (barCount_ > kMostBars) out_ << "; the first " << kMostBars << " of " << barCount_ << " spans";
   out_ << "</p>\n";
   for (const Lane& lane : lanes_) WriteLane(lane, begin, std::max(1.0, static_cast<double>(all)));

@@ -66,8 +66,9 @@ void WriteCsvLines(std::ostream& out, const CaptureResult& result) {
     const CodeItem& code = result.GetCode(i);
     out << IdOf(result) << "," << CsvField(NameOf(result)) << "," << CsvField(code.GetSymbology())
         << "," << CsvField(code.GetText());
-    for (const auto& corner : code.GetLocation().points)
+    for (const auto& corner : code.GetLocation().points) {
       out << "," << corner[0] << "," << corner[1];
+    }
     out << "," << CsvField(code.GetTargetROIDefName()) << "," << CsvField(code.GetTaskName())
         << "\n";
   }
@@ -82,8 +83,9 @@ std::string DescribeError(const CaptureError& error) {
 }
 
 void WriteErrors(std::ostream& out, const CaptureResult& result) {
-  for (const CaptureError& error : result.GetErrors())
+  for (const CaptureError& error : result.GetErrors()) {
     out << Printable(NameOf(result)) << ": " << DescribeError(error) << "\n";
+  }
 }
 
 }  // namespace velmora::capture

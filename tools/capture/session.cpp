@@ -34,8 +34,9 @@ std::string ReadTextFile(const std::string& file, const std::string& purpose) {
 void CheckWritable(const std::string& file, const std::string& purpose) {
   if (file.empty()) return;
   errno = 0;
-  if (!std::ofstream(ToPath(file), std::ios::binary | std::ios::app))
+  if (!std::ofstream(ToPath(file), std::ios::binary | std::ios::app)) {
     throw UsageError(DescribeWriteError(purpose, file));
+  }
 }
 
 void MakeFolder(const std::string& folder) {
@@ -43,9 +44,10 @@ void MakeFolder(const std::string& folder) {
   std::error_code error;
   std::filesystem::create_directories(ToPath(folder), error);
   std::error_code ignored;
-  if (!std::filesystem::is_directory(ToPath(folder), ignored))
+  if (!std::filesystem::is_directory(ToPath(folder), ignored)) {
     throw UsageError("the folder '" + folder + "' cannot be made" +
                      (error ? ": " + error.message() : ""));
+  }
   // A name of its own: what the folder holds stays as it is.
   const std::filesystem::path probe = ToPath(folder) / ".velmora-capture.probe";
   errno = 0;
@@ -53,7 +55,8 @@ void MakeFolder(const std::string& folder) {
   std::filesystem::remove(probe, ignored);
 }
 
-// A file name for what is written about an image: its number keeps names of different folders apart.
+// A file name for what is written about an image: its number keeps names of different folders
+// apart.
 std::string FileNameFor(const CaptureResult& result, const char* extension) {
   char number[16];
   std::snprintf(number, sizeof number, "%04d-", IdOf(result));
@@ -93,9 +96,10 @@ ExitStatus Session::Run() {
 void Session::PrepareLog() const {
   if (options_.logConfig.empty()) return;
   const std::string text = ReadTextFile(options_.logConfig, "the log's ini file");
-  if (text.find("[BARCODECONFIG]") == std::string::npos)
+  if (text.find("[BARCODECONFIG]") == std::string::npos) {
     throw UsageError("the log's ini file '" + options_.logConfig +
                      "' has no section [BARCODECONFIG]");
+  }
   NxLog::GetInstance().InitLog(ToNarrow(options_.logConfig).c_str());
 }
 
@@ -242,8 +246,9 @@ void Session::ShowResult(const CaptureResult& result) {
   WriteStandardOutput(lines.str());
   WriteErrors(std::cerr, result);
   if (reportPage_ != nullptr) reportPage_->Add(result);
-  if (options_.overlayFolder.empty() || result.GetImage() == nullptr || result.GetWidth() == 0)
+  if (options_.overlayFolder.empty() || result.GetImage() == nullptr || result.GetWidth() == 0) {
     return;
+  }
   const auto file = ToPath(options_.overlayFolder) / ToPath(FileNameFor(result, ".svg"));
   WriteFile(file.u8string(), "the overlay", [&](std::ostream& out) { WriteOverlay(out, result); });
 }
@@ -262,9 +267,10 @@ void Session::WriteSummary() const {
       << Count(capture_->GetThreadCount(), "thread") << (isInterrupted_ ? "; interrupted" : "")
       << "\n";
   const basic_structures::ImageSourceStatistics frames = source_->GetStatistics();
-  if (options_.raw.IsGiven() || frames.dropped > 0)
+  if (options_.raw.IsGiven() || frames.dropped > 0) {
     out << "frames: " << frames.offered << " played, " << frames.delivered << " captured, "
         << frames.dropped + frames.refused << " dropped\n";
+  }
   WriteStages(out);
   if (options_.format == Format::kText) {
     WriteStandardOutput(out.str());
@@ -301,14 +307,16 @@ void Session::WriteStages(std::ostream& out) const {
 }
 
 void Session::WriteFiles() {
-  if (!options_.traceFile.empty())
+  if (!options_.traceFile.empty()) {
     WriteFile(options_.traceFile, "the trace",
               [&](std::ostream& out) { capture_->WriteTrace(out); });
+  }
   if (reportPage_ != nullptr) reportPage_->Finish(*capture_);
   if (options_.graphFile.empty()) return;
   const std::string written = WriteGraphFile(options_.graphFile, capture_->GetGraphDot());
-  if (written != options_.graphFile)
+  if (written != options_.graphFile) {
     Note("Graphviz is not there; the graph is in " + Printable(written));
+  }
 }
 
 }  // namespace velmora::capture

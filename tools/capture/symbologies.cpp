@@ -34,8 +34,9 @@ Json::Value& MemberOf(Json::Value& value, const char* name) {
 template <typename Predicate>
 Json::Value Filter(const Json::Value& array, Predicate stays) {
   Json::Value out(Json::arrayValue);
-  for (const Json::Value& element : array)
+  for (const Json::Value& element : array) {
     if (stays(element)) out.append(element);
+  }
   return out;
 }
 
@@ -55,9 +56,11 @@ class Narrower {
     CheckAllKnown();
     const auto stays = [&](const Json::Value& name) { return gone.count(name.asString()) == 0; };
     definitions = Filter(definitions, [&](const Json::Value& d) { return stays(d["Name"]); });
-    for (Json::Value& definition : definitions)
-      if (definition.isMember("Parents"))
+    for (Json::Value& definition : definitions) {
+      if (definition.isMember("Parents")) {
         definition["Parents"] = Filter(definition["Parents"], stays);
+      }
+    }
   }
 
  private:
@@ -76,9 +79,11 @@ class Narrower {
     }
     const auto stays = [&](const Json::Value& name) { return gone.count(name.asString()) == 0; };
     tasks = Filter(tasks, [&](const Json::Value& task) { return stays(task["Name"]); });
-    for (Json::Value& task : tasks)
-      if (task.isMember("UnlessFoundBy"))
+    for (Json::Value& task : tasks) {
+      if (task.isMember("UnlessFoundBy")) {
         task["UnlessFoundBy"] = Filter(task["UnlessFoundBy"], stays);
+      }
+    }
   }
 
   void CheckAllKnown() const {

@@ -1,7 +1,8 @@
 /// @file
 /// What the program wants from the operating system; a posix and a windows source.
 ///
-/// Names of files are UTF-8 everywhere in the program; on systems whose names are bytes, those bytes.
+/// Names of files are UTF-8 everywhere in the program; on systems whose names are bytes, those
+/// bytes.
 #pragma once
 
 #include <cstddef>

@@ -48,9 +48,11 @@ void PrepareStandardStreams() {
   std::signal(SIGPIPE, SIG_IGN);
   // The lowest number that is free is what open gives. A stream that may only be used the wrong way
   // round fails as a closed one does.
-  for (int number = STDIN_FILENO; number <= STDERR_FILENO; ++number)
-    if (fcntl(number, F_GETFD) < 0)
+  for (int number = STDIN_FILENO; number <= STDERR_FILENO; ++number) {
+    if (fcntl(number, F_GETFD) < 0) {
       static_cast<void>(open("/dev/null", number == STDIN_FILENO ? O_WRONLY : O_RDONLY));
+    }
+  }
 }
 
 int RunProgram(const std::vector<std::string>& arguments) {
@@ -61,8 +63,9 @@ int RunProgram(const std::vector<std::string>& arguments) {
   pid_t child = 0;
   if (posix_spawnp(&child, argv[0], nullptr, nullptr, argv.data(), environ) != 0) return -1;
   int status = 0;
-  while (waitpid(child, &status, 0) != child)
+  while (waitpid(child, &status, 0) != child) {
     if (errno != EINTR) return -1;
+  }
   if (!WIFEXITED(status)) return -1;
   return WEXITSTATUS(status) == 127 ? -1 : WEXITSTATUS(status);
 }
@@ -111,8 +114,9 @@ struct StopSignal::State {
 
 StopSignal::StopSignal() : state_(std::make_unique<State>()) {
   int ends[2];
-  if (pipe2(ends, O_CLOEXEC) != 0)
+  if (pipe2(ends, O_CLOEXEC) != 0) {
     throw std::system_error(errno, std::generic_category(), "a pipe cannot be made");
+  }
   state_->readEnd = ends[0];
   state_->writeEnd = ends[1];
 }
@@ -215,12 +219,15 @@ InterruptWatch::InterruptWatch(std::function<void()> onInterrupt)
     if (!state->isEnding) state->onInterrupt();
   });
   for (const int number : kSignals)  // a shell ignores the first for what it runs beside itself
+  {
     if (std::signal(number, OnSignal) == SIG_IGN) std::signal(number, SIG_IGN);
+  }
 }
 
 InterruptWatch::~InterruptWatch() {
-  for (const int number : kSignals)
+  for (const int number : kSignals) {
     if (std::signal(number, SIG_DFL) == SIG_IGN) std::signal(number, SIG_IGN);
+  }
   state_->isEnding = true;
   sem_post(&interrupted);
   state_->thread.join();

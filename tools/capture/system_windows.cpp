@@ -62,8 +62,9 @@ std::vector<std::string> GetArguments(int, char**) {
   std::vector<std::string> arguments;
   int count = 0;
   wchar_t** const wide = CommandLineToArgvW(GetCommandLineW(), &count);
-  for (int i = 1; i < count; ++i)
+  for (int i = 1; i < count; ++i) {
     arguments.push_back(FromWide(wide[i], std::wcslen(wide[i]), CP_UTF8));
+  }
   LocalFree(wide);
   return arguments;
 }
@@ -128,8 +129,9 @@ std::vector<DirectoryEntry> ListDirectory(const std::string& directory, std::str
 std::string GetRealDirectory(const std::string& directory) {
   const std::wstring wide = ToWide(directory);
   const DWORD attributes = GetFileAttributesW(wide.c_str());
-  if (attributes == INVALID_FILE_ATTRIBUTES || (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0)
+  if (attributes == INVALID_FILE_ATTRIBUTES || (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
     return {};
+  }
   const HANDLE handle =
       CreateFileW(wide.c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                   OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
@@ -182,8 +184,10 @@ class WindowsStream final : public InputStream {
     const auto handle = reinterpret_cast<HANDLE>(_get_osfhandle(number_));
     if (GetFileType(handle) == FILE_TYPE_PIPE) {
       DWORD available = 0;
-      while (PeekNamedPipe(handle, nullptr, 0, nullptr, &available, nullptr) != 0 && available == 0)
+      while (PeekNamedPipe(handle, nullptr, 0, nullptr, &available, nullptr) != 0 &&
+             available == 0) {
         if (stop_.WaitFor(kTickMs)) return 0;
+      }
     }
     if (stop_.IsSet()) return 0;
     return _read(number_, bytes, static_cast<unsigned>(std::min(count, kMost)));

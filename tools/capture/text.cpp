@@ -14,8 +14,9 @@ std::size_t Utf8Length(std::string_view text) {
                              : first >= 0xF0 && first < 0xF5 ? 4
                                                              : 0;
   if (length > text.size()) return 0;
-  for (std::size_t i = 1; i < length; ++i)
+  for (std::size_t i = 1; i < length; ++i) {
     if ((static_cast<unsigned char>(text[i]) & 0xC0) != 0x80) return 0;
+  }
   return length;
 }
 

@@ -4,8 +4,8 @@
 
 namespace velmora {
 
-// Both write the map of names first: `name` may be the task name of the setting that is replaced, and
-// is destroyed with it.
+// Both write the map of names first: `name` may be the task name of the setting that is replaced,
+// and is destroyed with it.
 
 void TargetROIDefSetting::AddTaskSetting(const std::string& name,
                                          NxRef<NxTargetTaskSetting> setting) {

@@ -27,8 +27,8 @@ void NxTaskOutput::MarkAsFinish() {
   finishFlag_->SetFinished();
 }
 
-// The lists below let go of what they held when they are whole again: destructors of modules' objects
-// may look at them.
+// The lists below let go of what they held when they are whole again: destructors of modules'
+// objects may look at them.
 
 void NxTaskOutput::SetRemainWork(const RemainWork& work) {
   RemainWork(work).swap(remainWork_);

@@ -22,8 +22,8 @@ class ThreadPoolBase;
 /// A piece of work with a priority, and the semaphore of whoever waits for it.
 ///
 /// A pool logs an item with `LogPush` when it queues it and with `LogPop` when it takes it off,
-/// calls `Process` and then `FinishWork`, both on the same thread, and keeps a reference on the item
-/// throughout. The trace lines are level 9 text and cost a comparison while the log is off.
+/// calls `Process` and then `FinishWork`, both on the same thread, and keeps a reference on the
+/// item throughout. The trace lines are level 9 text and cost a comparison while the log is off.
 ///
 /// The semaphore is not owned and may be null; it outlives the item's `FinishWork`.
 class VELMORA_EXPORT RtrThreadWorkItemBase : public NxObjectBase {
@@ -86,8 +86,8 @@ class VELMORA_EXPORT ExecutableWorkItem : public RtrThreadWorkItemBase {
   bool IsWorkFinished() const;
 
   /// The last thing that work does: from now on another thread's `FinishWork` may end it, and who
-  /// waited for that may let go of the output's task. A thread other than the one in `Process` calls
-  /// `FinishWork` itself afterwards: the pool's call may have come too early.
+  /// waited for that may let go of the output's task. A thread other than the one in `Process`
+  /// calls `FinishWork` itself afterwards: the pool's call may have come too early.
   void SetWorkFinished();
 
   NxOutputBase* GetOutput() const { return output_; }

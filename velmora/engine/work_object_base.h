@@ -53,9 +53,9 @@ class VELMORA_EXPORT Nx_WorkObjectBase : public NxObjectBase {
   /// @return 0, or the error code to record on the source image
   virtual int Work(ExecutableWorkItem* item, NxSemaphore* semaphore) = 0;
 
-  /// Splits the work on @p taskOutput's region into work outputs and appends them to its table. This
-  /// operation also files each with `NxTaskOutput::AddWorkOutput`, under its work mode: the library
-  /// never does. It is called without any lock of the engine.
+  /// Splits the work on @p taskOutput's region into work outputs and appends them to its table.
+  /// This operation also files each with `NxTaskOutput::AddWorkOutput`, under its work mode: the
+  /// library never does. It is called without any lock of the engine.
   /// @param priorityLevel level of the table to append to, 0 the most urgent
   /// @return how many were appended
   virtual int AppendWorkOutputs(NxTaskOutput* taskOutput, int priorityLevel) = 0;

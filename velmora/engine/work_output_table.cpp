@@ -7,7 +7,8 @@ namespace velmora {
 NxWorkOutputTable::NxWorkOutputTable() : slots_(std::make_unique<internal::WorkSlots>()) {}
 
 NxWorkOutputTable::~NxWorkOutputTable() {
-  // Work that asks this table while it dies finds it whole. It goes from the first slot to the last.
+  // Work that asks this table while it dies finds it whole. It goes from the first slot to the
+  // last.
   SetSequential(true);
   while (GetNextTopPriorityWorkOutput({})) {
   }

@@ -54,8 +54,9 @@ class NxArray : public NxObjectBase {
  private:
   static std::uint32_t BufferCount(std::uint32_t count) {
     if constexpr (!std::is_same_v<T, char>) return count;
-    if (count == std::numeric_limits<std::uint32_t>::max())
+    if (count == std::numeric_limits<std::uint32_t>::max()) {
       throw std::length_error("NxArray<char>");
+    }
     return count + 1;
   }
 

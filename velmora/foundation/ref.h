@@ -90,7 +90,8 @@ class NxRef {
   T* pointee_ = nullptr;
 };
 
-// `NULL`, `0` and `nullptr` reach the pointer overloads: their parameter takes no part in deduction.
+// `NULL`, `0` and `nullptr` reach the pointer overloads: their parameter takes no part in
+// deduction.
 
 template <typename T, typename U>
 bool operator==(const NxRef<T>& a, const NxRef<U>& b) noexcept {

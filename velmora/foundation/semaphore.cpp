@@ -62,8 +62,10 @@ void NxSemaphore::SleepIfEmpty(int ms) {
   if (value_ >= 1 || ms <= 0) return;
   const std::int64_t deadline = DeadlineAfter(SteadyNow(), ms);
   for (std::int64_t now = SteadyNow(); now < deadline; now = SteadyNow()) {
-    if (wakeUp_.wait_for(lock.Native(), RoundLength(deadline - now)) == std::cv_status::no_timeout)
+    if (wakeUp_.wait_for(lock.Native(), RoundLength(deadline - now)) ==
+        std::cv_status::no_timeout) {
       return;
+    }
   }
 }
 

@@ -10,9 +10,9 @@ namespace velmora {
 
 /// The platform's recursive lock as a base class: whoever derives from it can be locked.
 ///
-/// `SyncLock` holds it for a scope, as does `std::lock_guard<const SyncObject>`. Assignment copies the
-/// lock object byte for byte, except for what the destructor frees; never assign while another thread
-/// uses either side.
+/// `SyncLock` holds it for a scope, as does `std::lock_guard<const SyncObject>`. Assignment copies
+/// the lock object byte for byte, except for what the destructor frees; never assign while another
+/// thread uses either side.
 ///
 /// Locking and errors are those of `platform::CriticalSection`.
 ///

@@ -20,8 +20,9 @@ struct AngleTable {
 
   constexpr AngleTable() noexcept : angle{} {
     for (int dx = -kReach; dx <= kReach; ++dx) {
-      for (int dy = -kReach; dy <= kReach; ++dy)
+      for (int dy = -kReach; dy <= kReach; ++dy) {
         angle[dx + kReach][dy + kReach] = static_cast<std::int16_t>(AngleByFormula(dx, dy));
+      }
     }
   }
   static constexpr bool Reaches(std::int64_t d) noexcept { return d >= -kReach && d <= kReach; }
@@ -32,8 +33,9 @@ constexpr AngleTable kTable;
 }  // namespace
 
 int DirectionAngle(std::int64_t dx, std::int64_t dy) noexcept {
-  if (AngleTable::Reaches(dx) && AngleTable::Reaches(dy))
+  if (AngleTable::Reaches(dx) && AngleTable::Reaches(dy)) {
     return kTable.angle[dx + AngleTable::kReach][dy + AngleTable::kReach];
+  }
   return AngleByFormula(dx, dy);
 }
 

@@ -99,8 +99,9 @@ float Nx_LineSegmentEnhanced::GetRealLength() const {
 }
 
 int Nx_LineSegmentEnhanced::GetPixelLength() const {
-  if (pixelLength_ == 0)
+  if (pixelLength_ == 0) {
     pixelLength_ = static_cast<std::int32_t>(std::max(std::abs(Dx()), std::abs(Dy())) + 1);
+  }
   return pixelLength_;
 }
 

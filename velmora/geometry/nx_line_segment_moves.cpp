@@ -64,8 +64,9 @@ void Nx_LineSegmentEnhanced::SwapVertices() {
 }
 
 void Nx_LineSegmentEnhanced::Translate(const NxPoint_<int>& offset) {
-  for (NxPoint_<int>* p : {&startPoint_, &endPoint_})
+  for (NxPoint_<int>* p : {&startPoint_, &endPoint_}) {
     p->Set(WrapAdd((*p)[0], offset[0]), WrapAdd((*p)[1], offset[1]));
+  }
   InitEnhanced(false, false, true);
 }
 

@@ -117,8 +117,8 @@ class VELMORA_EXPORT Nx_Quad : public NxObjectBase {
   /// int. 32-bit.
   static int CalcLeftUpPtIndex(const NxPoint_<int>* v);
 
-  /// As `IsPointsClockWise` of the vertices: 32-bit, so that a quadrilateral of 46,341 pixels a side
-  /// or more may be called counter-clockwise; ask a copy of a smaller scale then.
+  /// As `IsPointsClockWise` of the vertices: 32-bit, so that a quadrilateral of 46,341 pixels a
+  /// side or more may be called counter-clockwise; ask a copy of a smaller scale then.
   bool IsClockWise() const { return clockWise_; }
   const NxPoint_<int>* GetVertices() const { return vertices_; }
   /// Copies the vertices if @p capacity is at least 4; writes nothing otherwise.
@@ -161,14 +161,15 @@ class VELMORA_EXPORT Nx_Quad : public NxObjectBase {
   /// belongs to the lower-numbered of its edges. Within less than @p tolerance pixels of an edge's
   /// line the point is on that edge, if it lies between the ends, or else outside. Between the
   /// ends is, with a tolerance of 1, whoever is beyond them along neither axis; with any other,
-  /// whoever is strictly between them along one axis at least. 32-bit: a point 46,341 pixels or more
-  /// past both ends may count as between them.
+  /// whoever is strictly between them along one axis at least. 32-bit: a point 46,341 pixels or
+  /// more past both ends may count as between them.
   Nx_Quad_Point_Position_Relation CalcPointPositionRelation(const NxPoint_<int>& p,
                                                             int tolerance) const;
 
   /// A quick test: a vertex or the centre of one is not outside the other. Two bars that cross
-  /// like a plus sign away from their centres do not count as overlapping. Two in one row or column,
-  /// 46,341 pixels or more apart, may count as overlapping: see `CalcPointPositionRelation`.
+  /// like a plus sign away from their centres do not count as overlapping. Two in one row or
+  /// column, 46,341 pixels or more apart, may count as overlapping: see
+  /// `CalcPointPositionRelation`.
   /// @param expandRatio by which both are expanded first, as a share of the shorter orientation and
   ///                    the shorter vertical; one of magnitude 0.001 or less, compared as double,
   ///                    is none

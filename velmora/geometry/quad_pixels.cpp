@@ -105,8 +105,9 @@ class Row {
   // The vertices themselves: at negative coordinates a walk may be a pixel away from its ends.
   void AddVertices(const NxPoint_<int>* v, std::int32_t y, const CRect& window) {
     for (int i = 0; i < 4; ++i) {
-      if (v[i][1] == y && v[i][0] >= window.left && v[i][0] <= window.right)
+      if (v[i][1] == y && v[i][0] >= window.left && v[i][0] <= window.right) {
         Add({v[i][0], v[i][0]});
+      }
     }
   }
 
@@ -149,8 +150,9 @@ void CollectQuadPixels(const NxPoint_<int>* vertices, Nx_Pixelate_Mode mode, con
   if (window.left > window.right || window.top > window.bottom) return;
   // Only a window that no image bounds is so tall: each of its rows has pixels, more than can be
   // returned, and 2^32 rows would be none in a 32-bit size.
-  if (Difference(window.bottom, window.top) >= std::numeric_limits<std::int32_t>::max())
+  if (Difference(window.bottom, window.top) >= std::numeric_limits<std::int32_t>::max()) {
     throw std::length_error("Nx_Quad::GetAllPixels");
+  }
   const EdgeRuns edges[] = {EdgeRuns(vertices[0], vertices[1], mode, window),
                             EdgeRuns(vertices[1], vertices[2], mode, window),
                             EdgeRuns(vertices[2], vertices[3], mode, window),

@@ -56,8 +56,8 @@ class VELMORA_EXPORT CImageData {
 
   /// Copies the pixels and the tag.
   ///
-  /// @param bytesLength  stored whole; of a length of 4 GiB or more only the low 32 bits are copied,
-  ///                     of an unknown one, 0, nothing
+  /// @param bytesLength  stored whole; of a length of 4 GiB or more only the low 32 bits are
+  ///                     copied, of an unknown one, 0, nothing
   /// @param bytes        @p bytesLength bytes, borrowed for the call; null makes an image without a
   ///                     buffer, which keeps the length it was given
   /// @param stride       bytes from the start of a row to the start of the next

@@ -147,9 +147,9 @@ class CImageSourceAdapter::State {
     std::atomic<int>& count_;
   };
 
-  // For the destructor. Polls, because a producer that announced its end through a mutex could still
-  // be unlocking it when the mutex is destroyed. The wait is rare: a producer that is inside has
-  // been woken, and leaves as soon as its copy is made and its release functions have returned.
+  // For the destructor. Polls, because a producer that announced its end through a mutex could
+  // still be unlocking it when the mutex is destroyed. The wait is rare: a producer that is inside
+  // has been woken, and leaves as soon as its copy is made and its release functions have returned.
   void WaitForProducers() const {
     while (producersInside_ != 0) std::this_thread::sleep_for(std::chrono::milliseconds(1));
   }

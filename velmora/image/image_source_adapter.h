@@ -141,8 +141,8 @@ class VELMORA_EXPORT CImageSourceAdapter {
 
   /// Offers an image to the buffer. Null does nothing.
   ///
-  /// @param copyImage  true: the image is borrowed for the call and a deep copy buffered, of as many
-  ///                   bytes as `GetBytesLength()` says: none if that is 0;
+  /// @param copyImage  true: the image is borrowed for the call and a deep copy buffered, of as
+  ///                   many bytes as `GetBytesLength()` says: none if that is 0;
   ///                   false: it is taken over, whatever becomes of it
   /// @throws std::bad_alloc
   void AddImageToBuffer(const CImageData* image, bool copyImage);

@@ -25,8 +25,9 @@ std::optional<std::string> ReadWholeFile(const char* path) {
   if (file == nullptr) return std::nullopt;
   std::string text;
   char block[4096];
-  while (const std::size_t count = std::fread(block, 1, sizeof block, file.get()))
+  while (const std::size_t count = std::fread(block, 1, sizeof block, file.get())) {
     text.append(block, count);
+  }
   if (std::ferror(file.get()) != 0) return std::nullopt;
   return text;
 }
@@ -52,8 +53,9 @@ bool INI_IO::Load(const char* path) {
   std::map<std::string, Section> sections;
   std::string section;
   std::string_view rest = *content;
-  if (rest.substr(0, kByteOrderMark.size()) == kByteOrderMark)
+  if (rest.substr(0, kByteOrderMark.size()) == kByteOrderMark) {
     rest.remove_prefix(kByteOrderMark.size());
+  }
   while (!rest.empty()) {
     const std::size_t end = std::min(rest.find('\n'), rest.size() - 1);
     const std::string line = WithoutWhiteSpace(rest.substr(0, end + 1));

@@ -13,9 +13,9 @@ using Lock = platform::SectionLock;
 
 constexpr std::size_t kWaitingRecords = 4096;
 
-// Appends the oldest record to the main log file and forgets it. False, with the record kept, if the
-// file refuses: a record that was cut short is written again in full, because readers look for whole
-// records.
+// Appends the oldest record to the main log file and forgets it. False, with the record kept, if
+// the file refuses: a record that was cut short is written again in full, because readers look for
+// whole records.
 bool OutputOldest(LogState& state) VELMORA_REQUIRES(state.lock) {
   const auto oldest = state.jsonRecords.begin();
   const std::string text = JsonConverter::GetStyledString(oldest->second) + '\n';

@@ -52,8 +52,8 @@ using ImageLogWriter = bool (*)(const void* context, const char* path);
 ///
 /// Formats are those of the system's bounded formatting: `wvsprintfA` on Windows, `vsnprintf`
 /// elsewhere. A message is cut after 1023 characters on every system. %f, %e and %g are not to be
-/// used: Windows prints the letter and shifts the arguments behind it. g++ and clang++ check formats
-/// against their arguments.
+/// used: Windows prints the letter and shifts the arguments behind it. g++ and clang++ check
+/// formats against their arguments.
 ///
 /// The object has neither constructor nor destructor to run: it may be used from other objects'
 /// static construction and destruction.
@@ -147,12 +147,12 @@ class VELMORA_EXPORT NxLog {
 
   /// Appends @p stage to the array "Stages" of a filed record; anything there that is no array is
   /// replaced by one.
-  /// @return false if the record is not filed (any more), for example because 4,096 younger ones are,
-  ///         or is no JSON object
+  /// @return false if the record is not filed (any more), for example because 4,096 younger ones
+  ///         are, or is no JSON object
   bool AddJsonStage(std::uint64_t recordNumber, const Json::Value& stage);
 
-  /// Appends the filed records, oldest first, as styled text with a newline behind each, to the main
-  /// log file and forgets them.
+  /// Appends the filed records, oldest first, as styled text with a newline behind each, to the
+  /// main log file and forgets them.
   /// @return whether all went out; records that the file refuses stay filed for the next call
   bool OutputJsonLog();
 

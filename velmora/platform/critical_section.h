@@ -28,8 +28,9 @@ class VELMORA_THREAD_ANNOTATION(capability("mutex")) VELMORA_EXPORT CriticalSect
   ~CriticalSection();
   CriticalSection(const CriticalSection&) = delete;
 
-  /// Copies the lock object byte for byte, as the platform's structure would be assigned, except for
-  /// what the destructor frees: each object keeps its own. Neither side may be held or waited for.
+  /// Copies the lock object byte for byte, as the platform's structure would be assigned, except
+  /// for what the destructor frees: each object keeps its own. Neither side may be held or waited
+  /// for.
   CriticalSection& operator=(const CriticalSection& other) noexcept;
 
   /// @throws std::system_error if its owner locks it more often than the system counts (never on
@@ -39,8 +40,8 @@ class VELMORA_THREAD_ANNOTATION(capability("mutex")) VELMORA_EXPORT CriticalSect
   void unlock() const VELMORA_RELEASE();
 
  private:
-  // Room for the system's structure. <windows.h> must not reach a client, so that its size is written
-  // out there and asserted in the source.
+  // Room for the system's structure. <windows.h> must not reach a client, so that its size is
+  // written out there and asserted in the source.
 #if defined(_WIN32)
   static constexpr std::size_t kSize = sizeof(void*) == 4 ? 24 : 40;
 #else

@@ -36,7 +36,8 @@ std::string_view FileNameOf(std::string_view path) {
   return path.substr(path.rfind('/') + 1);
 }
 
-// Whether two file names are alike but for the end of a version: "Foo.so", "Foo.so.4", "Foo.so.4.6".
+// Whether two file names are alike but for the end of a version: "Foo.so", "Foo.so.4",
+// "Foo.so.4.6".
 bool AreVersionsOfOne(std::string_view a, std::string_view b) {
   const std::string_view shorter = a.size() < b.size() ? a : b;
   const std::string_view longer = a.size() < b.size() ? b : a;
@@ -104,8 +105,9 @@ std::optional<std::string> LoadedModulePath(const std::string& moduleName) {
     return dl_iterate_phdr(StopAtModule, &search) != 0;
   };
   // The name itself first: a module "Foo" is not mistaken for a library "libFoo.so.1" beside it.
-  if (!finds(fileName, false) && !finds(fileName, true) && !finds(libraryName, true))
+  if (!finds(fileName, false) && !finds(fileName, true) && !finds(libraryName, true)) {
     return std::nullopt;
+  }
   if (search.path[0] == '/') return search.path;
   // A module opened by a relative path keeps that path.
   const std::unique_ptr<char, FreeDeleter> full(realpath(search.path, nullptr));
@@ -124,8 +126,9 @@ bool IsPathSeparator(char c) {
 
 FileKind GetFileKind(const char* path) {
   struct stat status;
-  if (stat(path, &status) != 0)
+  if (stat(path, &status) != 0) {
     return errno == ENOENT || errno == ENOTDIR ? FileKind::kMissing : FileKind::kOther;
+  }
   if (S_ISDIR(status.st_mode)) return FileKind::kDirectory;
   return S_ISREG(status.st_mode) ? FileKind::kRegular : FileKind::kOther;
 }
@@ -137,8 +140,9 @@ std::vector<DirectoryEntry> ListDirectory(const std::string& directory) {
   // One stream is not for two threads; this one is ours. NOLINTNEXTLINE(concurrency-mt-unsafe)
   while (const dirent* entry = readdir(stream.get())) {
     const std::string_view name = entry->d_name;
-    if (name != "." && name != "..")
+    if (name != "." && name != "..") {
       entries.push_back({std::string(name), IsDirectory(directory, *entry)});
+    }
   }
   return entries;
 }

@@ -111,8 +111,9 @@ FileKind GetFileKind(const char* path) {
   if (file == nullptr) return IsMissing(GetLastError()) ? FileKind::kMissing : FileKind::kOther;
   BY_HANDLE_FILE_INFORMATION information;
   if (GetFileType(file.get()) != FILE_TYPE_DISK ||
-      !GetFileInformationByHandle(file.get(), &information))
+      !GetFileInformationByHandle(file.get(), &information)) {
     return FileKind::kOther;
+  }
   const bool isDirectory = (information.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
   return isDirectory ? FileKind::kDirectory : FileKind::kRegular;
 }

@@ -8,8 +8,9 @@ namespace velmora {
 
 NxRegionImageInfo::NxRegionImageInfo(NxImageData* image, const double* originalToLocal)
     : image_(image), originalToLocal_{1, 0, 0, 0, 1, 0, 0, 0, 1} {
-  if (originalToLocal != nullptr)
+  if (originalToLocal != nullptr) {
     std::copy_n(originalToLocal, originalToLocal_.size(), originalToLocal_.begin());
+  }
 }
 
 NxRegionImageInfo::~NxRegionImageInfo() = default;

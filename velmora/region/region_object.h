@@ -80,8 +80,8 @@ class VELMORA_EXPORT NxRegionObject : public Nx_Quad {
   /// Moves the region. The corners are put into clockwise order if they are not.
   ///
   /// Order and convexity are judged in 32 bits: between corners 46,341 pixels or more apart the
-  /// products wrap, and a convex quadrilateral may be refused or reordered wrongly. Work on a scaled
-  /// or cropped image then.
+  /// products wrap, and a convex quadrilateral may be refused or reordered wrongly. Work on a
+  /// scaled or cropped image then.
   /// @return `EC_Ok`; `EC_QuadrilateralInvalid` if they make no convex quadrilateral, and nothing
   ///         changes
   int SetLocationWithQuadrilateral(const basic_structures::CQuadrilateral& quadrilateral);
@@ -110,8 +110,9 @@ class VELMORA_EXPORT NxRegionObject : public Nx_Quad {
   /// followed by that of the quadrilateral. Leaves it as it is when there is no image.
   virtual void CalcRegionHashId();
 
-  /// The hash id, computed by the first call if it is still empty; empty without an image. The first
-  /// call may come from any thread: `CalcRegionHashId` runs under the region's own recursive lock.
+  /// The hash id, computed by the first call if it is still empty; empty without an image. The
+  /// first call may come from any thread: `CalcRegionHashId` runs under the region's own recursive
+  /// lock.
   const std::string& GetRegionHashId();
   /// Replaces the hash id, until the region moves; an empty one is computed again when asked for.
   void SetRegionHashId(const std::string& hashId);

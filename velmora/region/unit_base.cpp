@@ -69,8 +69,9 @@ void NxUnitBase::CopyIntermediateResultUnit(const CIntermediateResultUnit* other
   CIntermediateResultUnit* const unit = EnsureCIntermediateResultUnitPtr();
   if (unit == nullptr || other == nullptr) return;
   if (HasText(other->GetHashId())) unit->SetHashId(other->GetHashId());
-  if (HasText(other->GetOriginalImageHashId()))
+  if (HasText(other->GetOriginalImageHashId())) {
     unit->SetOriginalImageHashId(other->GetOriginalImageHashId());
+  }
   std::array<double, 9> matrix;
   other->GetTransformMatrix(intermediate_results::TMT_OriginalToLocal, matrix.data());
   unit->SetTransformMatrix(intermediate_results::TMT_OriginalToLocal, matrix.data());

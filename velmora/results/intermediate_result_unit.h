@@ -33,8 +33,8 @@ enum TransformMatrixType : std::int32_t {
 /// Base of all intermediate-result units: identifies the image they belong to and relates their
 /// coordinates to it. The units themselves are abstract here and implemented by the modules.
 ///
-/// A concrete unit derives from its public unit class and from `SectionResultUnitBase`, and is compiled
-/// with run-time type information: the library casts from one to the other. Units are
+/// A concrete unit derives from its public unit class and from `SectionResultUnitBase`, and is
+/// compiled with run-time type information: the library casts from one to the other. Units are
 /// shared: who wants to keep one beyond the call that hands it out calls `Retain()` and later
 /// `Release()`.
 ///

@@ -34,8 +34,8 @@ bool IsInside(const unsigned char* p, const unsigned char* buffer, std::uint32_t
   return buffer != nullptr && !isBefore(p, buffer) && isBefore(p, buffer + capacity);
 }
 
-// In the C++ ABI of both targets a polymorphic object begins with the pointer to its class's table of
-// virtual operations.
+// In the C++ ABI of both targets a polymorphic object begins with the pointer to its class's table
+// of virtual operations.
 const void* OperationTableOf(const CBase64& codec) {
   const void* table = nullptr;
   std::memcpy(&table, static_cast<const void*>(&codec), sizeof table);
@@ -181,8 +181,9 @@ void CBase64::ReleaseMem() {
 void CBase64::_EncodeToBuffer(const TempBucket& bytes, unsigned char* dest) {
   TempBucket values{};
   _EncodeRaw(values, bytes);
-  for (int i = 0; i < 4; ++i)
+  for (int i = 0; i < 4; ++i) {
     dest[i] = static_cast<unsigned char>(internal::kBase64Alphabet[values.data[i] & 63]);
+  }
   if (bytes.size <= 2) dest[3] = '=';
   if (bytes.size == 1) dest[2] = '=';
 }

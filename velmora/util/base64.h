@@ -21,16 +21,16 @@ namespace velmora {
 /// An object may be reused; its buffers only grow. Texts and bytes are ended by no 0 of their own:
 /// go by the lengths, because a reused buffer may hold more of an earlier result.
 ///
-/// Every step is virtual for derived classes with buffers or character rules of their own, which may
-/// be compiled without run-time type information. An object that is exactly a `CBase64` takes a
+/// Every step is virtual for derived classes with buffers or character rules of their own, which
+/// may be compiled without run-time type information. An object that is exactly a `CBase64` takes a
 /// shorter way to the same result.
 ///
 /// A copy shares both buffers with its original, and both would free them: copy only what is
 /// detached or never destroyed.
 ///
-/// No operation throws. Where memory is missing the buffer is null and the result empty. Lengths are
-/// 32 bits: an input of 2 GiB or more to encode, or of nearly 4 GiB to decode, counts as missing
-/// memory.
+/// No operation throws. Where memory is missing the buffer is null and the result empty. Lengths
+/// are 32 bits: an input of 2 GiB or more to encode, or of nearly 4 GiB to decode, counts as
+/// missing memory.
 ///
 /// @threadsafety none for one object; different objects are independent
 class VELMORA_EXPORT CBase64 {
@@ -45,8 +45,8 @@ class VELMORA_EXPORT CBase64 {
 
   /// Encodes @p length bytes, which must not lie in this object's text buffer.
   ///
-  /// The decoded bytes that the object held are let go, not freed: they belong to whoever took their
-  /// address from `DecodedMessage()`, and are freed with the C heap's `free`.
+  /// The decoded bytes that the object held are let go, not freed: they belong to whoever took
+  /// their address from `DecodedMessage()`, and are freed with the C heap's `free`.
   /// @return the number of characters of the text
   virtual unsigned long Encode(unsigned char* const bytes, unsigned long length);
 
@@ -111,7 +111,8 @@ class VELMORA_EXPORT CBase64 {
   std::uint32_t encodedLength_ = 0;
 
  private:
-  // From the borrowed bytes in decodeBuffer_ to encodeBuffer_, by the virtual steps or without them.
+  // From the borrowed bytes in decodeBuffer_ to encodeBuffer_, by the virtual steps or without
+  // them.
   void EncodeGroups();
   void EncodeExactly();
   // From the filtered text in encodeBuffer_ to decodeBuffer_, by the virtual steps.

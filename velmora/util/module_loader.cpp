@@ -49,8 +49,9 @@ int NxModuleLoaderBase::LoadModule(const std::string& moduleName, HINSTANCE& mod
   const std::string fileName = nameIsFileName ? moduleName : FileName(moduleName);
   const Lock lock(*this);
   HINSTANCE loaded = nullptr;
-  if (dllDirectory_.empty() && anchorName != nullptr)
+  if (dllDirectory_.empty() && anchorName != nullptr) {
     PathHelper::GetDLLDirectory(std::string(anchorName) + "x86", dllDirectory_);
+  }
   if (!dllDirectory_.empty()) loaded = Open(dllDirectory_ + fileName, flags);
   if (loaded == nullptr) {
     if (exeDirectory_.empty()) PathHelper::GetEXEDirectory(exeDirectory_);
@@ -66,8 +67,9 @@ void* NxModuleLoaderBase::DynamicLoadDllFunc(HINSTANCE& module, const char* modu
                                              bool nameIsFileName, const char* anchorName) {
   if (LoadHandle(module) == nullptr && moduleName != nullptr) {
     const Lock lock(*this);
-    if (LoadHandle(module) == nullptr)
+    if (LoadHandle(module) == nullptr) {
       LoadModule(moduleName, module, flags, nameIsFileName, anchorName);
+    }
   }
   return Find(LoadHandle(module), functionName);
 }
@@ -98,8 +100,9 @@ void* NxModuleLoaderBaseAuto::DynamicLoadDllFunc(const char* moduleName, const c
     const auto found = modules_.find(moduleName);
     if (found != modules_.end()) module = found->second;
     if (module == nullptr &&
-        LoadModule(moduleName, module, flags, nameIsFileName, anchorName) == EC_Ok)
+        LoadModule(moduleName, module, flags, nameIsFileName, anchorName) == EC_Ok) {
       modules_[moduleName] = module;
+    }
   }
   return Find(module, functionName);
 }

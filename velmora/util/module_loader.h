@@ -21,13 +21,13 @@ namespace velmora {
 /// anchor), otherwise from the program's directory, otherwise by the system's own search.
 ///
 /// Security: the last step hands a bare file name to the system, which may look into the current
-/// directory and the PATH (Windows) or into LD_LIBRARY_PATH (Linux). Whoever can write there can have
-/// code loaded in place of a module that is missing. Install every module that is asked for beside
-/// the anchor or beside the program, so that the search ends there, and on Windows pass the flags
-/// 0x1100 (LOAD_LIBRARY_SEARCH_DEFAULT_DIRS with LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR): Windows refuses
-/// bare names with them, so that the last step finds nothing. With 0x1000 alone it finds the
-/// system's own modules and those beside the program, but nothing in the current directory or the
-/// PATH. `loadModuleFunc` knows this last step only, without flags: give it full paths.
+/// directory and the PATH (Windows) or into LD_LIBRARY_PATH (Linux). Whoever can write there can
+/// have code loaded in place of a module that is missing. Install every module that is asked for
+/// beside the anchor or beside the program, so that the search ends there, and on Windows pass the
+/// flags 0x1100 (LOAD_LIBRARY_SEARCH_DEFAULT_DIRS with LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR): Windows
+/// refuses bare names with them, so that the last step finds nothing. With 0x1000 alone it finds
+/// the system's own modules and those beside the program, but nothing in the current directory or
+/// the PATH. `loadModuleFunc` knows this last step only, without flags: give it full paths.
 ///
 /// Flags are those of the Windows function LoadLibraryEx and have no meaning elsewhere. A module
 /// that needs others from its own directory wants 0x1100 or 0x8 (LOAD_WITH_ALTERED_SEARCH_PATH); on
@@ -36,7 +36,8 @@ namespace velmora {
 /// No error is shown or reported: a module or function that is not found is null, and the caller
 /// knows what the absence means.
 ///
-/// The loader is its own lock (`SyncObject`): a caller that holds it keeps other threads from loading.
+/// The loader is its own lock (`SyncObject`): a caller that holds it keeps other threads from
+/// loading.
 ///
 /// @threadsafety any thread; loads go through the loader's lock. The static operations know no
 ///               loader: threads that share their variable agree among themselves
@@ -66,8 +67,8 @@ class VELMORA_EXPORT NxModuleLoaderBase : public SyncObject {
 
   /// Loads the module with `LoadModule` if @p module is null, and looks up a function.
   ///
-  /// Threads that share the variable @p module and this loader load only once. Different loaders do not
-  /// know of each other: through two of them a shared variable may be loaded twice.
+  /// Threads that share the variable @p module and this loader load only once. Different loaders do
+  /// not know of each other: through two of them a shared variable may be loaded twice.
   /// @return the function's address; null without the module or the function, or for null names
   void* DynamicLoadDllFunc(HINSTANCE& module, const char* moduleName, const char* functionName,
                            unsigned long flags, bool nameIsFileName, const char* anchorName);

@@ -74,8 +74,8 @@ class VELMORA_EXPORT PathHelper {
 /// @p directory already ends with is not doubled.
 ///
 /// Names are sorted bytewise within a directory; a subdirectory's files stand where its own name
-/// sorts. Everything that is not a directory counts as a file. Links to directories are followed, but
-/// each directory is listed once, where the listing first comes to it.
+/// sorts. Everything that is not a directory counts as a file. Links to directories are followed,
+/// but each directory is listed once, where the listing first comes to it.
 ///
 /// @param recursive        whether to descend into subdirectories
 /// @param extensionFilter  keeps only names whose extension, the part behind the last ".", equals

@@ -97,11 +97,13 @@ std::int32_t CheckImage(const velmora_image* image, Pixels& pixels) {
   if (image == nullptr) return EC_NullPointer;
   if (!HasValidSize(*image)) return EC_ParameterValueInvalid;
   if (image->pixels == nullptr) return EC_NullPointer;
-  if (image->format < 0 || image->format >= static_cast<std::int32_t>(std::size(kBits)))
+  if (image->format < 0 || image->format >= static_cast<std::int32_t>(std::size(kBits))) {
     return EC_ImageDataParameterInvalid;
+  }
   if (image->width < 1 || image->height < 1) return EC_ImageDataParameterInvalid;
-  if (image->orientation % 90 != 0 || image->orientation < 0 || image->orientation > 270)
+  if (image->orientation % 90 != 0 || image->orientation < 0 || image->orientation > 270) {
     return EC_ImageOrientationInvalid;
+  }
 
   // A row of the chroma plane has as many pairs as two columns of pixels have.
   const std::int64_t width = image->width + (IsYuv(image->format) ? image->width % 2 : 0);
@@ -113,8 +115,10 @@ std::int32_t CheckImage(const velmora_image* image, Pixels& pixels) {
   // The last row may end where its pixels end.
   const std::int64_t length = stride * (rows - 1) + rowBytes;
   // The core's conversions refuse 2 GiB and more.
-  if (stride < rowBytes || length > INT32_MAX || static_cast<std::uint64_t>(length) > image->length)
+  if (stride < rowBytes || length > INT32_MAX ||
+      static_cast<std::uint64_t>(length) > image->length) {
     return EC_ImageDataParameterInvalid;
+  }
   pixels.bytes = static_cast<const unsigned char*>(image->pixels);
   pixels.length = static_cast<std::size_t>(length);
   pixels.stride = static_cast<int>(stride);
@@ -358,8 +362,9 @@ int32_t velmora_statistics_task_count(const velmora_statistics* statistics) {
 int32_t velmora_statistics_get_task(const velmora_statistics* statistics, int32_t index,
                                     velmora_task_counts* counts) {
   const std::size_t count = statistics == nullptr ? 0 : statistics->statistics.tasks.size();
-  if (const std::int32_t code = CheckLookup(statistics, index, count, counts); code != 0)
+  if (const std::int32_t code = CheckLookup(statistics, index, count, counts); code != 0) {
     return code;
+  }
   const TaskCounts& from = statistics->statistics.tasks[static_cast<std::size_t>(index)];
   Store(counts, {0, from.isLeftOut ? 1 : 0, from.runs, from.found, from.nanoseconds, from.failures,
                  from.timeouts, from.definition.c_str(), from.task.c_str(), from.module.c_str()});

@@ -121,8 +121,9 @@ int32_t velmora_result_region_count(const velmora_result* result) {
 int32_t velmora_result_get_region(const velmora_result* result, int32_t index,
                                   velmora_region* region) {
   const auto& regions = velmora::capture::c::ListOf(result, &CaptureResult::GetRegions);
-  if (const std::int32_t error = CheckLookup(result, index, regions.size(), region); error != 0)
+  if (const std::int32_t error = CheckLookup(result, index, regions.size(), region); error != 0) {
     return error;
+  }
   const FoundRegion& from = regions[static_cast<std::size_t>(index)];
   velmora_region value{};
   velmora::capture::c::StoreCorners(from.location, value.corners);
@@ -140,8 +141,9 @@ int32_t velmora_result_error_count(const velmora_result* result) {
 int32_t velmora_result_get_error(const velmora_result* result, int32_t index,
                                  velmora_image_error* error) {
   const auto& errors = velmora::capture::c::ListOf(result, &CaptureResult::GetErrors);
-  if (const std::int32_t code = CheckLookup(result, index, errors.size(), error); code != 0)
+  if (const std::int32_t code = CheckLookup(result, index, errors.size(), error); code != 0) {
     return code;
+  }
   const CaptureError& from = errors[static_cast<std::size_t>(index)];
   Store(error, {0, from.code, from.text.c_str(), from.definition.c_str(), from.task.c_str()});
   return velmora::EC_Ok;
@@ -153,8 +155,9 @@ int32_t velmora_result_get_json(const velmora_result* result, const char** json,
   if (result == nullptr) return velmora::EC_NullPointer;
   return Guarded([&] {
     const MutexLock lock(result->mutex);
-    if (result->json == nullptr)
+    if (result->json == nullptr) {
       result->json = std::make_unique<const std::string>(result->result->ToJson());
+    }
     *json = result->json->c_str();
     if (length != nullptr) *length = result->json->size();
     return velmora::EC_Ok;

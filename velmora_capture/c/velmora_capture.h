@@ -2,12 +2,12 @@
 /// Image in, results out, for C and for every language that can call C.
 ///
 /// Who frees what: a handle (`velmora_capture`, `velmora_result`, `velmora_template_errors`,
-/// `velmora_statistics`) belongs to the caller of the function that stored it and is freed with that
-/// type's own function, which accepts null; a result that a callback receives is borrowed for the
-/// call, unless the callback retains it. Every text is owned by the handle it was read from, lives
-/// as long as that handle, is UTF-8, ends in NUL and is never freed by the caller. Arguments are
-/// borrowed for the call. A buffer that is lent together with a release function is borrowed until
-/// that function is called, which happens exactly once, even if the call fails.
+/// `velmora_statistics`) belongs to the caller of the function that stored it and is freed with
+/// that type's own function, which accepts null; a result that a callback receives is borrowed for
+/// the call, unless the callback retains it. Every text is owned by the handle it was read from,
+/// lives as long as that handle, is UTF-8, ends in NUL and is never freed by the caller. Arguments
+/// are borrowed for the call. A buffer that is lent together with a release function is borrowed
+/// until that function is called, which happens exactly once, even if the call fails.
 ///
 /// Functions return 0 or a negative code of the error table (`velmora_error_string`), and a count
 /// or such a code where they count. A null pointer, an index out of range, a structure of a wrong
@@ -15,9 +15,9 @@
 /// against null. Nothing is thrown, printed or aborted. A handle or text that a
 /// function stores is null if the function fails, unless its comment says otherwise.
 ///
-/// Each structure begins with its size, which the caller sets (`velmora_code code = {.size = sizeof code}`),
-/// whether the structure goes in or comes out: a later version may append members. Members left 0
-/// stand for the default.
+/// Each structure begins with its size, which the caller sets (`velmora_code code = {.size = sizeof
+/// code}`), whether the structure goes in or comes out: a later version may append members. Members
+/// left 0 stand for the default.
 ///
 /// Threads: every function from any thread, except that a handle is freed when no other call uses
 /// it.

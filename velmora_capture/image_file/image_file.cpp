@@ -100,11 +100,13 @@ LoadedImage LoadImageFile(const std::string& path, int imageId) {
     bytes.resize(size + kBlock);
     count = std::fread(&bytes[size], 1, kBlock, file.get());
     bytes.resize(size + count);
-    if (static_cast<std::int64_t>(bytes.size()) > kMostFileBytes)
+    if (static_cast<std::int64_t>(bytes.size()) > kMostFileBytes) {
       return {nullptr, EC_ImageReadFailed, "too large for a picture of the pixels allowed"};
+    }
   }
-  if (std::ferror(file.get()) != 0)
+  if (std::ferror(file.get()) != 0) {
     return {nullptr, EC_ImageReadFailed, std::generic_category().message(errno)};
+  }
   CFileImageTag tag(path.c_str(), 0, 1);
   tag.SetImageId(imageId);
   return DecodeImage(bytes.data(), bytes.size(), tag);
@@ -127,8 +129,9 @@ std::vector<unsigned char> EncodePng(const CImageData& image) {
     out->insert(out->end(), bytes, bytes + size);
   };
   if (stbi_write_png_to_func(append, &png, image.GetWidth(), image.GetHeight(), channels,
-                             pixels.data(), image.GetWidth() * channels) == 0)
+                             pixels.data(), image.GetWidth() * channels) == 0) {
     throw std::bad_alloc();
+  }
   return png;
 }
 

@@ -18,9 +18,10 @@ constexpr int kMaxSide = 16384;
 
 int ParseSide(const std::string& digits, const std::string& text) {
   const int side = digits.size() <= 5 ? std::stoi(digits) : kMaxSide + 1;
-  if (side < 1 || side > kMaxSide)
+  if (side < 1 || side > kMaxSide) {
     throw std::invalid_argument("the sides of '" + text + "' must be 1 to " +
                                 std::to_string(kMaxSide));
+  }
   return side;
 }
 
@@ -68,9 +69,10 @@ RawFormat ParseRawFormat(const std::string& text) {
   const bool hasRate = text.find('@') != std::string::npos;
   if (!IsNumber(width, "0123456789") || !IsNumber(height, "0123456789") ||
       (format != "nv12" && format != "nv21" && format != "rgb") ||
-      (hasRate && (!IsNumber(rest, "0123456789.") || rest.size() > 8)))
+      (hasRate && (!IsNumber(rest, "0123456789.") || rest.size() > 8))) {
     throw std::invalid_argument(
         "'" + text + "' is not WIDTHxHEIGHT:FORMAT[@RATE] with a format nv12, nv21 or rgb");
+  }
   RawFormat raw;
   raw.width = ParseSide(width, text);
   raw.height = ParseSide(height, text);
@@ -78,9 +80,10 @@ RawFormat ParseRawFormat(const std::string& text) {
   raw.pixels = format == "nv12"   ? PXF_YuvSemiPlanarReversed
                : format == "nv21" ? PXF_YuvSemiPlanar
                                   : PXF_Colour888Reversed;
-  if (raw.pixels != PXF_Colour888Reversed && (raw.width % 2 != 0 || raw.height % 2 != 0))
+  if (raw.pixels != PXF_Colour888Reversed && (raw.width % 2 != 0 || raw.height % 2 != 0)) {
     throw std::invalid_argument("the sides of '" + text +
                                 "' must be even: four pixels share a colour");
+  }
   if (hasRate) raw.framesPerSecond = std::stod(rest);
   return raw;
 }

@@ -45,8 +45,9 @@ std::int64_t AreaOf(const NxRegionObject& region) {
 
 bool HoldsMiddleOf(const CQuadrilateral& place, const CQuadrilateral& other) {
   NxPoint_<int> middle(0, 0);
-  for (int axis = 0; axis < 2; ++axis)
+  for (int axis = 0; axis < 2; ++axis) {
     for (const NxPoint_<int>& corner : other.points) middle[axis] += corner[axis] / 4;
+  }
   return place.Contains(&middle);
 }
 
@@ -63,8 +64,9 @@ bool OverlapsAny(const NxRegionObject& region, const NxTaskOutput::Regions& resu
 void TakeOverResults(const NxWorkOutput& piece, NxTaskOutput& task) {
   for (int i = 0; i < piece.GetResultCount(); ++i) {
     NxRef<NxTaskOutputAtomResult> result = piece.GetResult(i);
-    if (result && result->GetRegion() && !task.AlreadyExistObject(result->GetRegion().get()))
+    if (result && result->GetRegion() && !task.AlreadyExistObject(result->GetRegion().get())) {
       task.AddResult(std::move(result));
+    }
   }
 }
 
@@ -112,8 +114,9 @@ void CaptureDefinition::AddTask(const std::string& task, NxRef<Nx_WorkObjectBase
   plan.unlessFoundBy = unlessFoundBy;
   // A work object without work modes still has one list of the table.
   plan.modes = 1;
-  for (const Nx_WorkObjectBase* one = work.get(); one != nullptr; one = one->GetNextWorkObject())
+  for (const Nx_WorkObjectBase* one = work.get(); one != nullptr; one = one->GetNextWorkObject()) {
     plan.modes = std::max(plan.modes, static_cast<int>(one->GetWorkModes().size()));
+  }
   NxRef<NxTargetTaskSetting> setting =
       new NxTargetTaskSetting(name_, task, TT_ATOMIC_0, static_cast<int>(tasks_.size()));
   setting->SetTaskObject(std::move(work));
@@ -166,8 +169,9 @@ void CaptureDefinition::MakeRegions(CaptureJob& job, DefinitionRun& run) {
     region->SetReferenceRegion(origin);
     const NxRef<NxROIDefOutput> output = CreateROIDefOutput(region, region, &job.semaphore);
     RunOf(output.get()).job = &job;
-    for (const TaskRun& task : RunOf(output.get()).tasks)
+    for (const TaskRun& task : RunOf(output.get()).tasks) {
       task.output->SetResultsToFilter(run.found);
+    }
     run.regions.emplace_back(&RunOf(output.get()));
   }
 }
@@ -186,9 +190,11 @@ NxTaskOutput::Regions CaptureDefinition::FindResults(const CaptureJob& job) cons
 
 void CaptureDefinition::AppendResults(const DefinitionRun& run,
                                       NxTaskOutput::Regions& found) const {
-  for (const NxRef<RegionRun>& region : run.regions)
-    for (const TaskRun& task : region->tasks)
+  for (const NxRef<RegionRun>& region : run.regions) {
+    for (const TaskRun& task : region->tasks) {
       if (IsOutputTask(task.setting->GetTaskName())) AppendFound(*task.output, found);
+    }
+  }
 }
 
 // What the parents found, in the order of parents, regions and tasks; otherwise the whole image.
@@ -226,8 +232,9 @@ NxRef<NxROIDefOutput> CaptureDefinition::CreateROIDefOutput(const NxRef<NxRegion
 
 void CaptureDefinition::AppendWorkItems(NxROIDefOutput* output, ThreadPoolBase*) {
   // A task that finishes at once may have started one that comes later here.
-  for (TaskRun& task : RunOf(output).tasks)
+  for (TaskRun& task : RunOf(output).tasks) {
     if (task.waitsFor == 0 && task.work == nullptr && !task.isFinished) StartTask(task);
+  }
 }
 
 void CaptureDefinition::StartTask(TaskRun& task) noexcept {
@@ -236,13 +243,14 @@ void CaptureDefinition::StartTask(TaskRun& task) noexcept {
   Advance(task);
 }
 
-// Whether what the others found covers half of the region. If not, the task is told where not to find
-// anything.
+// Whether what the others found covers half of the region. If not, the task is told where not to
+// find anything.
 bool CaptureDefinition::IsNeedless(TaskRun& task) const noexcept {
   try {
     NxTaskOutput::Regions found;
-    for (const std::size_t other : plans_[task.index].waitsFor)
+    for (const std::size_t other : plans_[task.index].waitsFor) {
       AppendFound(*task.region->tasks[other].output, found);
+    }
     std::int64_t area = 0;
     for (const NxRef<NxRegionObject>& region : found) area += AreaOf(*region);
     if (!found.empty() && 2 * area >= AreaOf(*task.output->GetRegion())) return true;
@@ -286,8 +294,9 @@ void CaptureDefinition::Advance(TaskRun& task) noexcept {
   for (;;) {
     QueuePieces(task);
     if (task.inFlight > 0) return;
-    if (const Receivers* receivers = GraphOf().GetReceivers())
+    if (const Receivers* receivers = GraphOf().GetReceivers()) {
       CallOut(task, [&] { receivers->TellSection(task); });
+    }
     Nx_WorkObjectBase* const next = task.work->GetNextWorkObject();
     if (next == nullptr || IsOver(task)) return FinishTask(task);
     BeginSection(task, *next);
@@ -354,11 +363,13 @@ void CaptureDefinition::FinishTask(TaskRun& task) noexcept {
   CallOut(task, [&] {
     task.setting->GetTaskObject()->DealTaskResults(task.output.get(), &region.job->semaphore);
   });
-  if (const Receivers* receivers = GraphOf().GetReceivers())
+  if (const Receivers* receivers = GraphOf().GetReceivers()) {
     CallOut(task, [&] { receivers->TellTask(task); });
+  }
   task.output->SetResultStatus(TOS_FINISHED);
-  for (const std::size_t other : plans_[task.index].waitedForBy)
+  for (const std::size_t other : plans_[task.index].waitedForBy) {
     if (--region.tasks[other].waitsFor == 0) StartTask(region.tasks[other]);
+  }
   if (--region.unfinished == 0) FinishRegion(region);
 }
 
@@ -377,20 +388,23 @@ void CaptureDefinition::DispatchROIDefOutput(NxROIDefOutput* output) {
   RegionRun& region = RunOf(output);
   EventOutputStruct content{output};
   TargetROIDefEvent event(TRDET_SINGLE_REGION_COMPLETE, this, region.job, &content);
-  for (TargetROIDefEventListener* listener : GetListeners())
+  for (TargetROIDefEventListener* listener : GetListeners()) {
     region.job->CallOut(name_.c_str(), "",
                         [&] { listener->HandleSingleRegionCompeleteEvent(&event); });
+  }
 }
 
 void CaptureDefinition::Finish(CaptureJob& job) noexcept {
   if (GetGraph()->GetEndNode() == this) job.SetDone();
   const Receivers* const receivers = GraphOf().GetReceivers();
-  if (receivers != nullptr && !job.definitions[index_].regions.empty())
+  if (receivers != nullptr && !job.definitions[index_].regions.empty()) {
     job.CallOut(name_.c_str(), "", [&] { receivers->TellDefinition(job, *this); });
+  }
   EventOutputStruct content{nullptr};
   TargetROIDefEvent event(TRDET_TASK_UNIT_OUTPUT_COMPLETE, this, &job, &content);
-  for (TargetROIDefEventListener* listener : GetListeners())
+  for (TargetROIDefEventListener* listener : GetListeners()) {
     job.CallOut(name_.c_str(), "", [&] { listener->HandleTaskUnitOutputCompeleteEvent(&event); });
+  }
 }
 
 void CaptureDefinition::HandleTaskUnitOutputCompeleteEvent(TargetROIDefEvent* event) {

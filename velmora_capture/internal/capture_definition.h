@@ -23,8 +23,8 @@ struct EventOutputStruct {
 
 namespace velmora::capture {
 
-/// A node of the graph: starts when its parents have finished, on the regions that they found, or on
-/// the whole image if they found none; runs its tasks on each of them; then tells its listeners.
+/// A node of the graph: starts when its parents have finished, on the regions that they found, or
+/// on the whole image if they found none; runs its tasks on each of them; then tells its listeners.
 ///
 /// @threadsafety built before the first image; then called by the strands of the jobs, those of
 ///               several jobs at once

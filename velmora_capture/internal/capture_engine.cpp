@@ -109,12 +109,16 @@ void CaptureEngine::Prepare(Template source, NxRef<CaptureGraph> graph) {
   graph_->SetObservers(observers_);
   if (!options_.receivers.empty()) graph_->SetReceivers(receivers_);
   std::vector<std::string> running;
-  for (const CaptureDefinition* definition : graph_->GetDefinitions())
-    for (const NxRef<NxTargetTaskSetting>& task : definition->GetTasks())
+  for (const CaptureDefinition* definition : graph_->GetDefinitions()) {
+    for (const NxRef<NxTargetTaskSetting>& task : definition->GetTasks()) {
       running.push_back(task->GetTaskFullName());
-  for (const CaptureDefinition* definition : graph_->GetDefinitions())
-    for (const NxRef<NxTargetTaskSetting>& task : definition->GetTasks())
+    }
+  }
+  for (const CaptureDefinition* definition : graph_->GetDefinitions()) {
+    for (const NxRef<NxTargetTaskSetting>& task : definition->GetTasks()) {
       receivers_.ObserveTask(task->GetTaskName().c_str());
+    }
+  }
   statistics_.AddTasks(template_, running);
   const int processors = std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
   pool_ = std::make_unique<CaptureThreadPool>(options_.threads > 0 ? options_.threads : processors,
@@ -124,8 +128,9 @@ void CaptureEngine::Prepare(Template source, NxRef<CaptureGraph> graph) {
 
 NxRef<CaptureResult> CaptureEngine::Read(const CImageData& image) {
   return ReadOne([&](Offer& offer) {
-    if (!IsReadable(image))
+    if (!IsReadable(image)) {
       return ReportFailure(offer, ErrorOf(EC_ImageDataParameterInvalid), image.GetImageTag());
+    }
     // A receiver may keep a unit, and with it the image.
     const bool isKept = options_.keepImages || !options_.receivers.empty();
     return ReadPicture(offer, isKept ? CopyImage(image) : BorrowImage(image));

@@ -39,8 +39,8 @@ struct Offer {
 /// The threads and the graph of a Capture, and the images that are on their way.
 ///
 /// An image is offered, becomes a job that begins, ends and is released, and is reported as a
-/// result: `Read` does all of that on its caller's thread, `ImageRun` and `Delivery` for many images
-/// at once.
+/// result: `Read` does all of that on its caller's thread, `ImageRun` and `Delivery` for many
+/// images at once.
 ///
 /// @threadsafety any thread, but for `Prepare`
 class CaptureEngine {

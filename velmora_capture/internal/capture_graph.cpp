@@ -46,15 +46,17 @@ CaptureDefinition* CaptureGraph::AddDefinition(const std::string& name) {
 void CaptureGraph::Link(const std::map<std::string, std::vector<std::string>>& parents) {
   for (CaptureDefinition* definition : definitions_) {
     std::vector<NxTargetROIDef*> nodes;
-    for (const std::string& name : parents.at(definition->GetName()))
+    for (const std::string& name : parents.at(definition->GetName())) {
       nodes.push_back(GetTargetDefNodesMap().at(name).get());
+    }
     if (nodes.empty()) nodes.push_back(GetBeginNode());
     definition->SetParents(nodes);
     definition->Prepare();
   }
   std::vector<NxTargetROIDef*> last;
-  for (CaptureDefinition* definition : definitions_)
+  for (CaptureDefinition* definition : definitions_) {
     if (definition->GetChildDefNodes().empty()) last.push_back(definition);
+  }
   static_cast<CaptureDefinition*>(GetEndNode())->SetParents(last);
 }
 

@@ -96,8 +96,8 @@ class JobOwner {
 /// by all images and keep nothing.
 ///
 /// A job is a strand: a thread that ends a piece of work posts that to the job, and the first to
-/// come handles what is posted, one piece after the other. So what belongs to the job needs no lock,
-/// and none is held while code of modules and of the application runs.
+/// come handles what is posted, one piece after the other. So what belongs to the job needs no
+/// lock, and none is held while code of modules and of the application runs.
 ///
 /// @threadsafety Post, PostLost, AddError and the atomic members from any thread; the rest belongs
 ///               to the strand until the job is done, then to its owner

@@ -40,8 +40,9 @@ void ClockThread::Run() {
       charged = Clock::now();
     }
     if (wakeUp_.wait_for(lock.Native(), kTick,
-                         [this]() VELMORA_REQUIRES(mutex_) { return isStopping_; }))
+                         [this]() VELMORA_REQUIRES(mutex_) { return isStopping_; })) {
       return;
+    }
     // Whole milliseconds; what is left over counts with the next tick.
     const auto elapsed =
         std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - charged);

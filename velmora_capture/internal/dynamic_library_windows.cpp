@@ -13,8 +13,9 @@ std::string FolderOf(HMODULE library) {
   DWORD length = 0;
   // A name that does not fit is cut off, and fills the buffer.
   while ((length = GetModuleFileNameW(library, file.data(), static_cast<DWORD>(file.size()))) ==
-         file.size())
+         file.size()) {
     file.resize(2 * file.size());
+  }
   return std::filesystem::path(file.data(), file.data() + length).parent_path().u8string();
 }
 

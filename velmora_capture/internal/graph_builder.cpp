@@ -39,13 +39,16 @@ NxRef<CaptureGraph> GraphBuilder::Build(const Template& source) {
     node->SetPriorityLevel(definition.priority);
     node->SetOnlyIfNothingFound(definition.onlyIfNothingFound);
     parents[definition.name] = definition.parents;
-    for (const TaskTemplate& task : definition.tasks)
-      if (const NxRef<Nx_WorkObjectBase> work = CreateWork(definition.name, task))
+    for (const TaskTemplate& task : definition.tasks) {
+      if (const NxRef<Nx_WorkObjectBase> work = CreateWork(definition.name, task)) {
         node->AddTask(task.name, work, task.isOutput, task.unlessFoundBy);
+      }
+    }
   }
   graph->Link(parents);
-  if (!HasOutput(source))
+  if (!HasOutput(source)) {
     notes_.emplace_back("no task has \"Output\": what is found is not told as codes");
+  }
   return graph;
 }
 
@@ -105,11 +108,13 @@ void GraphBuilder::ChooseWorkModes(Nx_WorkObjectBase& head, const TaskTemplate& 
   for (Nx_WorkObjectBase* work = &head; work != nullptr; work = work->GetNextWorkObject()) {
     const std::vector<std::string> own = work->GetWorkModes();
     std::vector<std::string> chosen;
-    for (const std::string& mode : task.workModes)
+    for (const std::string& mode : task.workModes) {
       if (Contains(own, mode)) chosen.push_back(mode);
+    }
     work->SetWorkModes(chosen);
-    for (const std::string& mode : own)
+    for (const std::string& mode : own) {
       if (!Contains(known, mode)) known.push_back(mode);
+    }
   }
   for (const std::string& mode : task.workModes) {
     if (Contains(known, mode)) continue;

@@ -54,10 +54,12 @@ void WriteDefinition(std::ostream& out, const DefinitionTemplate& definition, st
                      const TaskCounts* task) {
   out << "  subgraph cluster_" << index << " {\n    label=" << Quoted(definition.name) << ";\n";
   for (std::size_t i = 0; i < definition.tasks.size(); ++i) WriteTask(out, task[i]);
-  for (const TaskTemplate& one : definition.tasks)
-    for (const std::string& other : one.unlessFoundBy)
+  for (const TaskTemplate& one : definition.tasks) {
+    for (const std::string& other : one.unlessFoundBy) {
       out << "    " << NodeOf(definition.name, other) << " -> " << NodeOf(definition.name, one.name)
           << " [style=dashed, label=\"unless found\"];\n";
+    }
+  }
   out << "  }\n";
 }
 
@@ -85,10 +87,13 @@ std::string DrawGraph(const Template& source, const std::vector<TaskCounts>& tas
     WriteDefinition(out, source.definitions[i], i, task);
     task += source.definitions[i].tasks.size();
   }
-  for (std::size_t child = 0; child < source.definitions.size(); ++child)
-    for (const std::string& name : source.definitions[child].parents)
-      for (std::size_t parent = 0; parent < source.definitions.size(); ++parent)
+  for (std::size_t child = 0; child < source.definitions.size(); ++child) {
+    for (const std::string& name : source.definitions[child].parents) {
+      for (std::size_t parent = 0; parent < source.definitions.size(); ++parent) {
         if (source.definitions[parent].name == name) WriteArrow(out, source, parent, child);
+      }
+    }
+  }
   out << "}\n";
   return out.str();
 }

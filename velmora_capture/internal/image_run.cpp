@@ -42,8 +42,9 @@ void ImageRun::Go() noexcept {
   for (;;) {
     bool mayHaveMore = true;
     try {
-      while (mayHaveMore && !IsStopping() && inFlight_ < engine_.GetMostInFlight())
+      while (mayHaveMore && !IsStopping() && inFlight_ < engine_.GetMostInFlight()) {
         mayHaveMore = TakeImage();
+      }
       DeliverDone();
       if (inFlight_ == 0 && (IsStopping() || (!mayHaveMore && IsExhausted()))) break;
     } catch (...) {
@@ -52,8 +53,9 @@ void ImageRun::Go() noexcept {
     Wait(mayHaveMore);
   }
   // A run that ended early leaves gaps, which nothing will fill.
-  for (auto next = waiting_.begin(); next != waiting_.end() && error_ == nullptr; ++next)
+  for (auto next = waiting_.begin(); next != waiting_.end() && error_ == nullptr; ++next) {
     HandOver(next->second);
+  }
 }
 
 void ImageRun::RethrowError() const {

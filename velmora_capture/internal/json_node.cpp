@@ -44,7 +44,8 @@ std::string Excerpt(const Json::Value& value) {
   return text;
 }
 
-// Where the text is nested more deeply than the reader follows it; brackets in strings do not count.
+// Where the text is nested more deeply than the reader follows it; brackets in strings do not
+// count.
 std::size_t FindTooDeep(const std::string& text) {
   int depth = 0;
   bool isInString = false;
@@ -183,8 +184,9 @@ int JsonNode::ReadInt(const std::string& key, int smallest, int largest, int whe
     return whenAbsent;
   }
   if (member.value_.isInt() && member.value_.asInt() >= smallest &&
-      member.value_.asInt() <= largest)
+      member.value_.asInt() <= largest) {
     return member.value_.asInt();
+  }
   member.AddError(EC_JsonValueInvalid, Excerpt(member.value_) + " is not between " +
                                            std::to_string(smallest) + " and " +
                                            std::to_string(largest));

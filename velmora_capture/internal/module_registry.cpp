@@ -22,15 +22,17 @@ constexpr char kOwnFolder[] = "velmora/modules";
 
 std::string VersionOf(const kit::ModuleInfo& info) {
   std::string version;
-  for (const std::uint32_t number : info.coreVersion)
+  for (const std::uint32_t number : info.coreVersion) {
     version += (version.empty() ? "" : ".") + std::to_string(number);
+  }
   return version;
 }
 
 // What is wrong with a module, as far as what it tells about itself; empty if nothing is.
 std::string CheckInfo(const kit::ModuleInfo* info) {
-  if (info == nullptr || info->size < offsetof(kit::ModuleInfo, coreVersion))
+  if (info == nullptr || info->size < offsetof(kit::ModuleInfo, coreVersion)) {
     return "it does not tell what it is";
+  }
   if (info->interfaceNumber == kit::kInterfaceNumber) return {};
   return "its interface number is " + std::to_string(info->interfaceNumber) +
          (info->size >= sizeof *info ? ", that of version " + VersionOf(*info) : "") +
@@ -63,8 +65,9 @@ ModuleRegistry::ModuleRegistry(const std::vector<std::string>& folders) {
   paths.push_back(fs::u8path(FolderOfProgram()));
   for (const fs::path& path : paths) {
     const std::string folder = (path / "").lexically_normal().parent_path().u8string();
-    if (std::find(folders_.begin(), folders_.end(), folder) == folders_.end())
+    if (std::find(folders_.begin(), folders_.end(), folder) == folders_.end()) {
       folders_.push_back(folder);
+    }
   }
 }
 

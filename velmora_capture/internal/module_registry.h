@@ -11,8 +11,8 @@ namespace velmora::capture {
 
 /// Finds modules by name in a list of folders.
 ///
-/// Loaded modules belong to the process: a file is loaded once, whichever registry asked for it, and
-/// never unloaded, since results hold objects whose code is the module's.
+/// Loaded modules belong to the process: a file is loaded once, whichever registry asked for it,
+/// and never unloaded, since results hold objects whose code is the module's.
 ///
 /// @threadsafety any thread
 class ModuleRegistry {

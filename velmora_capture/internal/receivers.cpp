@@ -13,9 +13,11 @@ namespace {
 // Adds those units, from one on, that the receiver observes.
 void AddUnits(NxIntermediateResult& result, const Units& units, std::size_t from,
               const CObservationParameters& wanted) {
-  for (std::size_t i = from; i < units.size(); ++i)
-    if (wanted.IsResultUnitTypeObserved(units[i]->GetCIntermediateResultUnitPtr()->GetUnitType()))
+  for (std::size_t i = from; i < units.size(); ++i) {
+    if (wanted.IsResultUnitTypeObserved(units[i]->GetCIntermediateResultUnitPtr()->GetUnitType())) {
       result.AddUnit(units[i]);
+    }
+  }
 }
 
 IntermediateResultInfo InfoOf(const TaskRun& task, int section) {
@@ -27,8 +29,9 @@ IntermediateResultInfo InfoOf(const TaskRun& task, int section) {
 Receivers::Receivers(const IntermediateResultReceiverVector& receivers) : receivers_(receivers) {
   if (receivers_.empty()) return;
   unsigned long long types = IRUT_None;
-  for (CAbstractIntermediateResultReceiver* receiver : receivers_)
+  for (CAbstractIntermediateResultReceiver* receiver : receivers_) {
     types |= receiver->GetObservationParameters()->GetObservedResultUnitTypes();
+  }
   GetObservationParameters()->SetObservedResultUnitTypes(types);
   forWork_ = receivers_;
   forWork_.push_back(this);
@@ -37,9 +40,11 @@ Receivers::Receivers(const IntermediateResultReceiverVector& receivers) : receiv
 void Receivers::ObserveTask(const char* task) {
   // A name without tasks keeps the list from standing for all of them.
   GetObservationParameters()->AddObservedTask("");
-  for (CAbstractIntermediateResultReceiver* receiver : receivers_)
-    if (receiver->GetObservationParameters()->IsTaskObserved(task))
+  for (CAbstractIntermediateResultReceiver* receiver : receivers_) {
+    if (receiver->GetObservationParameters()->IsTaskObserved(task)) {
       GetObservationParameters()->AddObservedTask(task);
+    }
+  }
 }
 
 void Receivers::OnUnitResultReceived(CIntermediateResultUnit* unit, const IntermediateResultInfo*) {
@@ -77,10 +82,13 @@ void Receivers::TellDefinition(const CaptureJob& job, const CaptureDefinition& d
     const CObservationParameters& wanted = *receiver->GetObservationParameters();
     const IntermediateResultInfo info{definition.GetName().c_str(), "", -1};
     const NxRef<NxIntermediateResult> result = new NxIntermediateResult;
-    for (const NxRef<RegionRun>& region : job.definitions[definition.GetIndex()].regions)
-      for (const TaskRun& task : region->tasks)
-        if (wanted.IsTaskObserved(task.setting->GetTaskName().c_str()))
+    for (const NxRef<RegionRun>& region : job.definitions[definition.GetIndex()].regions) {
+      for (const TaskRun& task : region->tasks) {
+        if (wanted.IsTaskObserved(task.setting->GetTaskName().c_str())) {
           AddUnits(*result, task.units, 0, wanted);
+        }
+      }
+    }
     receiver->OnTargetROIResultsReceived(result.get(), &info);
   }
 }

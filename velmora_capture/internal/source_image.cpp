@@ -34,9 +34,11 @@ ConvertData Describe(const CImageData& image) {
   ConvertData data(image.GetBytes(), image.GetWidth(), image.GetHeight(), image.GetStride(), 0, 0,
                    0, false, false, false, false, CCU_Luminance);
   data.UpdateByFormat(image.GetImagePixelFormat());
-  if (image.GetImagePixelFormat() == PXF_Binary8Inverted)
-    for (int value = 255; value >= 0; --value)
+  if (image.GetImagePixelFormat() == PXF_Binary8Inverted) {
+    for (int value = 255; value >= 0; --value) {
       data.palette.push_back(static_cast<unsigned char>(value));
+    }
+  }
   return data;
 }
 

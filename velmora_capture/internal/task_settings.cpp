@@ -54,8 +54,9 @@ std::vector<std::string> TaskSettings::GetChoices(const std::string& key,
     return allowed;
   }
   std::vector<std::string> chosen;
-  for (Json::ArrayIndex i = 0; i < array.GetValue().size(); ++i)
+  for (Json::ArrayIndex i = 0; i < array.GetValue().size(); ++i) {
     if (IsAmong(allowed, array[i])) chosen.push_back(array[i].GetValue().asString());
+  }
   return chosen.size() == array.GetValue().size() ? chosen : allowed;
 }
 

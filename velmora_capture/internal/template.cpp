@@ -21,8 +21,9 @@ bool Contains(const std::vector<std::string>& names, const std::string& name) {
 // Files an error if a name has been used before among its kin.
 void CheckUnique(const JsonNode& node, const std::string& name, std::vector<std::string>& used) {
   if (name.empty()) return;
-  if (Contains(used, name))
+  if (Contains(used, name)) {
     node["Name"].AddError(EC_JsonNameValueDuplicated, "\"" + name + "\" is used twice");
+  }
   used.push_back(name);
 }
 
@@ -39,8 +40,9 @@ void CheckReferences(const JsonNode& node, const std::string& key,
 void CheckCycle(const JsonNode& node, const std::string& key, const NamedLists& graph) {
   std::string path;
   for (const std::string& name : FindCycle(graph)) path += (path.empty() ? "" : " -> ") + name;
-  if (!path.empty())
+  if (!path.empty()) {
     node[key].AddError(EC_NameReferenceInvalid, "these wait for each other: " + path);
+  }
 }
 
 TaskTemplate ReadTask(const JsonNode& node) {
@@ -51,9 +53,10 @@ TaskTemplate ReadTask(const JsonNode& node) {
   task.module = node.ReadString("Module");
   // Modules are looked for in certain folders and nowhere else: a name is no path.
   if (node["Module"].GetValue().isString() &&
-      (task.module.empty() || task.module.find_first_of(kNotInModuleNames) != std::string::npos))
+      (task.module.empty() || task.module.find_first_of(kNotInModuleNames) != std::string::npos)) {
     node["Module"].AddError(EC_JsonValueInvalid,
                             "\"" + task.module + "\" is not the name of a module");
+  }
   task.isOptional = node.ReadBool("Optional", false);
   task.isOutput = node.ReadBool("Output", false);
   task.workModes = node.ReadStrings("WorkModes");
@@ -100,8 +103,9 @@ class CycleSearch {
     if (isDone_[name]) return false;
     path_.push_back(name);
     if (std::count(path_.begin(), path_.end(), name) > 1) return true;
-    for (const std::string& next : edges_[name])
+    for (const std::string& next : edges_[name]) {
       if (Visit(next)) return true;
+    }
     path_.pop_back();
     isDone_[name] = true;
     return false;
@@ -122,8 +126,9 @@ class CycleSearch {
 
 std::vector<std::string> FindCycle(const NamedLists& graph) {
   CycleSearch search(graph);
-  for (const auto& [name, next] : graph)
+  for (const auto& [name, next] : graph) {
     if (search.Visit(name)) return search.Cycle();
+  }
   return {};
 }
 

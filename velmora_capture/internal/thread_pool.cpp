@@ -33,8 +33,8 @@ void CaptureThreadPool::AppendWorkItem(RtrThreadWorkItemBase* item) {
     queues_[item->GetPriority()].push(kept);
     ++queued_;
   }
-  // A thread that ends an item takes the next one itself: waking another for it costs more than most
-  // of what the engine does for an item. From the second one on there is work for others.
+  // A thread that ends an item takes the next one itself: waking another for it costs more than
+  // most of what the engine does for an item. From the second one on there is work for others.
   if (self.pool == this && self.comesBack) {
     self.comesBack = false;
     self.leftAnItem = true;

@@ -15,8 +15,8 @@
 
 namespace velmora::capture {
 
-/// A fixed number of threads. They take the item with the lowest priority number first, and those of
-/// one priority in the order in which they came.
+/// A fixed number of threads. They take the item with the lowest priority number first, and those
+/// of one priority in the order in which they came.
 ///
 /// @threadsafety Stop from the thread that made the pool; the rest from any thread
 class CaptureThreadPool final : public ThreadPoolBase {
@@ -36,8 +36,8 @@ class CaptureThreadPool final : public ThreadPoolBase {
   /// Whether the calling thread is one of this pool's.
   bool IsOwnThread() const;
 
-  /// To be called before code of unknown length runs: if the calling thread belongs to a pool and an
-  /// item was left for it to take next, another thread is woken for that.
+  /// To be called before code of unknown length runs: if the calling thread belongs to a pool and
+  /// an item was left for it to take next, another thread is woken for that.
   static void LetOthersWork();
 
  private:

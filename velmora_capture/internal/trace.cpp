@@ -40,16 +40,18 @@ std::uint64_t NextSerial() {
 // The corners as a JSON array, as results have them.
 std::string DescribeRegion(const basic_structures::CQuadrilateral& region) {
   std::string text;
-  for (const auto& corner : region.points)
+  for (const auto& corner : region.points) {
     text += (text.empty() ? "[[" : ",[") + std::to_string(corner[0]) + "," +
             std::to_string(corner[1]) + "]";
+  }
   return text + "]";
 }
 
 // The file's path, or the number of a frame.
 std::string DescribeTag(const basic_structures::CImageTag& tag) {
-  if (const auto* file = dynamic_cast<const basic_structures::CFileImageTag*>(&tag))
+  if (const auto* file = dynamic_cast<const basic_structures::CFileImageTag*>(&tag)) {
     return file->GetFilePath() != nullptr ? file->GetFilePath() : "";
+  }
   return "frame " + std::to_string(tag.GetImageId());
 }
 
@@ -95,8 +97,9 @@ class Trace::Lane {
           << ",\"dur\":" << Microseconds{Nanoseconds(span.end - span.begin)};
       if (span.job >= 0) {
         out << ",\"args\":{\"image\":" << span.job;
-        if (const auto name = imageNames.find(span.job); name != imageNames.end())
+        if (const auto name = imageNames.find(span.job); name != imageNames.end()) {
           out << ",\"name\":" << Json::valueToQuotedString(name->second.c_str());
+        }
         if (!span.region.empty()) out << ",\"region\":" << span.region;
         if (*span.mode != 0) out << ",\"mode\":" << Json::valueToQuotedString(span.mode);
         out << "}";
@@ -154,7 +157,7 @@ Trace::Lane& Trace::FindLane() {
   // Of the trace that the thread worked for last.
   thread_local std::uint64_t lastSerial = 0;
   thread_local Lane* last = nullptr;
-  if (lastSerial == serial_) return *last;
+  if (last != nullptr && lastSerial == serial_) return *last;
   const MutexLock lock(mutex_);
   last = byThread_.at(std::this_thread::get_id());
   lastSerial = serial_;

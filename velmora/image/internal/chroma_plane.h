@@ -10,8 +10,9 @@ namespace velmora::internal {
 // rows of pixels, a pair for two columns. All positions are counted in bytes from the first
 // luminance byte.
 //
-// A frame ends at `stride * height * 3 / 2`, rounded down. With an odd height, an odd stride or rows
-// wider than the stride, the last pairs lie beyond; all pixels there take the one fallback pair.
+// A frame ends at `stride * height * 3 / 2`, rounded down. With an odd height, an odd stride or
+// rows wider than the stride, the last pairs lie beyond; all pixels there take the one fallback
+// pair.
 class ChromaPlane {
  public:
   ChromaPlane(int width, int height, int stride)

@@ -38,8 +38,9 @@ void* FindFunction(ModuleHandle module, const char* name);
 
 // The full path of a module that is loaded in this process, by its name without directory; a
 // missing extension is completed. On POSIX the name is turned into a file name as kModuleSuffix
-// and kPlainModuleSuffix say ("Foox86", "Foox86.dll" and "Foo.dll" stand for "Foo.so"); where no such
-// file is loaded, another version of it ("Foo.so.4") or a library of that name ("libFoo.so.4") is it.
+// and kPlainModuleSuffix say ("Foox86", "Foox86.dll" and "Foo.dll" stand for "Foo.so"); where no
+// such file is loaded, another version of it ("Foo.so.4") or a library of that name ("libFoo.so.4")
+// is it.
 std::optional<std::string> LoadedModulePath(const std::string& moduleName);
 
 // The full path of the running program; empty if the system does not tell.
@@ -74,8 +75,8 @@ struct FileIdentity {
   }
 };
 
-// Links are followed. Nothing if the path does not lead anywhere or may not be asked, or if the file
-// system tells no files apart.
+// Links are followed. Nothing if the path does not lead anywhere or may not be asked, or if the
+// file system tells no files apart.
 std::optional<FileIdentity> GetFileIdentity(const std::string& path);
 
 // Creates one directory; false if it exists already or cannot be created.
@@ -93,8 +94,8 @@ constexpr std::size_t kFormattedTextLimit = 1023;
 
 // Formats as wvsprintfA does on Windows and as vsnprintf does on POSIX; a lone "%" at
 // the end of the format is dropped, and null formats to nothing. Longer texts are cut to
-// kFormattedTextLimit characters on both. Only %c %d %i %u %x %X %s %p and %l-forms mean the same on
-// both; %f, %e and %g do not: wvsprintfA prints the letter and takes no argument.
+// kFormattedTextLimit characters on both. Only %c %d %i %u %x %X %s %p and %l-forms mean the same
+// on both; %f, %e and %g do not: wvsprintfA prints the letter and takes no argument.
 std::string FormatText(const char* format, std::va_list arguments);
 
 }  // namespace velmora::platform

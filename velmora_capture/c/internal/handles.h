@@ -27,9 +27,9 @@ std::int32_t Guarded(const Body& body) noexcept {
   }
 }
 
-// Whether a caller's structure has a size that a version of `Struct` can have. Later versions append
-// members, so the structure may be longer than ours; no version is longer than kLongest, so that
-// most sizes that were never set are refused.
+// Whether a caller's structure has a size that a version of `Struct` can have. Later versions
+// append members, so the structure may be longer than ours; no version is longer than kLongest, so
+// that most sizes that were never set are refused.
 template <typename Struct>
 bool HasValidSize(const Struct& value) {
   constexpr std::uint32_t kLongest = 1024;

@@ -16,8 +16,9 @@ constexpr std::uint32_t kCoreHeaderBytes = 12;  // of the oldest kind, with 16-b
 constexpr std::uint32_t kPlain = 0, kBitFields = 3, kAlphaBitFields = 6;
 
 std::uint32_t ReadWord(const FileBytes& bytes, std::size_t offset, int length) {
-  if (bytes.size < offset + static_cast<unsigned>(length))
+  if (bytes.size < offset + static_cast<unsigned>(length)) {
     throw PictureError("the file ends within the header");
+  }
   std::uint32_t word = 0;
   for (int i = length; i-- > 0;) word = word << 8 | bytes.data[offset + static_cast<unsigned>(i)];
   return word;
@@ -61,8 +62,9 @@ void ReadMasks(const FileBytes& bytes, Header& header) {
   }
   // Of old headers they lie behind the header, of newer ones at the same place within it.
   const bool hasAlpha = header.headerBytes >= 56 || header.compression == kAlphaBitFields;
-  for (std::size_t i = 0; i < (hasAlpha ? 4U : 3U); ++i)
+  for (std::size_t i = 0; i < (hasAlpha ? 4U : 3U); ++i) {
     header.channels[i] = Channel(ReadWord(bytes, kFileHeaderBytes + 40 + 4 * i, 4));
+  }
   if (header.headerBytes == 40) header.paletteOffset += hasAlpha ? 16 : 12;
 }
 
@@ -75,8 +77,9 @@ Header ReadHeader(const FileBytes& bytes) {
     header.height = ReadWord(bytes, 20, 2);
     header.bits = ReadWord(bytes, 24, 2);
   } else {
-    if (header.headerBytes < 40 || header.headerBytes > 1024)
+    if (header.headerBytes < 40 || header.headerBytes > 1024) {
       throw PictureError("an unknown header");
+    }
     header.width = ReadWord(bytes, 18, 4);
     header.height = ReadWord(bytes, 22, 4);
     header.bits = ReadWord(bytes, 28, 2);
@@ -87,11 +90,13 @@ Header ReadHeader(const FileBytes& bytes) {
   }
   const bool hasMasks = header.bits == 16 || header.bits == 32;
   const bool isPlain = header.compression == kPlain;
-  if (!isPlain && header.compression != kBitFields && header.compression != kAlphaBitFields)
+  if (!isPlain && header.compression != kBitFields && header.compression != kAlphaBitFields) {
     throw PictureError("a compressed BMP is not read");
-  if (!hasMasks &&
-      (!isPlain || (header.bits != 1 && header.bits != 4 && header.bits != 8 && header.bits != 24)))
+  }
+  if (!hasMasks && (!isPlain || (header.bits != 1 && header.bits != 4 && header.bits != 8 &&
+                                 header.bits != 24))) {
     throw PictureError("pixels of " + std::to_string(header.bits) + " bits");
+  }
   if (hasMasks) ReadMasks(bytes, header);
   return header;
 }
@@ -118,8 +123,9 @@ class Rows {
  public:
   Rows(const FileBytes& bytes, const Header& header) : header_(header) {
     const std::uint64_t offset = ReadWord(bytes, 10, 4);
-    if (offset > bytes.size || bytes.size - offset < header.RowBytes() * header.height)
+    if (offset > bytes.size || bytes.size - offset < header.RowBytes() * header.height) {
       throw PictureError("the file ends within the picture");
+    }
     first_ = bytes.data + offset;
   }
   const unsigned char* At(int y) const {
@@ -177,18 +183,21 @@ void ReadMasked(const Header& header, const Rows& rows, PictureBuffer& buffer) {
     unsigned char* to = buffer.GetRow(y);
     for (int x = 0; x < buffer.GetWidth(); ++x, from += header.bits / 8) {
       std::uint32_t pixel = from[0] | static_cast<std::uint32_t>(from[1]) << 8;
-      if (header.bits == 32)
+      if (header.bits == 32) {
         pixel |= static_cast<std::uint32_t>(from[2]) << 16 | static_cast<std::uint32_t>(from[3])
                                                                  << 24;
-      for (int c = 0; c < channels; ++c)
+      }
+      for (int c = 0; c < channels; ++c) {
         *to++ = header.channels[static_cast<std::size_t>(c)].Of(pixel);
+      }
       if (channels == 4) anyAlpha |= to[-1];
     }
   }
   if (channels == 3) return;
   // Programs that know nothing of alpha leave it 0 everywhere.
-  if (anyAlpha == 0)
+  if (anyAlpha == 0) {
     for (std::size_t i = 3; i < buffer.GetSize(); i += 4) buffer.GetRow(0)[i] = 255;
+  }
   buffer.BlendOverWhite(3);
 }
 

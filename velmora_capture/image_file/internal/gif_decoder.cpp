@@ -45,8 +45,9 @@ void ReadExtension(GifFileType& gif, int& transparentIndex) {
   GifByteType* block = nullptr;
   Check(gif, DGifGetExtension(&gif, &code, &block));
   while (block != nullptr) {
-    if (code == GRAPHICS_EXT_FUNC_CODE && block[0] >= 4)
+    if (code == GRAPHICS_EXT_FUNC_CODE && block[0] >= 4) {
       transparentIndex = (block[1] & 1) != 0 ? block[4] : -1;
+    }
     Check(gif, DGifGetExtensionNext(&gif, &block));
   }
 }
@@ -62,8 +63,9 @@ std::vector<int> RowOrder(int height, bool isInterlaced) {
   const Pass* const passes = isInterlaced ? kInterlaced : kPlain;
   std::vector<int> order;
   order.reserve(static_cast<std::size_t>(height));
-  for (int i = 0; i < (isInterlaced ? 4 : 1); ++i)
+  for (int i = 0; i < (isInterlaced ? 4 : 1); ++i) {
     for (int y = passes[i].first; y < height; y += passes[i].step) order.push_back(y);
+  }
   return order;
 }
 
@@ -94,8 +96,9 @@ void ReadFrame(GifFileType& gif, int transparentIndex, PictureBuffer& buffer) {
   std::vector<GifByteType> indexes(static_cast<std::size_t>(frame.Width));
   for (const int y : RowOrder(frame.Height, frame.Interlace)) {
     Check(gif, DGifGetLine(&gif, indexes.data(), frame.Width));
-    if (frame.Top + y < gif.SHeight)
+    if (frame.Top + y < gif.SHeight) {
       WriteRow(gif, *colours, transparentIndex, indexes, buffer.GetRow(frame.Top + y));
+    }
   }
 }
 

@@ -51,8 +51,9 @@ Reader& ReaderOf(j_common_ptr info) {
 void OnMessage(j_common_ptr info, int level) {
   if (level >= 0) return;
   const int code = info->err->msg_code;
-  if (code == JWRN_HIT_MARKER || code == JWRN_HUFF_BAD_CODE || code == JWRN_ARITH_BAD_CODE)
+  if (code == JWRN_HIT_MARKER || code == JWRN_HUFF_BAD_CODE || code == JWRN_ARITH_BAD_CODE) {
     Fail(info);
+  }
 }
 
 void LimitScans(j_common_ptr info) {
@@ -110,9 +111,11 @@ void LimitMemory(Reader& reader) {
 void MixInks(const Reader& reader, unsigned char* row) {
   const unsigned flip = reader.info.saw_Adobe_marker != 0 ? 0 : 255;
   const unsigned char* ink = reader.inks.data();
-  for (JDIMENSION x = 0; x < reader.info.output_width; ++x, ink += 4)
-    for (int c = 0; c < 3; ++c)
+  for (JDIMENSION x = 0; x < reader.info.output_width; ++x, ink += 4) {
+    for (int c = 0; c < 3; ++c) {
       *row++ = static_cast<unsigned char>((ink[c] ^ flip) * (ink[3] ^ flip) / 255);
+    }
+  }
 }
 
 void ReadRows(Reader& reader, PictureBuffer& buffer) {
@@ -151,8 +154,9 @@ void DecodeJpeg(const FileBytes& bytes, PictureBuffer& buffer) {
   Reader reader;
   if (!Decode(reader, bytes, buffer)) throw PictureError(reader.reason);
   // What is missing of a picture in several scans are finer details of the whole.
-  if (reader.ranOut && jpeg_has_multiple_scans(&reader.info) != 0)
+  if (reader.ranOut && jpeg_has_multiple_scans(&reader.info) != 0) {
     throw PictureError("the file ends within the picture");
+  }
 }
 
 }  // namespace

@@ -16,12 +16,14 @@ void PictureBuffer::CheckSize(std::uint64_t width, std::uint64_t height) const {
   const auto size = [&] { return std::to_string(width) + " x " + std::to_string(height); };
   if (width == 0 || height == 0) throw PictureError("a picture of " + size() + " pixels");
   const auto limit = static_cast<std::uint64_t>(maxPixels_);
-  if (width > limit / height)
+  if (width > limit / height) {
     throw PictureError("too large: " + size() + " pixels, the limit is " + std::to_string(limit));
+  }
   constexpr std::uint64_t kMostBytes = std::numeric_limits<int>::max();  // of a row of 4 channels
-  if (width > kMostBytes / 4 || height > kMostBytes)
+  if (width > kMostBytes / 4 || height > kMostBytes) {
     throw PictureError("too large: a side of " + std::to_string(width > height ? width : height) +
                        " pixels, the limit is " + std::to_string(kMostBytes / 4));
+  }
 }
 
 void PictureBuffer::Allocate(std::uint64_t width, std::uint64_t height, int channels) {
@@ -56,8 +58,9 @@ void PictureBuffer::BlendOverWhite(int channels, AlphaKind kind) {
 
 void PictureBuffer::KeepFirstChannel() {
   const std::size_t count = GetSize() / static_cast<unsigned>(channels_);
-  for (std::size_t i = 0; i < count; ++i)
+  for (std::size_t i = 0; i < count; ++i) {
     pixels_[i] = pixels_[i * static_cast<unsigned>(channels_)];
+  }
   ShrinkTo(1);
 }
 

@@ -38,8 +38,9 @@ class Text {
 
   // Spaces, and comments from # to the end of their line.
   void SkipSpace() {
-    while (at_ != end_ && (IsSpace(*at_) || *at_ == '#'))
+    while (at_ != end_ && (IsSpace(*at_) || *at_ == '#')) {
       at_ = *at_ == '#' ? std::find(at_, end_, '\n') : at_ + 1;
+    }
   }
 
   std::uint64_t TakeNumber() {
@@ -113,8 +114,9 @@ Header ReadHeader(Text& text) {
     if (!header.IsBitmap()) header.maximum = text.TakeNumber();
     if (!header.IsPlain() && !IsSpace(text.TakeByte())) throw PictureError("a faulty header");
   }
-  if (header.channels < 1 || header.channels > 4 || header.maximum < 1 || header.maximum > 65535)
+  if (header.channels < 1 || header.channels > 4 || header.maximum < 1 || header.maximum > 65535) {
     throw PictureError("a faulty header");
+  }
   return header;
 }
 
@@ -150,9 +152,11 @@ void ReadSamples(const Header& header, Text& text, PictureBuffer& buffer) {
 
 void ReadBits(Text& text, PictureBuffer& buffer) {
   const unsigned char* bits = text.GetPosition();
-  for (int y = 0; y < buffer.GetHeight(); ++y, bits += (buffer.GetWidth() + 7) / 8)
-    for (int x = 0; x < buffer.GetWidth(); ++x)
+  for (int y = 0; y < buffer.GetHeight(); ++y, bits += (buffer.GetWidth() + 7) / 8) {
+    for (int x = 0; x < buffer.GetWidth(); ++x) {
       buffer.GetRow(y)[x] = (bits[x / 8] << x % 8 & 0x80) != 0 ? 0 : 255;
+    }
+  }
 }
 
 bool IsPnm(const FileBytes& bytes) {

@@ -115,8 +115,9 @@ struct Header {
 // Whether the rows of the file are the rows of the picture: scans, and what most programs write.
 bool HasPlainRows(TIFF* tiff, const Header& header) {
   if (TIFFIsTiled(tiff) != 0 || header.orientation != ORIENTATION_TOPLEFT ||
-      header.sampleFormat != SAMPLEFORMAT_UINT)
+      header.sampleFormat != SAMPLEFORMAT_UINT) {
     return false;
+  }
   if (header.IsGrey()) return header.samples == 1 && (header.bits == 1 || header.bits == 8);
   return header.photometric == PHOTOMETRIC_RGB && header.samples == 3 && header.bits == 8 &&
          header.planes == PLANARCONFIG_CONTIG;
@@ -135,11 +136,13 @@ bool ReadPlainRows(TIFF* tiff, const Header& header, PictureBuffer& buffer) {
     void* const into = header.bits == 1 ? bits.data() : row;
     if (TIFFReadScanline(tiff, into, static_cast<std::uint32_t>(y), 0) < 0) return false;
     if (header.bits == 1) {
-      for (int x = 0; x < buffer.GetWidth(); ++x)
+      for (int x = 0; x < buffer.GetWidth(); ++x) {
         row[x] = (bits[static_cast<std::size_t>(x) / 8] << x % 8 & 0x80) != 0 ? 255 : 0;
+      }
     }
-    if (flip != 0)
+    if (flip != 0) {
       std::for_each(row, row + buffer.GetStride(), [](unsigned char& value) { value ^= 255; });
+    }
   }
   return true;
 }
@@ -151,8 +154,9 @@ bool ReadAnything(TIFF* tiff, const Header& header, char* reason, PictureBuffer&
   // Words of 0xAABBGGRR, so bytes in the order R, G, B, A on the processors of both targets.
   if (TIFFReadRGBAImageOriented(tiff, header.width, header.height,
                                 reinterpret_cast<std::uint32_t*>(buffer.GetRow(0)),
-                                ORIENTATION_TOPLEFT, 1) == 0)
+                                ORIENTATION_TOPLEFT, 1) == 0) {
     return false;
+  }
   buffer.BlendOverWhite(header.IsGrey() ? 1 : 3, AlphaKind::kPremultiplied);
   return true;
 }
