@@ -71,8 +71,9 @@ int ResultImpBase::AddResultItemExternal(NxvItemBase* item) {
 
 // One for each result from the child to the outermost, on the stack: removing allocates nothing.
 struct ResultImpBase::Level {
-  NxRef<NxvItemBase> removed;         // released after all locks
-  std::unique_lock<std::mutex> lock;  // held; released too if a parent's mutex cannot be taken
+  NxRef<NxvItemBase> removed;  // released after all locks
+  // plain: held until all are; released too if a parent's mutex cannot be taken
+  std::unique_lock<std::mutex> lock;
   Level* child;
 };
 
@@ -82,7 +83,7 @@ int ResultImpBase::RemoveResultItem(const CCapturedResultItem* item) {
 }
 
 void ResultImpBase::TakeOut(const CCapturedResultItem* face, Level* child) {
-  Level level{nullptr, std::unique_lock<std::mutex>(itemsLock_), child};
+  Level level{nullptr, std::unique_lock<std::mutex>(itemsLock_), child};  // plain: see Level
   const auto found = Find(items_, face);
   if (found != items_.end()) {
     level.removed = *found;
