@@ -43,7 +43,7 @@ TEST(OutOfMemory, EndsTheImageWhereverItIs) {
     int failed = 0;
     for (int left = 0; left < 40; ++left) {
       SCOPED_TRACE(left);
-      const NxRef<TestWork> work = new TestWork({"A", "A", "B"});
+      const NxRef<TestWork> work = new TestWork("AAB");
       work->afterAppend = [=] {
         allocationsLeft = left;
         failuresLeft = failures;

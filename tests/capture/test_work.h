@@ -15,13 +15,14 @@ inline void AddFound(NxOutputBase& output) {
 // A work object that follows the engine's headers and nothing else.
 class TestWork : public Nx_WorkObjectBase {
  public:
-  using Pieces = std::vector<std::string>;  // work modes, in the order in which they are taken
+  using Call = std::function<int(ExecutableWorkItem&, NxTaskOutput&)>;
 
-  explicit TestWork(Pieces pieces = {"A"}) : pieces_(std::move(pieces)) {
+  // `pieces` are work modes, a letter each, in the order in which they are taken.
+  explicit TestWork(std::string pieces = "A") : pieces_(std::move(pieces)) {
     SetWorkModes({"A", "B", "C"});
   }
 
-  std::function<int(ExecutableWorkItem&, NxTaskOutput&)> work = [](auto& item, auto& task) {
+  Call work = [](auto& item, auto& task) {
     AddFound(task);
     item.SetWorkFinished();
     return 0;
@@ -36,12 +37,12 @@ class TestWork : public Nx_WorkObjectBase {
   }
   // Into the table only, one list for each mode.
   int AppendWorkOutputs(NxTaskOutput* task, int level) override {
-    for (const std::string& mode : pieces_) {
+    for (const char mode : pieces_) {
       task->GetWorkTable()->AppendNextWorkOutput(
-          level, mode[0] - 'A',
+          level, mode - 'A',
           new NxWorkOutput(task, task->GetSectionCache(), task->GetRegion(),
                            task->GetReferenceRegion(), GetTaskName(), task->GetTaskType(), this,
-                           mode));
+                           std::string(1, mode)));
     }
     afterAppend();
     return appended;
@@ -50,7 +51,7 @@ class TestWork : public Nx_WorkObjectBase {
   void DealTaskResults(NxTaskOutput*, NxSemaphore*) override { dealResults(); }
 
  private:
-  const Pieces pieces_;
+  const std::string pieces_;
 };
 
 // An engine with one task "{d}[t]".
@@ -78,7 +79,7 @@ class TestEngine {
   }
 
   CaptureEngine* operator->() { return &engine_; }
-  NxRef<CaptureResult> Read() { return engine_.Read(image_); }
+  NxRef<CaptureResult> Read() { return engine_.Read(*image_); }
   int Submit(Capture::Handler handler, int waitMs) {
     return engine_.Submit(MakeImage(), std::move(handler), waitMs);
   }
@@ -97,16 +98,7 @@ class TestEngine {
   }
 
   CaptureEngine engine_;
-  const basic_structures::CImageData image_{
-      16,
-      reinterpret_cast<const unsigned char*>("0123456789ABCDEF"),
-      nullptr,
-      4,
-      4,
-      4,
-      basic_structures::PXF_Grayscale8,
-      0,
-      nullptr};
+  const std::unique_ptr<basic_structures::CImageData> image_ = MakeImage();
 };
 
 }  // namespace velmora::capture

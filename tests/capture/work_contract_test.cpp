@@ -35,162 +35,93 @@ int EndWithout(ExecutableWorkItem& item, int code = 0) {
   return code;
 }
 
+bool IsInModeB(const ExecutableWorkItem& item) {
+  return static_cast<const NxWorkOutput&>(*item.GetOutput()).GetWorkMode() == "B";
+}
+
 TEST(WorkContract, EveryWayToWorkEnds) {
+  Helpers helpers;
   struct Row {
     const char* name;
-    TestWork::Pieces pieces;
-    std::function<void(TestWork&, Helpers&)> prepare;
-    int found;
-    int error;
-    int runs;
+    const char* pieces;
+    int found, error, runs;
+    TestWork::Call work;  // none: finds and finishes
+    std::function<void(TestWork&)> prepare = [](TestWork&) {};
   };
-  const auto asItIs = [](TestWork&, Helpers&) {};
   const Row rows[] = {
-      {"pieces in the table only", {"A"}, asItIs, 1, 0, 1},
-      {"returns 0", {"A"}, [](TestWork& w, Helpers&) { w.appended = 0; }, 1, 0, 1},
-      {"appends nothing", {}, asItIs, 0, 0, 0},
-      {"several pieces of a mode", {"A", "A", "A"}, asItIs, 3, 0, 3},
-      {"what follows a find is dropped", {"A", "A", "B", "C"}, asItIs, 2, 0, 2},
-      {"the next mode after none found",
-       {"A", "A", "B", "C"},
-       [](TestWork& w, Helpers&) {
-         w.work = [](auto& item, auto& task) {
-           const auto& output = static_cast<NxWorkOutput&>(*item.GetOutput());
-           if (output.GetWorkMode() == "B") AddFound(task);
-           return EndWithout(item);
-         };
-       },
-       1,
-       0,
-       3},
-      {"finds into its own output",
-       {"A", "A"},
-       [](TestWork& w, Helpers&) {
-         w.work = [](auto& item, auto&) {
-           AddFound(*item.GetOutput());
-           return EndWithout(item);
-         };
-       },
-       2,
-       0,
-       2},
-      {"into both outputs",
-       {"A"},
-       [](TestWork& w, Helpers&) {
-         w.work = [](auto& item, auto& task) {
+      {"returns 0", "A", 1, 0, 1, nullptr, [](TestWork& w) { w.appended = 0; }},
+      {"appends nothing", "", 0, 0, 0, nullptr},
+      {"what follows a find is dropped", "AABC", 2, 0, 2, nullptr},
+      {"the next mode after none found", "AABC", 1, 0, 3,
+       [](auto& item, auto& task) {
+         if (IsInModeB(item)) AddFound(task);
+         return EndWithout(item);
+       }},
+      {"finds into its own output", "AA", 2, 0, 2,
+       [](auto& item, auto&) {
+         AddFound(*item.GetOutput());
+         return EndWithout(item);
+       }},
+      {"into both outputs", "A", 1, 0, 1,
+       [](auto& item, auto& task) {
+         AddFound(task);
+         item.GetOutput()->AddResult(task.GetResult(0));
+         return EndWithout(item);
+       }},
+      {"another thread finishes, later", "AAB", 2, 0, 2,
+       [&](auto& item, auto&) {
+         helpers.Run([kept = NxRef<ExecutableWorkItem>(&item)] {
+           std::this_thread::sleep_for(milliseconds(5));
+           AddFound(*static_cast<NxWorkOutput*>(kept->GetOutput())->GetTaskOutput());
+           kept->SetWorkFinished();
+           kept->FinishWork();
+           kept->FinishWork();
+         });
+         return 0;
+       }},
+      {"another thread finishes, before the work returns", "A", 1, EC_FileNotFound, 1,
+       [](auto& item, auto& task) {
+         std::thread([&] {
            AddFound(task);
-           item.GetOutput()->AddResult(task.GetResult(0));
-           return EndWithout(item);
-         };
-       },
-       1,
-       0,
-       1},
-      {"another thread finishes, later",
-       {"A", "A", "B"},
-       [](TestWork& w, Helpers& helpers) {
-         w.work = [&helpers](auto& item, auto&) {
-           helpers.Run([kept = NxRef<ExecutableWorkItem>(&item)] {
-             std::this_thread::sleep_for(milliseconds(5));
-             AddFound(*static_cast<NxWorkOutput*>(kept->GetOutput())->GetTaskOutput());
-             kept->SetWorkFinished();
-             kept->FinishWork();
-             kept->FinishWork();
-           });
-           return 0;
-         };
-       },
-       2,
-       0,
-       2},
-      {"another thread finishes, before the work returns",
-       {"A"},
-       [](TestWork& w, Helpers&) {
-         w.work = [](auto& item, auto& task) {
-           std::thread([&] {
-             AddFound(task);
-             item.SetWorkFinished();
-             item.FinishWork();
-           }).join();
-           return int{EC_FileNotFound};
-         };
-       },
-       1,
-       EC_FileNotFound,
-       1},
-      {"another thread lets go instead",
-       {"A"},
-       [](TestWork& w, Helpers& helpers) {
-         w.work = [&helpers](auto& item, auto&) {
-           helpers.Run([kept = NxRef<ExecutableWorkItem>(&item)]() mutable { kept.reset(); });
-           return 0;
-         };
-       },
-       0,
-       EC_Unknown,
-       1},
-      {"forgets to finish",
-       {"A", "B"},
-       [](TestWork& w, Helpers&) { w.work = [](auto&, auto&) { return 0; }; },
-       0,
-       EC_Unknown,
-       2},
-      {"throws from Work",
-       {"A", "B"},
-       [](TestWork& w, Helpers&) {
-         w.work = [](auto&, auto& task) -> int {
-           AddFound(task);
-           throw std::runtime_error("no");
-         };
-       },
-       1,
-       EC_Unknown,
-       1},
-      {"out of memory in Work",
-       {"A"},
-       [](TestWork& w, Helpers&) { w.work = [](auto&, auto&) -> int { throw std::bad_alloc(); }; },
-       0,
-       EC_NoMemory,
-       1},
-      {"throws from AppendWorkOutputs",
-       {"A"},
-       [](TestWork& w, Helpers&) { w.afterAppend = [] { throw 3; }; },
-       1,
-       EC_Unknown,
-       1},
-      {"throws from DealTaskResults",
-       {"A"},
-       [](TestWork& w, Helpers&) { w.dealResults = [] { throw 4; }; },
-       1,
-       EC_Unknown,
-       1},
-      {"a chain: each has its turn, whatever was found",
-       {"A", "B"},
-       [](TestWork& w, Helpers&) {
-         const NxRef<TestWork> next = new TestWork({"A", "B"});
+           item.SetWorkFinished();
+           item.FinishWork();
+         }).join();
+         return int{EC_FileNotFound};
+       }},
+      {"another thread lets go instead", "A", 0, EC_Unknown, 1,
+       [&](auto& item, auto&) {
+         helpers.Run([kept = NxRef<ExecutableWorkItem>(&item)]() mutable { kept.reset(); });
+         return 0;
+       }},
+      {"forgets to finish", "AB", 0, EC_Unknown, 2, [](auto&, auto&) { return 0; }},
+      {"throws from Work", "AB", 1, EC_Unknown, 1,
+       [](auto&, auto& task) -> int {
+         AddFound(task);
+         throw std::runtime_error("no");
+       }},
+      {"out of memory in Work", "A", 0, EC_NoMemory, 1,
+       [](auto&, auto&) -> int { throw std::bad_alloc(); }},
+      {"throws from AppendWorkOutputs", "A", 1, EC_Unknown, 1, nullptr,
+       [](TestWork& w) { w.afterAppend = [] { throw 3; }; }},
+      {"throws from DealTaskResults", "A", 1, EC_Unknown, 1, nullptr,
+       [](TestWork& w) { w.dealResults = [] { throw 4; }; }},
+      {"a chain: each has its turn, whatever was found", "AB", 2, 0, 3, nullptr,
+       [](TestWork& w) {
+         const NxRef<TestWork> next = new TestWork("AB");
          next->work = [](auto& item, auto& task) {
-           if (static_cast<NxWorkOutput&>(*item.GetOutput()).GetWorkMode() == "B") AddFound(task);
+           if (IsInModeB(item)) AddFound(task);
            return EndWithout(item);
          };
          w.SetNextWorkObject(next);
-       },
-       2,
-       0,
-       3},
-      {"returns an error, told once",
-       {"A", "A"},
-       [](TestWork& w, Helpers&) {
-         w.work = [](auto& item, auto&) { return EndWithout(item, EC_FileNotFound); };
-       },
-       0,
-       EC_FileNotFound,
-       2},
+       }},
+      {"returns an error, told once", "AA", 0, EC_FileNotFound, 2,
+       [](auto& item, auto&) { return EndWithout(item, EC_FileNotFound); }},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.name);
-    Helpers helpers;
     const NxRef<TestWork> work = new TestWork(row.pieces);
-    row.prepare(*work, helpers);
+    if (row.work != nullptr) work->work = row.work;
+    row.prepare(*work);
     TestEngine engine(work);
     const NxRef<CaptureResult> result = engine.Read();
     EXPECT_EQ(static_cast<int>(result->GetRegions().size()), row.found);
@@ -211,21 +142,14 @@ TEST(WorkContract, AListenerThatThrowsFailsItsImageOnly) {
 }
 
 TEST(WorkContract, LimitsOfThreadsHold) {
-  struct Row {
-    const char* name;
-    bool isSingleThread;
-    int mostInTask;
-    int images;
-    int most;
-  };
-  for (const Row& row : {Row{"single-thread, over all images", true, 0, 6, 1},
-                         Row{"two in one task", false, 2, 1, 2}}) {
-    SCOPED_TRACE(row.name);
+  // One thread over six images; two in the one task of one image.
+  for (const bool isSingleThread : {true, false}) {
+    SCOPED_TRACE(isSingleThread);
     std::atomic<int> now{0};
     std::atomic<int> most{0};
-    const NxRef<TestWork> work = new TestWork({"A", "A", "A", "A", "A", "A"});
-    if (row.isSingleThread) work->SetIsSingleThread();
-    work->mostThreads = row.mostInTask;
+    const NxRef<TestWork> work = new TestWork("AAAAAA");
+    if (isSingleThread) work->SetIsSingleThread();
+    work->mostThreads = isSingleThread ? 0 : 2;
     work->work = [&](auto& item, auto& task) {
       const int running = ++now;
       for (int known = most; known < running && !most.compare_exchange_weak(known, running);) {
@@ -237,11 +161,11 @@ TEST(WorkContract, LimitsOfThreadsHold) {
     };
     TestEngine engine(work);
     std::vector<std::thread> readers;
-    for (int i = 0; i < row.images; ++i) {
+    for (int i = 0; i < (isSingleThread ? 6 : 1); ++i) {
       readers.emplace_back([&] { EXPECT_EQ(engine.Read()->GetRegions().size(), 6u); });
     }
     for (std::thread& reader : readers) reader.join();
-    EXPECT_EQ(most, row.most);
+    EXPECT_EQ(most, isSingleThread ? 1 : 2);
   }
 }
 
@@ -252,7 +176,7 @@ TEST(WorkContract, TimeBudgetsEndWorkThatAsks) {
   for (const Way way : {kAsks, kNeverAsks, kElsewhere}) {
     SCOPED_TRACE(way);
     Helpers helpers;
-    const NxRef<TestWork> work = new TestWork({"A", "B"});
+    const NxRef<TestWork> work = new TestWork("AB");
     const auto askUntilOver = [](const ExecutableWorkItem& item) {
       int code = 0;
       for (int i = 0; i < 60 && code == 0; ++i) {

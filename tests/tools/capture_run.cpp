@@ -65,6 +65,16 @@ void ExpectRun(const CaptureRun& run, int status, const std::string& out, const 
   ExpectText(run.err, err);
 }
 
+void RunRows(const std::vector<RunRow>& rows, const std::string& input) {
+  for (const RunRow& row : rows) {
+    SCOPED_TRACE(row.name);
+    std::vector<std::string> arguments;
+    std::istringstream all(row.arguments);
+    for (std::string one; std::getline(all, one, '|');) arguments.push_back(one);
+    ExpectRun(RunCapture(arguments, input), row.status, row.out, row.err);
+  }
+}
+
 std::size_t CountOf(const std::string& text, const std::string& part) {
   std::size_t count = 0;
   for (std::size_t at = 0; (at = text.find(part, at)) != std::string::npos; ++at) ++count;

@@ -31,6 +31,16 @@ CaptureRun RunWithoutOutput(const std::vector<std::string>& arguments);
 // Expects the exit status, and that each stream holds a text; nothing at all where that is empty.
 void ExpectRun(const CaptureRun& run, int status, const std::string& out, const std::string& err);
 
+// A run with what ExpectRun expects of it.
+struct RunRow {
+  const char* name;
+  std::string arguments;  // with '|' between them
+  int status;
+  std::string out;
+  std::string err;
+};
+void RunRows(const std::vector<RunRow>& rows, const std::string& input = {});
+
 // How often a part stands in a text.
 std::size_t CountOf(const std::string& text, const std::string& part);
 

@@ -9,40 +9,14 @@ namespace {
 using testing::TemporaryDirectory;
 using testing::WriteFile;
 
-struct Row {
-  const char* name;
-  std::vector<std::string> arguments;
-  int status;
-  std::string out;
-  std::string err;
-};
-
-void RunRows(const std::vector<Row>& rows, const std::string& input = {}) {
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.name);
-    ExpectRun(RunCapture(row.arguments, input), row.status, row.out, row.err);
-  }
-}
-
 TEST(Options, AreReadAsUsersWriteThem) {
   RunRows({
-      {"a value for a flag", {"--json=1", "x.png"}, 2, "", "--json takes no value;"},
-      {"the short form", {"-h"}, 0, "usage: velmora-capture", ""},
-      {"everything else is a file",
-       {"--", "--json", "-h"},
-       1,
-       "2 images",
-       "--json: The file is not"},
-      {"watching and naming", {"--watch", "samples", "x.png"}, 2, "", "--watch reads the pictures"},
-      {"nothing to watch", {"--watch", "no such"}, 2, "", "'no such' cannot be watched"},
-      {"quiet", {"--quiet", "samples/qr.png"}, 0, "org/velmora\n", ""},
-      {"no such code",
-       {"--symbologies", "QR,Kix", "x.png"},
-       2,
-       "",
-       "does not read 'Kix'; it reads"},
+      {"the short form", "-h", 0, "usage: velmora-capture", ""},
+      {"version", "--version", 0, "velmora-capture 4.6.50.9329\n", ""},
+      {"everything else is a file", "--|--json|-h", 1, "2 images", "--json: The file is not"},
   });
   const CaptureRun quiet = RunCapture({"--quiet", "samples/qr.png"});
+  ExpectRun(quiet, 0, "org/velmora\n", "");
   EXPECT_EQ(CountOf(quiet.out, "\n"), 2u) << quiet.out;
 }
 
@@ -82,35 +56,22 @@ TEST(Files, OfTheUserAreCheckedFirst) {
   WriteFile(
       folder / "silent.json",
       R"({"Name":"t","Definitions":[{"Name":"A","Tasks":[{"Name":"x","Module":"Locator"}]}]})");
-  WriteFile(folder / "file", "");
+  WriteFile(folder / "huge.ppm", "P6 20000 20000 255\n");
   RunRows({
-      {"JSON without end",
-       {"--template", folder / "deep.json", "x.png"},
-       2,
-       "",
+      {"JSON without end", "--template|" + (folder / "deep.json") + "|x.png", 2, "",
        "deep.json:1:108: nested more than 100 levels deep (-10030"},
-      {"a log ini of garbage",
-       {"--log-config", folder / "garbage.ini", "x.png"},
-       2,
-       "",
+      {"a log ini of garbage", "--log-config|" + (folder / "garbage.ini") + "|x.png", 2, "",
        "garbage.ini' has no section [BARCODECONFIG]"},
       {"a template that tells nothing",
-       {"--template", folder / "silent.json", "samples/qr.png"},
-       0,
-       "samples/qr.png: 209x209, no code",
-       "no task has \"Output\""},
-      {"a folder below a file",
-       {"--overlay", folder / "file/in", "x.png"},
-       2,
-       "",
+       "--template|" + (folder / "silent.json") + "|samples/qr.png", 0,
+       "samples/qr.png: 209x209, no code", "no task has \"Output\""},
+      {"a folder below a file", "--overlay|" + (folder / "huge.ppm/in") + "|x.png", 2, "",
        "cannot be made"},
-      {"a report nowhere", {"--report", folder / "no/r.html", "x.png"}, 2, "", "cannot be written"},
-      {"too many pixels",
-       {"--max-pixels=43680", "samples/qr.png"},
-       1,
-       "1 image, 0 read, 1 failed",
+      {"too many pixels by default", folder / "huge.ppm", 1, "1 image, 0 read, 1 failed",
+       "too large: 20000 x 20000 pixels, the limit is 268435456 (-10012)"},
+      {"too many pixels", "--max-pixels=43680|samples/qr.png", 1, "1 image, 0 read, 1 failed",
        "too large: 209 x 209 pixels, the limit is 43680 (-10012)"},
-      {"as many as allowed", {"--quiet", "--max-pixels=43681", "samples/qr.png"}, 0, "1 code", ""},
+      {"as many as allowed", "--quiet|--max-pixels=43681|samples/qr.png", 0, "1 code", ""},
   });
 }
 
@@ -130,40 +91,17 @@ TEST(Outputs, ThatAreInTheWayEndTheRun) {
             "velmora-capture: standard output cannot be written");
 }
 
-// Spoilt pictures fail alone, each for its own reason.
-TEST(Files, MayHoldNoPicture) {
-  const TemporaryDirectory folder;
-  WriteFile(folder / "cut.pgm", "P5 400 300 255\n" + std::string(400 * 299, ' '));
-  WriteFile(folder / "empty.pgm", "P5 400 0 255\n");
-  WriteFile(folder / "huge.ppm", "P6 20000 20000 255\n");
-  std::string jpeg = testing::ReadFile("samples/none.jpg");
-  for (std::size_t at = jpeg.find("\xFF\xDB") + 2; at < 200; ++at) jpeg[at] = '\xFE';
-  WriteFile(folder / "tables.jpg", jpeg);
-  ExpectRun(RunCapture({folder.GetPath().string(), "samples/qr.png"}), 1,
-            "5 images, 1 read, 4 failed, 1 code;",
-            "too large: 20000 x 20000 pixels, the limit is 268435456 (-10012)");
-  const CaptureRun run = RunCapture({folder.GetPath().string()});
-  for (const char* reason : {"cut.pgm: Failed to read the image. the file ends within the picture",
-                             "empty.pgm: Failed to read the image. a picture of 400 x 0 pixels",
-                             "tables.jpg: Failed to read the image. "}) {
-    EXPECT_PRED_FORMAT2(::testing::IsSubstring, reason, run.err);
-  }
-}
-
 // Every name in UTF-8, whatever the system's own encoding, also where it has none for a letter.
 TEST(Files, MayHaveAnyName) {
   const TemporaryDirectory folder;
   const auto name = std::filesystem::u8path(u8"gr\u00FC\u00DF \u65E5\u672C.png");
   std::filesystem::copy("samples/qr.png", folder.GetPath() / name);
   const std::string path = (folder.GetPath() / name).u8string();
-  RunRows(
-      {
-          {"in a directory", {"--json", folder.GetPath().string()}, 0, "\\u672c.png\"", "1 code"},
-          {"by name", {"--json", path}, 0, "\\u672c.png\"", "1 code"},
-          {"in a list", {"--json", "-"}, 1, "\\u672c.png\"", "3 images, 1 read, 2 failed"},
-      },
-      path + "\r\n\nnone\nnone");
-  RunRows({{"in a list with NUL", {"--json", "-0", "-"}, 1, "\"none\\n\"", "2 images, 1 read"}},
+  RunRows({{"in a directory", "--json|" + folder.GetPath().string(), 0, "\\u672c.png\"", "1 code"},
+           {"by name", "--json|" + path, 0, "\\u672c.png\"", "1 code"},
+           {"in a list", "--json|-", 1, "\\u672c.png\"", "3 images, 1 read, 2 failed"}},
+          path + "\r\n\nnone\nnone");
+  RunRows({{"in a list with NUL", "--json|-0|-", 1, "\"none\\n\"", "2 images, 1 read"}},
           path + '\0' + "none\n");
 }
 
@@ -174,10 +112,8 @@ TEST(Progress, FitsIntoOneLine) {
   };
   for (const Width& row : {
            Width{80, "[###############               ] 50/100, 25.0 images/s, 2 s left"},
-           Width{60, "[############             ] 50/100, 25.0 images/s, 2 s left"},
            Width{40, "[##   ] 50/100, 25.0 images/s, 2 s left"},
            Width{39, "50/100, 25.0 images/s, 2 s left"},
-           Width{36, "50/100, 25.0 images/s, 2 s left"},
            Width{20, "50/100, 25.0 images"},
            Width{0, ""},
        }) {

@@ -49,59 +49,33 @@ TEST(Run, TellsWhatWasReadAndWhatWasNot) {
   const TemporaryDirectory empty;
   const TemporaryDirectory folder;
   testing::WriteFile(folder / "short.raw", std::string(64 * 64 * 3, '\xFF') + "rest");
-  struct Row {
-    const char* name;
-    std::vector<std::string> arguments;
-    int status;
-    std::string out;
-    std::string err;
-  };
-  for (const Row& row : {
-           Row{"a list",
-               {"--template=templates/linear.json", "-"},
-               0,
-               "samples/qr.png: 209x209, 1 code\n"
-               "    QR          https://example.org/velmora\n"
-               "samples/none.jpg: 640x480, no code\n"
-               "2 images, 2 read, 0 failed, 1 code;",
-               ""},
-           Row{"faults do not end the run",
-               {"samples/broken.png", "no such.png", "samples/expected.tsv", "samples/none.jpg"},
-               1,
-               "samples/none.jpg: 640x480, no code\n4 images, 1 read, 3 failed, 0 codes;",
-               "samples/broken.png: Failed to read the image. the file ends within the "
-               "picture (-10012)\n"
-               "no such.png: The file is not found. (-10005)\n"
-               "samples/expected.tsv: The file type is not supported. (-10006)\n"},
-           Row{"UTF-8 in and out",
-               {"--json", "gr\xC3\xBC\xC3\x9F.png"},
-               1,
-               R"("image":"gr\u00fc\u00df.png")",
-               "1 image, 0 read, 1 failed, 0 codes;"},
-           Row{"a directory without pictures",
-               {empty.GetPath().string()},
-               0,
-               "0 images,",
-               "note: there is no picture in " + empty.GetPath().string()},
-           Row{"a raw file that ends within a frame",
-               {"--raw", "64x64:rgb", folder / "short.raw", "no.raw"},
-               1,
-               "short.raw#0: 64x64, no code\n3 images, 1 read, 2 failed,",
-               "short.raw#1: Failed to read the image. the file ends within the frame (-10012)\n"
-               "no.raw: The file is not found. (-10005)\n"},
-           Row{"what cannot be read is not dropped",
-               {"--overflow=drop", "--buffer=1", "--raw", "64x64:rgb", "no.raw",
-                folder / "short.raw", "none.raw"},
-               1,
-               "3 failed,",
-               "no.raw: The file is not found. (-10005)\n"},
-           Row{"help", {"--help"}, 0, "usage: velmora-capture", ""},
-           Row{"version", {"--version"}, 0, "velmora-capture 4.6.50.9329\n", ""},
-       }) {
-    SCOPED_TRACE(row.name);
-    ExpectRun(RunCapture(row.arguments, "samples/qr.png\r\n\nsamples/none.jpg"), row.status,
-              row.out, row.err);
-  }
+  const std::string raw = folder / "short.raw";
+  RunRows(
+      {
+          {"a list", "--template=templates/linear.json|-", 0,
+           "samples/qr.png: 209x209, 1 code\n"
+           "    QR          https://example.org/velmora\n"
+           "samples/none.jpg: 640x480, no code\n"
+           "2 images, 2 read, 0 failed, 1 code;",
+           ""},
+          {"faults do not end the run",
+           "samples/broken.png|no such.png|samples/expected.tsv|samples/none.jpg", 1,
+           "samples/none.jpg: 640x480, no code\n4 images, 1 read, 3 failed, 0 codes;",
+           "samples/broken.png: Failed to read the image. the file ends within the "
+           "picture (-10012)\n"
+           "no such.png: The file is not found. (-10005)\n"
+           "samples/expected.tsv: The file type is not supported. (-10006)\n"},
+          {"a directory without pictures", empty.GetPath().string(), 0, "0 images,",
+           "note: there is no picture in " + empty.GetPath().string()},
+          {"a raw file that ends within a frame", "--raw|64x64:rgb|" + raw + "|no.raw", 1,
+           "short.raw#0: 64x64, no code\n3 images, 1 read, 2 failed,",
+           "short.raw#1: Failed to read the image. the file ends within the frame (-10012)\n"
+           "no.raw: The file is not found. (-10005)\n"},
+          {"what cannot be read is not dropped",
+           "--overflow=drop|--buffer=1|--raw|64x64:rgb|no.raw|" + raw + "|none.raw", 1, "3 failed,",
+           "no.raw: The file is not found. (-10005)\n"},
+      },
+      "samples/qr.png\r\n\nsamples/none.jpg");
 }
 
 TEST(Usage, IsRefusedWithASentence) {
@@ -112,6 +86,11 @@ TEST(Usage, IsRefusedWithASentence) {
   for (const Row& row : {
            Row{{}, "there is nothing to read"},
            Row{{"--frobnicate", "x.png"}, "there is no option --frobnicate"},
+           Row{{"--json=1", "x.png"}, "--json takes no value;"},
+           Row{{"--watch", "samples", "x.png"}, "--watch reads the pictures"},
+           Row{{"--watch", "no such"}, "'no such' cannot be watched"},
+           Row{{"--symbologies", "QR,Kix", "x.png"}, "does not read 'Kix'; it reads"},
+           Row{{"--report", "no/r.html", "x.png"}, "cannot be written"},
            Row{{"x.png", "--threads"}, "--threads needs a value"},
            Row{{"--threads=0", "x.png"}, "--threads takes a number from 1 to 256, not '0'"},
            Row{{"--timeout", "1s", "x.png"}, "--timeout takes a number from 1 to"},

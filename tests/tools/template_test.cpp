@@ -8,12 +8,6 @@ namespace {
 using testing::TemporaryDirectory;
 using testing::WriteFile;
 
-#if defined(_WIN32)
-constexpr char kNopeFile[] = "Nopex86.dll";
-#else
-constexpr char kNopeFile[] = "Nope.so";
-#endif
-
 // A template of one definition with one task, whose members follow the name.
 std::string OneTask(const std::string& members) {
   return R"({"Name":"t","Definitions":[{"Name":"A","Tasks":[{"Name":"x",)" + members + "}]}]}";
@@ -70,24 +64,14 @@ TEST(Template, NamesPlaceValueAndAllowedValues) {
        R"({"Name":"A","Parents":["B"],"Tasks":[{"Name":"x","Module":"Locator"}]},)"
        R"({"Name":"B","Parents":["A"],"Tasks":[{"Name":"x","Module":"Locator"}]}]})",
        ":1:27: Definitions: these wait for each other: A -> B -> A (-10037: "},
-      {OneTask("\"Module\":\"Nope\""),
-       std::string("Tasks[0].Module: module \"Nope\" was not found: there is no ") + kNopeFile +
-           " in \""},
       {OneTask("\"Module\":\"../Nope\""),
        "Tasks[0].Module: \"../Nope\" is not the name of a module (-10033: "},
       {R"({"Name":"t","Definitions":[{"Name":"A","Priority":-1,"Tasks":[{"Name":"x",)"
        R"("Module":"Locator"}]}]})",
        "Definitions[0].Priority: -1 is not between 0 and 2147483647 (-10033: "},
-      {OneTask(R"("Module":"Locator","WorkModes":["Thorough"])"),
-       R"(WorkModes: "Thorough" is no work mode of Locator; there is "Contrast" (-10038: )"},
       {OneTask(R"("Module":"Locator","Settings":{"Radius":0})"),
        "t.json:1:101: Definitions[0].Tasks[0].Settings.Radius: 0 is not between 1 and 1000 "
        "(-10033: "},
-      {OneTask(R"("Module":"Locator","Settings":{"Radios":9,"Offset":true})"),
-       "t.json:1:112: Definitions[0].Tasks[0].Settings.Offset: true stands where a whole number is "
-       "wanted (-10031: Json type is invalid.)\n"
-       "t.json:1:101: Definitions[0].Tasks[0].Settings.Radios: there is no key \"Radios\" here; "
-       R"(allowed are "Radius", "Offset", )"},
       {OneTask(R"("Module":"CodeReader","Settings":{"Symbologies":["QR","Kix"]})"),
        R"(Settings.Symbologies[1]: "Kix" is not among "EAN-13", )"},
       {OneTask(R"("Module":"CodeReader","Settings":{"Symbologies":[]})"),
@@ -101,17 +85,14 @@ TEST(Template, NamesPlaceValueAndAllowedValues) {
   }
 }
 
-TEST(Template, LeavesOutAnOptionalTaskWithoutItsModule) {
+// A task without its module is left out; settings reach the module, and one task's finds spare
+// another one's work: what is found is how sharp black beside white is.
+TEST(Template, RunsWhatItSays) {
   ExpectRun(RunTemplate(
                 OneTask(R"("Module":"Nope","Optional":true},{"Name":"read","Module":"CodeReader",)"
                         R"("Output":true,"UnlessFoundBy":["x"])")),
             0, R"("text":"https://example.org/velmora"}],"errors":[])",
             "note: {A}[x] is left out: module \"Nope\" was not found");
-}
-
-// The settings reach the module, and one task's finds spare another one's work: what is found is
-// how sharp black beside white is.
-TEST(Template, RunsWhatItSays) {
   ExpectRun(
       RunTemplate(OneTask(
           R"("Module":"CodeReader","Output":true,"Settings":{"Symbologies":["EAN-13"]}})"
