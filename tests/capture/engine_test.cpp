@@ -1,5 +1,5 @@
 // Images through a Capture's engine: from callers, sources and submissions, at once and cancelled.
-#include <condition_variable>
+#include <future>
 
 #include "tests/capture/test_work.h"
 #include "velmora_capture/internal/source_image.h"
@@ -9,25 +9,6 @@ namespace velmora::capture {
 namespace {
 
 using namespace basic_structures;
-
-// Something that happens once.
-class Event {
- public:
-  void Happen() {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    happened_ = true;
-    wakeUp_.notify_all();
-  }
-  void Wait() {
-    std::unique_lock<std::mutex> lock(mutex_);
-    wakeUp_.wait(lock, [this] { return happened_; });
-  }
-
- private:
-  std::mutex mutex_;
-  std::condition_variable wakeUp_;
-  bool happened_ = false;
-};
 
 // Hands out images with these tag ids; -1 for an image without a tag, -2 for one without pixels.
 class ListSource final : public CImageSourceAdapter, public ReadErrorSource {
@@ -220,17 +201,17 @@ TEST(Engine, TheDestructorEndsWhatWasSubmitted) {
 }
 
 TEST(Engine, SubmissionsFollowFromTheirHandlers) {
+  std::promise<void> done;
   TestEngine engine(new TestWork);
-  Event done;
   int left = 20;
   Capture::Handler handler = [&](const NxRef<CaptureResult>& result) {
     EXPECT_EQ(result->GetRegions().size(), 1u);
-    if (--left == 0) return done.Happen();
+    if (--left == 0) return done.set_value();
     EXPECT_EQ(engine.Submit(handler, 1000), 0);
     if (left == 10) throw 6;  // is dropped
   };
   EXPECT_EQ(engine.Submit(handler, 0), 0);
-  done.Wait();
+  done.get_future().wait();
 }
 
 TEST(Engine, RefusesCallsThatCannotEnd) {
@@ -372,15 +353,15 @@ TEST(Pool, TakesTheLowestPriorityFirstAndNothingAfterStop) {
     std::function<void()> work_;
   };
   const Observers nobody;
+  std::promise<void> mayBegin;
   CaptureThreadPool pool(1, nobody);
-  Event mayBegin;
   std::vector<int> order;
-  pool.AppendWorkItem(new Item(9, [&] { mayBegin.Wait(); }));
+  pool.AppendWorkItem(new Item(9, [&] { mayBegin.get_future().wait(); }));
   for (const int priority : {2, 0, 1, 0, 2}) {
     pool.AppendWorkItem(new Item(static_cast<std::uint64_t>(priority),
                                  [&order, priority] { order.push_back(priority); }));
   }
-  mayBegin.Happen();
+  mayBegin.set_value();
   pool.Stop();
   EXPECT_EQ(order, (std::vector<int>{0, 0, 1, 2, 2}));
   pool.AppendWorkItem(new Item(0, [&] { order.push_back(7); }));

@@ -51,18 +51,14 @@ TEST(GraphBuilder, GivesEachLinkOfAChainItsWorkModesAndNames) {
 }
 
 TEST(GraphBuilder, ReportsWhatModulesRefuse) {
-  struct Row {
-    const char* members;
-    const char* error;
-  };
-  for (const Row& row : {
+  using Row = std::pair<const char*, const char*>;
+  for (const auto& [members, error] : {
            Row{R"("WorkModes": ["b", "x"])",
                R"("x" is no work mode of Chain; there is "a", "b", "c" (-10038: )"},
            Row{R"("Settings": {"Fails": true})",
                R"(.Module: module "Chain" failed: out of luck (-10000: )"},
        }) {
-    EXPECT_NE(BuiltGraph(row.members).Errors().find(row.error), std::string::npos)
-        << BuiltGraph(row.members).Errors();
+    EXPECT_PRED_FORMAT2(::testing::IsSubstring, error, BuiltGraph(members).Errors());
   }
 }
 

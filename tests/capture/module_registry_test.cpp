@@ -49,26 +49,22 @@ TEST(ModuleRegistry, SaysWhyAModuleCannotBeUsed) {
 
 TEST(ModuleRegistry, TakesTheFirstFolderThatHasTheModule) {
   const testing::TemporaryDirectory parent;
-  const fs::path odd = fs::u8path(parent /
-                                  "m\xC3\xB6"
-                                  "dule \xE6\x9C\xAC");
+  const fs::path odd = fs::u8path(parent / "m\303\266dule \xE6\x9C\xAC");
   fs::create_directories(odd);
   fs::copy_file(fs::u8path(kSecond) / ("Good" + std::string(kSuffix)),
                 odd / ("Good" + std::string(kSuffix)));
-  struct Row {
-    std::vector<std::string> folders;
-    std::string mode;
-  };
+  using Row = std::pair<std::vector<std::string>, const char*>;
   JsonDocument document("t", "{}");
   const Json::Value none(Json::objectValue);
-  for (const Row& row : {Row{{kFirst, kSecond}, "first"}, Row{{kSecond, kFirst}, "second"},
-                         Row{{parent / "", odd.u8string(), kFirst}, "second"}}) {
+  for (const auto& [folders, mode] :
+       {Row{{kFirst, kSecond}, "first"}, Row{{kSecond, kFirst}, "second"},
+        Row{{parent / "", odd.u8string(), kFirst}, "second"}}) {
     std::string fault;
-    const kit::CreateWorkObjectFunction create = ModuleRegistry(row.folders).Find("Good", fault);
+    const kit::CreateWorkObjectFunction create = ModuleRegistry(folders).Find("Good", fault);
     ASSERT_NE(create, nullptr) << fault;
     TaskSettings settings(document, none, "Settings");
     const NxRef<Nx_WorkObjectBase> work = create(settings);
-    EXPECT_EQ(work->GetWorkModes(), std::vector<std::string>{row.mode});
+    EXPECT_EQ(work->GetWorkModes(), std::vector<std::string>{mode});
   }
 }
 

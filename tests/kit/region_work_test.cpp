@@ -82,17 +82,14 @@ TEST(Recogniser, TriesItsWorkModesInTurn) {
 }
 
 TEST(RegionWork, CutsWindowsOffAtTheBorders) {
-  struct Row {
-    int margin;
-    Window want;
-  };
+  using Row = std::pair<int, Window>;
   Task task(kSquare, PXF_Grayscale8, [](RegionWork& work) {
-    for (const Row& row : {Row{0, {4, 2, 10, 7}}, Row{1, {3, 1, 12, 9}}, Row{3, {1, 0, 16, 10}},
-                           Row{50, {0, 0, kWidth, kHeight}}}) {
-      const Window got = work.GetWindow(row.margin);
+    for (const auto& [margin, want] : {Row{0, {4, 2, 10, 7}}, Row{1, {3, 1, 12, 9}},
+                                       Row{3, {1, 0, 16, 10}}, Row{50, {0, 0, kWidth, kHeight}}}) {
+      const Window got = work.GetWindow(margin);
       EXPECT_EQ(std::make_tuple(got.left, got.top, got.width, got.height),
-                std::make_tuple(row.want.left, row.want.top, row.want.width, row.want.height))
-          << row.margin;
+                std::make_tuple(want.left, want.top, want.width, want.height))
+          << margin;
       EXPECT_EQ(work.GetPixels(got).Row(1) - work.GetImage().Row(got.top), got.left + kWidth);
     }
     return 0;

@@ -50,9 +50,7 @@ TEST(Files, OfTheUserAreCheckedFirst) {
   std::string deep = R"({"Name":)";
   deep.append(100'000, '[').append(100'000, ']').append("}");
   WriteFile(folder / "deep.json", deep);
-  WriteFile(folder / "garbage.ini", std::string("\x7F"
-                                                "ELF\0\1\2\3 = [",
-                                                12));
+  WriteFile(folder / "garbage.ini", std::string("\177ELF\0\1\2\3 = [", 12));
   WriteFile(
       folder / "silent.json",
       R"({"Name":"t","Definitions":[{"Name":"A","Tasks":[{"Name":"x","Module":"Locator"}]}]})");
@@ -106,21 +104,15 @@ TEST(Files, MayHaveAnyName) {
 }
 
 TEST(Progress, FitsIntoOneLine) {
-  struct Width {
-    int columns;
-    const char* text;
-  };
-  for (const Width& row : {
+  using Width = std::pair<int, const char*>;
+  for (const auto& [columns, want] : {
            Width{80, "[###############               ] 50/100, 25.0 images/s, 2 s left"},
            Width{40, "[##   ] 50/100, 25.0 images/s, 2 s left"},
            Width{39, "50/100, 25.0 images/s, 2 s left"},
            Width{20, "50/100, 25.0 images"},
            Width{0, ""},
        }) {
-    SCOPED_TRACE(row.columns);
-    const std::string text = ProgressText(50, 100, 2, row.columns);
-    EXPECT_LT(text.size(), static_cast<std::size_t>(row.columns == 0 ? 1 : row.columns));
-    EXPECT_EQ(text, row.text);
+    EXPECT_EQ(ProgressText(50, 100, 2, columns), want) << columns;
   }
   EXPECT_EQ(ProgressText(50, 0, 2, 40), "50 images, 25.0 images/s");
 }

@@ -27,16 +27,14 @@ TEST(RawFrames, AreReadInEveryFormat) {
   const std::string chroma(grey.size() / 2, '\x80');
   std::string rgb;
   for (const char c : grey) rgb.append(3, c);
-  struct Row {
-    const char* format;
-    std::string frame;
-  };
-  for (const Row& row : {Row{"nv12", grey + chroma}, Row{"nv21", grey + chroma}, Row{"rgb", rgb}}) {
-    SCOPED_TRACE(row.format);
-    WriteFile(folder / "two.raw", row.frame + row.frame);
+  using Row = std::pair<const char*, std::string>;
+  for (const auto& [format, frame] :
+       {Row{"nv12", grey + chroma}, Row{"nv21", grey + chroma}, Row{"rgb", rgb}}) {
+    SCOPED_TRACE(format);
+    WriteFile(folder / "two.raw", frame + frame);
     const CaptureRun run =
         RunCapture({"--json", "--overflow=block", "--template=templates/linear.json",
-                    std::string("--raw=550x198:") + row.format + "@50", folder / "two.raw"});
+                    std::string("--raw=550x198:") + format + "@50", folder / "two.raw"});
     ExpectRun(run, 0, "two.raw#1\"", "2 images, 2 read,");
     EXPECT_EQ(CountOf(run.out, "\"text\":\"VELMORA 39\""), 2u) << run.out;
   }

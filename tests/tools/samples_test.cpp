@@ -79,11 +79,8 @@ TEST(Run, TellsWhatWasReadAndWhatWasNot) {
 }
 
 TEST(Usage, IsRefusedWithASentence) {
-  struct Row {
-    std::vector<std::string> arguments;
-    const char* error;
-  };
-  for (const Row& row : {
+  using Row = std::pair<std::vector<std::string>, const char*>;
+  for (const auto& [arguments, error] : {
            Row{{}, "there is nothing to read"},
            Row{{"--frobnicate", "x.png"}, "there is no option --frobnicate"},
            Row{{"--json=1", "x.png"}, "--json takes no value;"},
@@ -105,8 +102,8 @@ TEST(Usage, IsRefusedWithASentence) {
            Row{{"--graph", "no/where.svg", "x.png"}, "cannot be written"},
            Row{{"--overlay", "samples/qr.png", "x.png"}, "the folder 'samples/qr.png' cannot be"},
        }) {
-    SCOPED_TRACE(row.error);
-    ExpectRun(RunCapture(row.arguments), 2, "", row.error);
+    SCOPED_TRACE(error);
+    ExpectRun(RunCapture(arguments), 2, "", error);
   }
 }
 

@@ -27,12 +27,10 @@ TEST(VersionResource, HasTheVersionAsStringsAndNumbers) {
   }
   ASSERT_TRUE(find("\\"));
   const auto* info = static_cast<const VS_FIXEDFILEINFO*>(value);
-  for (const DWORD high : {info->dwFileVersionMS, info->dwProductVersionMS}) {
-    EXPECT_EQ(high, 4U << 16 | 6U);
-  }
-  for (const DWORD low : {info->dwFileVersionLS, info->dwProductVersionLS}) {
-    EXPECT_EQ(low, 50U << 16 | 9329U);
-  }
+  EXPECT_EQ(info->dwFileVersionMS, 4U << 16 | 6U);
+  EXPECT_EQ(info->dwFileVersionLS, 50U << 16 | 9329U);
+  EXPECT_EQ(info->dwProductVersionMS, info->dwFileVersionMS);
+  EXPECT_EQ(info->dwProductVersionLS, info->dwFileVersionLS);
 }
 
 }  // namespace
