@@ -73,7 +73,6 @@ TEST(Units, CopiesAreDeepAndKeepWhereTheyCameFrom) {
 
   auto* listCopy = dynamic_cast<CandidatesUnit*>(list->Clone());
   auto* pictureCopy = dynamic_cast<BinaryImageUnit*>(picture->Clone());
-  list->GetPredetectedRegion(0);
   const_cast<CandidateRegion*>(list->GetPredetectedRegion(0))->SetConfidence(1);
   EXPECT_EQ(Scores(*listCopy), "7 ");
   EXPECT_STREQ(listCopy->GetOriginalImageHashId(), list->GetOriginalImageHashId());
