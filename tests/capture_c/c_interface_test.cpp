@@ -362,7 +362,9 @@ TEST(CInterface, CopiesWhatIsNotLentAndRefusesWhatDoesNotFit) {
   delivery.Hold(false);
   delivery.WaitFor(accepted);
   for (const Result& result : delivery.results) {
-    EXPECT_STREQ(OnlyCode(result.get()).text, "VELMORA 39");
+    const velmora_code found = OnlyCode(result.get());
+    EXPECT_STREQ(found.text, "VELMORA 39");
+    EXPECT_GT(found.corners[5] - found.corners[1], 100) << "the rows begin below each other";
   }
 }
 
