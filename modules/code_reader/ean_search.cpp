@@ -43,8 +43,9 @@ struct Votes {
   std::vector<Segment> columns;
   std::map<std::string, int> addOns;
 
-  bool IsEnough() const {
-    return bestLine >= kNoDoubt ||
+  // The left half of an EAN-13 code that a scan line leaves through its side may be a whole UPC-E.
+  bool IsEnough(EanKind kind) const {
+    return (bestLine >= kNoDoubt && kind != EanKind::kUpcE) ||
            (certainty >= kEnoughCertainty && rows.size() + columns.size() > 1);
   }
 };
@@ -195,7 +196,7 @@ std::vector<Found> CountVotes(const Ballot& ballot) {
   });
   std::vector<Found> codes;
   for (auto& [text, votes] : texts) {
-    if (!votes.IsEnough()) continue;
+    if (!votes.IsEnough(text.first)) continue;
     EanCode code{text.first, text.second, {}, {}};
     SetCorners(votes, code);
     if (std::any_of(codes.begin(), codes.end(), [&, sum = votes.certainty](const Found& better) {

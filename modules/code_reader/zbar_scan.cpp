@@ -90,6 +90,9 @@ void SetCorners(const zbar_symbol_t* symbol, Corner (&corners)[4]) {
     bottom = std::max(bottom, y);
   }
   if (isQuad) return;
+  // All points in one row or column, where one line read the code or several from the same side.
+  right = std::max(right, left + 1);
+  bottom = std::max(bottom, top + 1);
   corners[0].Set(left, top);
   corners[1].Set(right, top);
   corners[2].Set(right, bottom);

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstddef>
 #include <map>
 #include <utility>
@@ -45,6 +46,20 @@ std::string TextFor(const ZXing::Result& code, const std::string& bytes) {
   return text.empty() ? TextOf(bytes) : text;
 }
 
+// A side of a PDF417 code may be given by the one line that was found of it. Its opposite side,
+// which is more than twice as long then, shows how it goes on.
+void CompleteSides(Corner (&corners)[4]) {
+  const int left[2] = {corners[3][0] - corners[0][0], corners[3][1] - corners[0][1]};
+  const int right[2] = {corners[2][0] - corners[1][0], corners[2][1] - corners[1][1]};
+  const double leftLength = std::hypot(left[0], left[1]);
+  const double rightLength = std::hypot(right[0], right[1]);
+  if (rightLength > 2 * leftLength) {
+    corners[3].Set(corners[0][0] + right[0], corners[0][1] + right[1]);
+  } else if (leftLength > 2 * rightLength) {
+    corners[2].Set(corners[1][0] + left[0], corners[1][1] + left[1]);
+  }
+}
+
 MatrixCode Convert(const ZXing::Result& code) {
   MatrixCode converted;
   converted.symbology = NameOf(code.format());
@@ -53,6 +68,7 @@ MatrixCode Convert(const ZXing::Result& code) {
   for (std::size_t i = 0; i < 4; ++i) {
     converted.corners[i].Set(code.position()[i].x, code.position()[i].y);
   }
+  if (code.format() == ZXing::BarcodeFormat::PDF417) CompleteSides(converted.corners);
   return converted;
 }
 

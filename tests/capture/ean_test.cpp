@@ -44,6 +44,7 @@ std::string Halves(const std::string& left, const std::string& parity, const std
 
 const std::string kQuiet(9, '0');
 const std::string kEan13 = Halves("006381", "oeooee", "333931");
+const std::string kUpcE = "101" + Digits("123456", "eooeeo") + "010101";
 const std::string kUpcA = Halves("036000", "oooooo", "291452");
 
 // How a code is drawn: pixels per module, ink that spreads, blur, levels, noise.
@@ -121,7 +122,7 @@ TEST(FindEan, ReadsEachKind) {
            Row{"EAN-13", kEan13, "4006381333931"},
            Row{"UPC-A", kUpcA, "0036000291452"},
            Row{"EAN-8", Halves("9638", "oooo", "5074"), "96385074"},
-           Row{"UPC-E", "101" + Digits("123456", "eooeeo") + "010101", "01234565"},
+           Row{"UPC-E", kUpcE, "01234565"},
            Row{"UPC-E of number system 1", "101" + Digits("123456", "ooeeoe") + "010101",
                "11234562"},
            Row{"two digits more", kEan13 + kQuiet + AddOn("12", "oo"), "4006381333931+12"},
@@ -153,6 +154,17 @@ TEST(FindEan, ReadsWhatCamerasSpoil) {
     SCOPED_TRACE(::testing::Message()
                  << camera.module << " " << camera.spread << " " << camera.blur);
     EXPECT_EQ(Read(Draw(kQuiet + kEan13 + kQuiet, camera)), "4006381333931");
+  }
+}
+
+// A line that leaves an EAN-13 code through its side may see a whole UPC-E in its left half.
+TEST(FindEan, TrustsNoSingleLineOfAShortCode) {
+  const GreyImage whole = Draw(kQuiet + kUpcE + kQuiet, {});
+  for (int y = 0; y < whole.height; ++y) {
+    GreyImage image = whole;
+    std::fill(image.pixels.begin(), image.pixels.end(), std::uint8_t{220});
+    std::copy_n(whole.Row(y), whole.width, image.Row(y));
+    EXPECT_EQ(Read(image), "") << y;
   }
 }
 

@@ -291,12 +291,7 @@ void Session::WriteStages(std::ostream& out) const {
       all += stage.nanoseconds;
       continue;
     }
-    // The time of items holds that of the modules' work.
-    if (stage.stage == RunStage::kWork) {
-      engine -= stage.nanoseconds;
-    } else {
-      all += stage.nanoseconds;
-    }
+    all += stage.nanoseconds;
     out << separator << stage.name << " " << Milliseconds(stage.nanoseconds);
     separator = ", ";
   }

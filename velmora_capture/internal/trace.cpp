@@ -69,8 +69,11 @@ class Trace::Lane {
                         span.region != nullptr ? DescribeRegion(*span.region) : std::string(),
                         span.begin.time, span.end.time});
     }
-    AddTotal(span.stage, span.name,
-             span.end.processorNanoseconds - span.begin.processorNanoseconds);
+    std::int64_t used = span.end.processorNanoseconds - span.begin.processorNanoseconds;
+    // An item's own time: the sums may be asked for when its work has ended and it has not.
+    if (span.stage == RunStage::kWork) workOfItem_ += used;
+    if (span.stage == RunStage::kItem) used -= std::exchange(workOfItem_, 0);
+    AddTotal(span.stage, span.name, used);
   }
 
   void AddTotalsTo(std::vector<StageTime>& stages) const {
@@ -139,6 +142,7 @@ class Trace::Lane {
   mutable Mutex mutex_;
   std::vector<Span> spans_;
   std::vector<Total> totals_;
+  std::int64_t workOfItem_ = 0;  // of the item that is being worked on
 };
 
 Trace::Trace(bool keepsSpans)
