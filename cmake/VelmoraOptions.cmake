@@ -19,6 +19,7 @@ endif()
 
 find_package(Threads REQUIRED)
 find_package(jsoncpp REQUIRED)
+find_package(hwy REQUIRED)
 
 # Settings of our own targets; none of them reaches a consumer.
 add_library(velmora_build_settings INTERFACE)

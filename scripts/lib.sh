@@ -21,7 +21,8 @@ quietly() {
 
 # ---- packages ------------------------------------------------------------------------------------
 
-test_packages=(g++ cmake ninja-build ccache libgtest-dev googletest libjsoncpp-dev python3-venv)
+test_packages=(g++ cmake ninja-build ccache libgtest-dev googletest libjsoncpp-dev libhwy-dev
+  python3-venv)
 check_packages=(clang libclang-rt-dev llvm clang-tidy clang-format git ffmpeg)
 recognition_packages=(libstb-dev libzxing-dev dpkg-dev libspng-dev libjpeg62-turbo-dev libwebp-dev
   libgif-dev libtiff-dev)

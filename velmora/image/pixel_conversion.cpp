@@ -152,8 +152,9 @@ void ConvertRows(const ConvertData& data, RowRoutine convertRow, const Byte* pal
 // Always top-down, whatever `bottomUp` says.
 void ConvertYuvRows(const ConvertData& data, std::ptrdiff_t targetStride, Byte* target) {
   const ChromaPlane chroma(data.width, data.height, data.stride);
-  const YuvRowRoutine convertRow = kPlainRowRoutines.yuvToColour[data.reversed ? 1 : 0];
-  const YuvFlatRowRoutine convertFlatRow = kPlainRowRoutines.yuvFlatToColour[data.reversed ? 1 : 0];
+  const RowRoutines& routines = ChosenRowRoutines();
+  const YuvRowRoutine convertRow = routines.yuvToColour[data.reversed ? 1 : 0];
+  const YuvFlatRowRoutine convertFlatRow = routines.yuvFlatToColour[data.reversed ? 1 : 0];
   const Byte* fallback = nullptr;  // chosen by the first pixel that needs it, for the whole image
   for (int y = 0; y < data.height; ++y, target += targetStride) {
     const Byte* luminance = data.bytes + static_cast<std::ptrdiff_t>(std::int64_t{data.stride} * y);
@@ -188,7 +189,7 @@ GreyKind GreyKindOf(ColourChannelUsageType usage) {
 std::unique_ptr<NxImageDataInner> ConvertToGrayscale(const ConvertData& data) {
   const std::optional<SourceLayout> layout = LayoutOf(data);
   if (!layout || !IsConvertible(data, Target::Grey)) return nullptr;
-  const auto& routines = kPlainRowRoutines.toGrey[static_cast<std::size_t>(*layout)];
+  const auto& routines = ChosenRowRoutines().toGrey[static_cast<std::size_t>(*layout)];
   const RowRoutine convertRow =
       routines[static_cast<std::size_t>(GreyKindOf(data.colourChannelUsage))];
   if (convertRow == nullptr) return nullptr;
@@ -204,7 +205,7 @@ std::unique_ptr<NxImageDataInner> ConvertToGrayscale(const ConvertData& data) {
 std::unique_ptr<NxImageDataInner> ConvertToColour(const ConvertData& data) {
   const std::optional<SourceLayout> layout = LayoutOf(data);
   if (!layout || !IsConvertible(data, Target::Colour)) return nullptr;
-  const RowRoutine convertRow = kPlainRowRoutines.toColour[static_cast<std::size_t>(*layout)];
+  const RowRoutine convertRow = ChosenRowRoutines().toColour[static_cast<std::size_t>(*layout)];
 
   const int stride = data.width * kBytesPerColourPixel;
   std::unique_ptr<NxImageDataInner> image(NxImageDataInner::CreateUninitialised(

@@ -5,6 +5,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "velmora/platform/internal/simd.h"
+
 namespace velmora::internal {
 
 // How the pixels of a source lie in memory. Channels in the order of their bytes.
@@ -59,5 +61,16 @@ struct RowRoutines {
 
 // Portable loops, written for clarity before speed.
 extern const RowRoutines kPlainRowRoutines;
+
+// The routines that conversions use: the plain ones, with the kernels of the chosen set of vector
+// instructions in their places.
+const RowRoutines& ChosenRowRoutines();
+
+// Put the kernels of a set in their places, one function for each family of source layouts. The
+// plain set has none.
+void AddChannelKernels(platform::SimdSet set, RowRoutines& routines);  // bytes and 16-bit channels
+void AddPaletteKernels(platform::SimdSet set, RowRoutines& routines);  // bits, nibbles, one byte
+void AddWordKernels(platform::SimdSet set, RowRoutines& routines);     // 565 and 555
+void AddYuvKernels(platform::SimdSet set, RowRoutines& routines);
 
 }  // namespace velmora::internal
