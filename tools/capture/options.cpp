@@ -2,21 +2,9 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <iterator>
 
 namespace velmora::capture {
 namespace {
-
-int ParseNumber(const std::string& option, const std::string& text, int smallest, int largest) {
-  const bool isNumber = !text.empty() && text.size() <= 9 &&
-                        text.find_first_not_of("0123456789") == std::string::npos;
-  const int number = isNumber ? std::stoi(text) : -1;
-  if (number < smallest || number > largest) {
-    throw UsageError(option + " takes a number from " + std::to_string(smallest) + " to " +
-                     std::to_string(largest) + ", not '" + text + "'");
-  }
-  return number;
-}
 
 Overflow ParseOverflow(const std::string& text) {
   if (text == "block") return Overflow::kBlock;
@@ -48,16 +36,8 @@ constexpr int kMostPixels = 999'999'999;  // a buffer of three bytes each has to
 using O = Options;
 using V = const std::string&;
 
-// One option, or a heading or another line of the help text where there is no setter.
-struct Row {
-  const char* name;   // as on the command line; empty for what is no option
-  const char* value;  // what stands for the value in the help text; empty for a flag
-  const char* help;
-  void (*set)(Options&, const std::string&);
-};
-
 // The help text, the man page and the completion of shells are all made from it.
-constexpr Row kRows[] = {
+constexpr OptionRow<Options> kRows[] = {
     {"", "What to read", "", nullptr},
     {"", "FILE", "a picture: PNG, JPEG, WebP, GIF, TIFF,\nBMP, PBM, PGM, PPM or PAM; pipes too",
      nullptr},
@@ -110,15 +90,6 @@ constexpr Row kRows[] = {
     {"--version", "", "the version", [](O& o, V) { o.version = true; }},
 };
 
-const Row& FindOption(const std::string& name) {
-  const std::string known = name == "-h" ? "--help" : name;
-  const auto* const row = std::find_if(std::begin(kRows), std::end(kRows), [&](const Row& r) {
-    return r.set != nullptr && known == r.name;
-  });
-  if (row == std::end(kRows)) throw UsageError("there is no option " + name);
-  return *row;
-}
-
 void CheckTogether(const Options& o) {
   if (o.help || o.version) return;
   const bool isWatching = !o.watchedDirectory.empty();
@@ -134,50 +105,15 @@ void CheckTogether(const Options& o) {
 
 Options ParseOptions(const std::vector<std::string>& arguments) {
   Options options;
-  bool areAllInputs = false;  // after --
-  for (std::size_t i = 0; i < arguments.size(); ++i) {
-    const std::string& argument = arguments[i];
-    if (areAllInputs || argument.size() < 2 || argument[0] != '-') {
-      options.inputs.push_back(argument);
-      continue;
-    }
-    areAllInputs = argument == "--";
-    if (areAllInputs) continue;
-    const std::size_t equals = argument.find('=');
-    const std::string name = argument.substr(0, equals);
-    const Row& option = FindOption(name);
-    const bool isFlag = option.value[0] == '\0';
-    if (isFlag && equals != std::string::npos) throw UsageError(name + " takes no value");
-    if (!isFlag && equals == std::string::npos && i + 1 == arguments.size()) {
-      throw UsageError(name + " needs a value");
-    }
-    option.set(options, equals != std::string::npos ? argument.substr(equals + 1)
-                        : isFlag                    ? std::string()
-                                                    : arguments[++i]);
-  }
+  options.inputs = ParseTable(kRows, arguments, options);
   CheckTogether(options);
   return options;
 }
 
 std::string GetHelp() {
-  constexpr std::size_t kColumn = 23;
-  std::string text =
-      "usage: velmora-capture [OPTION]... [--] (FILE | DIRECTORY | -)...\n"
-      "Reads the codes in pictures.\n";
-  for (const Row& row : kRows) {
-    if (row.help[0] == '\0') {
-      text += std::string("\n") + row.value + "\n";
-      continue;
-    }
-    std::string line = std::string("  ") + row.name + (row.name[0] != '\0' ? " " : "") + row.value;
-    line.resize(std::max(line.size() + 1, kColumn), ' ');
-    for (const char* c = row.help; *c != '\0'; ++c) {
-      line += *c;
-      if (*c == '\n') line.append(kColumn, ' ');
-    }
-    text += line + "\n";
-  }
-  return text +
+  return "usage: velmora-capture [OPTION]... [--] (FILE | DIRECTORY | -)...\n"
+         "Reads the codes in pictures.\n" +
+         DescribeTable(kRows) +
          "\nExit status: 0 all images were read, 1 some image failed, something could not be\n"
          "written or the run was interrupted (see standard error), 2 bad usage.\n";
 }

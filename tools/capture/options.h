@@ -3,10 +3,10 @@
 #pragma once
 
 #include <cstdint>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "tools/capture/option_table.h"
 #include "velmora_capture/image_file/image_file.h"
 #include "velmora_capture/image_file/raw_format.h"
 
@@ -45,12 +45,6 @@ struct Options {
     return overflow == Overflow::kDrop ||
            (overflow == Overflow::kByKind && raw.framesPerSecond > 0);
   }
-};
-
-/// A command line that cannot be understood; `what()` is a sentence for the user.
-class UsageError : public std::runtime_error {
- public:
-  using std::runtime_error::runtime_error;
 };
 
 /// @param arguments  without the program's name, in UTF-8

@@ -1,13 +1,11 @@
 #include "tools/capture/reporters.h"
 
-#include <json/reader.h>
 #include <json/value.h>
-#include <json/writer.h>
 
 #include <iomanip>
-#include <memory>
 
 #include "tools/capture/file_source.h"
+#include "tools/capture/result_json.h"
 #include "tools/capture/text.h"
 #include "velmora/foundation/error_code.h"
 
@@ -46,15 +44,7 @@ void WriteText(std::ostream& out, const CaptureResult& result) {
 }
 
 void WriteJsonLine(std::ostream& out, const CaptureResult& result) {
-  const std::string text = result.ToJson();
-  Json::Value value;
-  const std::unique_ptr<Json::CharReader> reader(Json::CharReaderBuilder().newCharReader());
-  reader->parse(text.data(), text.data() + text.size(), &value, nullptr);
-  value["image"] = ValidUtf8(NameOf(result));
-  value["id"] = IdOf(result);
-  Json::StreamWriterBuilder builder;
-  builder["indentation"] = "";
-  out << Json::writeString(builder, value) << "\n";
+  out << FormatJsonLine(result, NameOf(result), IdOf(result)) << "\n";
 }
 
 void WriteCsvHeadings(std::ostream& out) {

@@ -10,6 +10,7 @@
 #include "tools/capture/file_source.h"
 #include "tools/capture/intermediate_writer.h"
 #include "tools/capture/options.h"
+#include "tools/capture/program.h"
 #include "tools/capture/progress.h"
 #include "tools/capture/report_page.h"
 #include "velmora_capture/capture.h"
@@ -17,9 +18,6 @@
 #include "velmora/platform/mutex.h"
 
 namespace velmora::capture {
-
-/// What the program's exit status says.
-enum ExitStatus : int { kAllRead = 0, kSomeFailed = 1, kBadUsage = 2 };
 
 /// Prepares what the options ask for, runs it and shows the results.
 class Session {
