@@ -2,6 +2,7 @@
 
 option(VELMORA_BUILD_CAPTURE "Build the module kit, the modules and velmora-capture"
        ${PROJECT_IS_TOP_LEVEL})
+option(VELMORA_BUILD_CLUSTER "Build the programs that work behind a message broker" OFF)
 option(VELMORA_BUILD_TESTS "Build the test programs" ${PROJECT_IS_TOP_LEVEL})
 option(VELMORA_BUILD_EXAMPLES "Build the example programs" ${PROJECT_IS_TOP_LEVEL})
 option(VELMORA_BUILD_BENCHMARKS "Build the benchmarks beside their peers" OFF)

@@ -28,6 +28,7 @@ recognition_packages=(libstb-dev libzxing-dev dpkg-dev libspng-dev libjpeg62-tur
   libgif-dev libtiff-dev)
 bench_packages=(libbenchmark-dev libboost-dev libopencv-core-dev libopencv-imgproc-dev libspdlog-dev
   libssl-dev libtbb-dev libyuv-dev)
+cluster_packages=(librabbitmq-dev libssl-dev libpq-dev)
 windows_packages=(g++-mingw-w64-i686-posix binutils-mingw-w64-i686 mingw-w64-i686-dev dpkg-dev nasm
   wine wine32:i386 clang lld llvm)
 
