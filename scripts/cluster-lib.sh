@@ -2,7 +2,7 @@
 # lib.sh. Everything listens on the loopback, on ports that were free, and lives in $cluster, a new
 # folder below /tmp; `stop_cluster` stops what was started, nothing else, and removes the folder.
 
-cluster_packages=(rabbitmq-server librabbitmq-dev libpq-dev)
+broker_packages=(rabbitmq-server)
 database_packages=(postgresql-15)
 
 # require_without_services WHAT-FOR PACKAGE...: like `require`, but no service of these packages is

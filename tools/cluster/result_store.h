@@ -37,7 +37,7 @@ class ResultStore {
   /// Keeps the result of a job, unless the job has one. Survives a power failure once it returned,
   /// whichever process stored it.
   ///
-  /// @param jobId     1 to 128 characters of A-Z, a-z, 0-9, '.', '_' and '-'
+  /// @param jobId     `IsJobId`
   /// @param jsonLine  one JSON object in UTF-8 without a line end
   /// @return whether this result was kept; false if the job had one already
   /// @throws StoreError; std::invalid_argument for an id or a line of another form
@@ -63,5 +63,10 @@ class ResultStore {
 /// @throws StoreError
 std::unique_ptr<ResultStore> OpenResultStore(const std::string& url,
                                              const std::string& credentialsFile);
+
+/// What every store asks of its callers, which may have both from anywhere.
+/// @throws std::invalid_argument
+void CheckJobId(const std::string& jobId);
+void CheckResult(const std::string& jobId, const std::string& jsonLine);
 
 }  // namespace velmora::cluster
