@@ -1,17 +1,17 @@
-// Pixel conversions beside memcpy of the same traffic, a naive loop, libyuv and OpenCV on one
-// thread. The conversions make their result image in each call, as for a stream of frames, in
-// memory that the heap has had before; the others write to one buffer. At the end a table of
-// ratios: how many times faster than the conversion a peer is (above 1: the peer wins). Where a
-// peer rounds differently (libyuv's full-range grey, other YUV constants), its work is of the same
-// kind and size.
+// Pixel conversions beside memcpy of the same traffic (the limit) and the peers, on one thread. A
+// first argument WIDTHxHEIGHT sets the size, otherwise 1920x1080.
+//
+// The conversions make their result image in each call, as for a stream of frames, in memory that
+// the heap has had before; the others write to one buffer. In the rows "..., fresh pages" all make
+// their result in memory that the kernel maps for it, page by page.
 
 #include <benchmark/benchmark.h>
+#include <malloc.h>
 
-#include <algorithm>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
-#include <functional>
 #include <map>
 #include <memory>
 #include <opencv2/core.hpp>
@@ -29,10 +29,27 @@ using basic_structures::CImageData;
 using basic_structures::ColourChannelUsageType;
 using basic_structures::ConvertData;
 
-constexpr Size kSizes[] = {
-    {"128x96", 128, 96}, {"1920x1080", 1920, 1080}, {"3840x2160", 3840, 2160}};
+int width = 1920;
+int height = 1080;
 
-constexpr const char* kShortest = "shortest";
+std::size_t PixelCount() {
+  return static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
+}
+
+// One frame per depth for all contenders: they read the same memory.
+Frame& SharedFrame(int bits) {
+  static std::map<int, std::unique_ptr<Frame>> frames;
+  std::unique_ptr<Frame>& frame = frames[bits];
+  if (frame == nullptr) frame = std::make_unique<Frame>(width, height, bits);
+  return *frame;
+}
+
+// Whether the heap takes each large block from the kernel and gives it back, or keeps it.
+void UseFreshPages(bool fresh) {
+  constexpr int kLargest = 32 << 20;  // the heap keeps no larger block
+  mallopt(M_MMAP_THRESHOLD, fresh ? 64 << 10 : kLargest);
+  mallopt(M_TRIM_THRESHOLD, 1 << 30);
+}
 
 void RunVelmora(benchmark::State& state, const Conversion& conversion, Frame& frame) {
   const auto has = [&](Flag flag) { return (conversion.flags & flag) != 0; };
@@ -40,106 +57,73 @@ void RunVelmora(benchmark::State& state, const Conversion& conversion, Frame& fr
                    0, false, has(k565), has(kReversed), has(kYuv),
                    static_cast<ColourChannelUsageType>(conversion.usage));
   if (has(kPalette)) data.palette.assign(frame.palette, frame.palette + sizeof(frame.palette));
-  const auto convert = [&] {
+  for (auto _ : state) {
     const std::unique_ptr<CImageData> image(conversion.channels == 1 ? Nx_ConvertToGrayscale(&data)
                                                                      : Nx_ConvertToRGB(&data));
     benchmark::DoNotOptimize(image->GetBytes());
-  };
-  // From the third on the heap gives the result memory that it has already; before, the kernel maps
-  // it page by page, for 3840x2160 in colour in longer than the conversion takes.
-  for (int i = 0; i < 2; ++i) convert();
-  for (auto _ : state) convert();
+  }
 }
 
 // Reads and writes together as many bytes as the conversion.
 void RunMemcpy(benchmark::State& state, std::size_t traffic) {
-  std::vector<Byte> from(traffic / 2, 1), to(traffic / 2, 2);
+  static std::vector<Byte> from(PixelCount() * 6, 1), to(PixelCount() * 6, 2);
   for (auto _ : state) {
-    std::memcpy(to.data(), from.data(), from.size());
+    std::memcpy(to.data(), from.data(), traffic / 2);
     benchmark::DoNotOptimize(to.data());
     benchmark::ClobberMemory();
   }
 }
 
-double Shortest(const std::vector<double>& times) {
-  return *std::min_element(times.begin(), times.end());
+// Reads as many bytes as it writes: nothing else can be the limit of a result in fresh pages.
+void RunMemcpyToFreshPages(benchmark::State& state, std::size_t resultSize) {
+  static std::vector<Byte> from(resultSize, 1);
+  for (auto _ : state) {
+    const std::unique_ptr<void, void (*)(void*)> to(std::malloc(resultSize), &std::free);
+    std::memcpy(to.get(), from.data(), resultSize);
+    benchmark::DoNotOptimize(to.get());
+    benchmark::ClobberMemory();
+  }
 }
 
-// Names are "conversion/size/who".
-void Register(const Conversion& conversion, const Size& size) {
-  const bool isYuv = (conversion.flags & kYuv) != 0;
-  const int bits = isYuv ? 8 : conversion.bits;
-  const auto pixels = static_cast<std::size_t>(size.width) * static_cast<std::size_t>(size.height);
-  const std::size_t traffic = pixels * static_cast<std::size_t>(isYuv ? 12 : bits) / 8 +
-                              pixels * static_cast<std::size_t>(conversion.channels);
-  const auto add = [&](const char* who, std::function<void(benchmark::State&)> run) {
-    const std::string name = std::string(conversion.name) + '/' + size.name + '/' + who;
-    benchmark::RegisterBenchmark(
-        name.c_str(),
-        [run, traffic](benchmark::State& state) {
-          run(state);
-          state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(traffic));
-        })
-        ->MinTime(0.03)  // there are hundreds of them
-        ->ComputeStatistics(kShortest, Shortest);
-  };
-  add("velmora", [=](benchmark::State& state) {
-    Frame frame(size, bits);
-    RunVelmora(state, conversion, frame);
+void RunPeer(benchmark::State& state, const Convert& convert, Frame& frame) {
+  for (auto _ : state) {
+    convert(frame);
+    benchmark::DoNotOptimize(frame.target.data());
+    benchmark::ClobberMemory();
+  }
+}
+
+// Registers "row/contender".
+template <typename Run>
+void Add(const std::string& row, const char* contender, bool freshPages, Run run) {
+  benchmark::RegisterBenchmark((row + '/' + contender).c_str(), [=](benchmark::State& state) {
+    UseFreshPages(freshPages);
+    run(state);
+    state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(PixelCount()));
+    state.SetLabel("pixel");
   });
-  add("memcpy", [=](benchmark::State& state) { RunMemcpy(state, traffic); });
-  const std::pair<const char*, std::function<void(Frame&)>> peers[] = {
-      {"naive", conversion.naive}, {"libyuv", conversion.libyuv}, {"opencv", conversion.opencv}};
-  for (const auto& [who, convert] : peers) {
-    if (!convert) continue;
-    add(who, [=, run = convert](benchmark::State& state) {
-      Frame frame(size, bits);
-      for (auto _ : state) {
-        run(frame);
-        benchmark::DoNotOptimize(frame.target.data());
-        benchmark::ClobberMemory();
-      }
-    });
-  }
 }
 
-// Collects the shortest time of all repetitions (longer ones measure the neighbours, too) and
-// prints them beside each other.
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  using ConsoleReporter::ConsoleReporter;
-
-  void ReportRuns(const std::vector<Run>& runs) override {
-    ConsoleReporter::ReportRuns(runs);
-    for (const Run& run : runs) {
-      if (run.run_type == Run::RT_Aggregate && run.aggregate_name != kShortest) continue;
-      const std::string& name = run.run_name.function_name;
-      const std::size_t who = name.rfind('/');
-      double& time = times_[name.substr(0, who)][name.substr(who + 1)];
-      time = time == 0 ? run.GetAdjustedCPUTime() : std::min(time, run.GetAdjustedCPUTime());
-    }
+void Register(const Conversion& conversion) {
+  const bool isYuv = (conversion.flags & kYuv) != 0;
+  const int depth = isYuv ? 8 : conversion.bits;
+  const std::size_t resultSize = PixelCount() * static_cast<std::size_t>(conversion.channels);
+  const std::size_t traffic =
+      PixelCount() * static_cast<std::size_t>(isYuv ? 12 : depth) / 8 + resultSize;
+  const auto velmora = [=](benchmark::State& state) {
+    RunVelmora(state, conversion, SharedFrame(depth));
+  };
+  Add(conversion.name, "velmora", false, velmora);
+  Add(conversion.name, "memcpy", false, [=](benchmark::State& s) { RunMemcpy(s, traffic); });
+  for (const Peer& peer : conversion.peers) {
+    Add(conversion.name, peer.name, false,
+        [=](benchmark::State& state) { RunPeer(state, peer.convert, SharedFrame(depth)); });
   }
-
-  void PrintRatios() {
-    std::printf("ratios: how many times faster than velmora, shortest CPU times\n%-32s %12s",
-                "conversion/size", "velmora ns");
-    for (const char* peer : kPeers) std::printf(" %8s", peer);
-    std::printf("\n");
-    for (auto& [row, times] : times_) {
-      std::printf("%-32s %12.0f", row.c_str(), times["velmora"]);
-      for (const char* peer : kPeers) {
-        times.count(peer) != 0 ? std::printf(" %8.2f", times["velmora"] / times[peer])
-                               : std::printf(" %8s", "-");
-      }
-      std::printf("\n");
-    }
-  }
-
- private:
-  static constexpr const char* kPeers[] = {"memcpy", "naive", "libyuv", "opencv"};
-
-  std::map<std::string, std::map<std::string, double>> times_;
-};
+  if (conversion.name != "BGR -> grey" && conversion.name != "RGBA -> colour") return;
+  const std::string row = conversion.name + ", fresh pages";
+  Add(row, "velmora", true, velmora);
+  Add(row, "memcpy", true, [=](benchmark::State& s) { RunMemcpyToFreshPages(s, resultSize); });
+}
 
 }  // namespace
 }  // namespace velmora::bench
@@ -147,12 +131,12 @@ class RatioReporter : public benchmark::ConsoleReporter {
 int main(int argc, char** argv) {
   using namespace velmora::bench;
   cv::setNumThreads(1);
-  for (const Conversion& conversion : Conversions()) {
-    for (const Size& size : kSizes) Register(conversion, size);
-  }
   benchmark::Initialize(&argc, argv);
+  if (argc > 1 && std::sscanf(argv[1], "%dx%d", &width, &height) == 2) {
+    argv[1] = argv[0];
+    --argc, ++argv;
+  }
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-  RatioReporter reporter(benchmark::ConsoleReporter::OO_Tabular);
-  benchmark::RunSpecifiedBenchmarks(&reporter);
-  reporter.PrintRatios();
+  for (const Conversion& conversion : Conversions()) Register(conversion);
+  benchmark::RunSpecifiedBenchmarks();
 }

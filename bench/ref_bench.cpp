@@ -6,7 +6,9 @@
 #include <boost/smart_ptr/intrusive_ptr.hpp>
 #include <boost/smart_ptr/intrusive_ref_counter.hpp>
 #include <cstddef>
+#include <cstdint>
 #include <random>
+#include <string>
 #include <vector>
 
 #include "velmora/foundation/object_base.h"
@@ -67,19 +69,29 @@ void CopyAndDestroyList(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
-void Sizes(benchmark::internal::Benchmark* bench) {
-  bench->Arg(16)->Arg(4096);
-}
-
 using OurRef = velmora::NxRef<OurNode>;
 using BoostRef = boost::intrusive_ptr<BoostNode>;
 using RawPointer = PlainNode*;
 
-BENCHMARK_TEMPLATE(CopyAndDestroy, OurRef, OurNode)->Apply(Sizes);
-BENCHMARK_TEMPLATE(CopyAndDestroy, BoostRef, BoostNode)->Apply(Sizes);
-BENCHMARK_TEMPLATE(CopyAndDestroy, RawPointer, PlainNode)->Apply(Sizes);
-BENCHMARK_TEMPLATE(CopyAndDestroyList, OurRef, OurNode)->Apply(Sizes);
-BENCHMARK_TEMPLATE(CopyAndDestroyList, BoostRef, BoostNode)->Apply(Sizes);
-BENCHMARK_TEMPLATE(CopyAndDestroyList, RawPointer, PlainNode)->Apply(Sizes);
+void Register(const char* size, std::int64_t count) {
+  const auto add = [=](const char* row, const char* contender, void (*run)(benchmark::State&)) {
+    const std::string name = std::string(row) + ", " + size + '/' + contender;
+    benchmark::RegisterBenchmark(name.c_str(), run)->Arg(count);
+  };
+  add("copy and drop", "velmora", CopyAndDestroy<OurRef, OurNode>);
+  add("copy and drop", "raw pointer", CopyAndDestroy<RawPointer, PlainNode>);
+  add("copy and drop", "Boost", CopyAndDestroy<BoostRef, BoostNode>);
+  add("copy and drop a list", "velmora", CopyAndDestroyList<OurRef, OurNode>);
+  add("copy and drop a list", "raw pointer", CopyAndDestroyList<RawPointer, PlainNode>);
+  add("copy and drop a list", "Boost", CopyAndDestroyList<BoostRef, BoostNode>);
+}
 
 }  // namespace
+
+int main(int argc, char** argv) {
+  benchmark::Initialize(&argc, argv);
+  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+  Register("of 16", 16);
+  Register("of 4096", 4096);
+  benchmark::RunSpecifiedBenchmarks();
+}
