@@ -3,8 +3,10 @@
 #include <cerrno>
 #include <cstdio>
 #include <fstream>
+#include <sstream>
 #include <system_error>
 
+#include "tools/capture/option_table.h"
 #include "tools/capture/text.h"
 
 namespace velmora::capture {
@@ -18,6 +20,14 @@ std::string DescribeWriteError(const std::string& purpose, const std::string& fi
   std::string text = purpose + (file.empty() ? "" : " '" + Printable(file) + "'");
   text += " cannot be written";
   return error == 0 ? text : text + ": " + std::generic_category().message(error);
+}
+
+std::string ReadTextFile(const std::string& file, const std::string& purpose) {
+  std::ifstream in(ToPath(file), std::ios::binary);
+  std::ostringstream text;
+  text << in.rdbuf();
+  if (!in) throw UsageError(purpose + " '" + file + "' cannot be read");
+  return text.str();
 }
 
 void WriteFile(const std::string& file, const std::string& purpose,

@@ -1,5 +1,5 @@
 /// @file
-/// What the program writes, and what it says when that fails.
+/// What the program reads and writes as a whole, and what it says when that fails.
 #pragma once
 
 #include <filesystem>
@@ -21,6 +21,11 @@ std::filesystem::path ToPath(const std::string& name);
 
 /// "the trace 'x.json' cannot be written: No space left on device", with the reason of errno.
 std::string DescribeWriteError(const std::string& purpose, const std::string& file);
+
+/// The bytes of a file that the user named.
+/// @param purpose  for the sentence: "the template"
+/// @throws UsageError
+std::string ReadTextFile(const std::string& file, const std::string& purpose);
 
 /// Makes a file of what @p write writes.
 /// @param purpose  for the sentence: "the trace"

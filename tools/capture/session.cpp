@@ -22,14 +22,6 @@
 namespace velmora::capture {
 namespace {
 
-std::string ReadTextFile(const std::string& file, const std::string& purpose) {
-  std::ifstream in(ToPath(file), std::ios::binary);
-  std::ostringstream text;
-  text << in.rdbuf();
-  if (!in) throw UsageError(purpose + " '" + file + "' cannot be read");
-  return text.str();
-}
-
 // Found out before the work, not after it.
 void CheckWritable(const std::string& file, const std::string& purpose) {
   if (file.empty()) return;

@@ -1,0 +1,451 @@
+// Jobs on RabbitMQ: a quorum queue per priority, one for dead letters, publisher confirms.
+#include <amqp.h>
+#include <amqp_framing.h>
+#include <amqp_ssl_socket.h>
+#include <amqp_tcp_socket.h>
+#include <openssl/ssl.h>
+#include <poll.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <map>
+#include <utility>
+
+#include "tools/capture/option_table.h"
+#include "tools/capture/text.h"
+#include "tools/cluster/job.h"
+#include "tools/cluster/job_queue.h"
+
+namespace velmora::cluster {
+namespace {
+
+constexpr amqp_channel_t kChannel = 1;
+constexpr int kFrameBytes = AMQP_DEFAULT_FRAME_SIZE;
+constexpr int kHeartbeatSeconds = 20;  // the broker gives a silent client up after twice that
+constexpr int kMostPollMs = 1000;      // the library sends heartbeats only while it is asked
+constexpr timeval kConnectTimeout{5, 0};
+constexpr timeval kAnswerTimeout{20, 0};  // a restarted broker takes a while over its queues
+
+// A job may come back that often from workers that died; the next time it is a dead letter.
+constexpr std::int64_t kDeliveryLimit = 3;
+// Beyond it jobs are refused and wait with whoever submits them; a policy may set less.
+constexpr std::int64_t kMostJobs = 1'000'000;
+
+constexpr char kErrorHeader[] = "velmora-error";
+constexpr char kQueueHeader[] = "velmora-queue";
+constexpr std::size_t kMaxErrorBytes = 2000;
+
+amqp_bytes_t Bytes(const std::string& text) {
+  return {text.size(), const_cast<char*>(text.data())};
+}
+
+std::string ToString(amqp_bytes_t bytes) {
+  return bytes.len == 0 ? std::string()
+                        : std::string(static_cast<const char*>(bytes.bytes), bytes.len);
+}
+
+amqp_table_entry_t Entry(const char* key, const char* text) {
+  amqp_table_entry_t entry{amqp_cstring_bytes(key), {}};
+  entry.value.kind = AMQP_FIELD_KIND_UTF8;
+  entry.value.value.bytes = amqp_cstring_bytes(text);
+  return entry;
+}
+
+amqp_table_entry_t Entry(const char* key, std::int64_t number) {
+  amqp_table_entry_t entry{amqp_cstring_bytes(key), {}};
+  entry.value.kind = AMQP_FIELD_KIND_I64;
+  entry.value.value.i64 = number;
+  return entry;
+}
+
+amqp_table_entry_t Entry(const char* key, bool is) {
+  amqp_table_entry_t entry{amqp_cstring_bytes(key), {}};
+  entry.value.kind = AMQP_FIELD_KIND_BOOLEAN;
+  entry.value.value.boolean = is ? 1 : 0;
+  return entry;
+}
+
+template <std::size_t kCount>
+amqp_table_t Table(std::array<amqp_table_entry_t, kCount>& entries) {
+  return {static_cast<int>(kCount), entries.data()};
+}
+
+// The broker says the same at the next try.
+bool IsFinal(int replyCode) {
+  constexpr int kFinal[] = {AMQP_ACCESS_REFUSED, AMQP_NOT_ALLOWED, AMQP_PRECONDITION_FAILED,
+                            AMQP_COMMAND_INVALID, AMQP_NOT_IMPLEMENTED};
+  return std::find(std::begin(kFinal), std::end(kFinal), replyCode) != std::end(kFinal);
+}
+
+[[noreturn]] void ThrowClosed(int replyCode, amqp_bytes_t text) {
+  throw QueueError("the broker says: " + ToString(text) + " (" + std::to_string(replyCode) + ")",
+                   IsFinal(replyCode));
+}
+
+[[noreturn]] void ThrowStatus(const char* what, int status) {
+  throw QueueError(std::string(what) + ": " + amqp_error_string2(status));
+}
+
+// What a method frame of the broker's says if it ends the channel or the connection.
+void CheckClosed(const amqp_method_t& method) {
+  if (method.id == AMQP_CONNECTION_CLOSE_METHOD) {
+    const auto& close = *static_cast<const amqp_connection_close_t*>(method.decoded);
+    ThrowClosed(close.reply_code, close.reply_text);
+  }
+  if (method.id == AMQP_CHANNEL_CLOSE_METHOD) {
+    const auto& close = *static_cast<const amqp_channel_close_t*>(method.decoded);
+    ThrowClosed(close.reply_code, close.reply_text);
+  }
+}
+
+void Check(const char* what, const amqp_rpc_reply_t& reply) {
+  if (reply.reply_type == AMQP_RESPONSE_NORMAL) return;
+  if (reply.reply_type == AMQP_RESPONSE_SERVER_EXCEPTION) CheckClosed(reply.reply);
+  ThrowStatus(what, reply.reply_type == AMQP_RESPONSE_LIBRARY_EXCEPTION
+                        ? reply.library_error
+                        : AMQP_STATUS_CONNECTION_CLOSED);
+}
+
+struct CloseConnection {
+  void operator()(amqp_connection_state_t state) const { amqp_destroy_connection(state); }
+};
+using Connection = std::unique_ptr<amqp_connection_state_t_, CloseConnection>;
+
+// A quorum queue counts in a header how often a message came back; others only tell that it did.
+int CountFailures(const amqp_envelope_t& envelope) {
+  const amqp_basic_properties_t& properties = envelope.message.properties;
+  if ((properties._flags & AMQP_BASIC_HEADERS_FLAG) != 0) {
+    for (int i = 0; i < properties.headers.num_entries; ++i) {
+      const amqp_table_entry_t& entry = properties.headers.entries[i];
+      if (ToString(entry.key) != "x-delivery-count") continue;
+      const amqp_field_value_t& value = entry.value;
+      switch (value.kind) {
+        case AMQP_FIELD_KIND_I64:
+          return static_cast<int>(std::clamp<std::int64_t>(value.value.i64, 0, 1000));
+        case AMQP_FIELD_KIND_I32:
+          return std::clamp(value.value.i32, 0, 1000);
+        case AMQP_FIELD_KIND_I16:
+          return std::max<int>(value.value.i16, 0);
+        case AMQP_FIELD_KIND_I8:
+          return std::max<int>(value.value.i8, 0);
+        default:
+          break;
+      }
+    }
+  }
+  return envelope.redelivered != 0 ? 1 : 0;
+}
+
+class RabbitMqQueue final : public JobQueue {
+ public:
+  explicit RabbitMqQueue(QueueOptions options) : options_(std::move(options)) {
+    url_ = options_.url;  // taken apart in place
+    if (amqp_parse_url(url_.data(), &place_) != AMQP_STATUS_OK) {
+      throw capture::UsageError("the URL '" + options_.url + "' cannot be understood");
+    }
+  }
+
+  // What is not acknowledged comes back, whether this is heard or not.
+  ~RabbitMqQueue() override {
+    if (connection_ != nullptr) amqp_connection_close(Get(), AMQP_REPLY_SUCCESS);
+  }
+
+  void Connect() override {
+    connection_.reset();
+    deliveries_.clear();
+    published_.clear();
+    sequence_ = 0;
+    connection_.reset(amqp_new_connection());
+    if (connection_ == nullptr) ThrowStatus("the connection", AMQP_STATUS_NO_MEMORY);
+    try {
+      OpenSocket();
+      Login();
+      amqp_set_rpc_timeout(Get(), &kAnswerTimeout);
+      amqp_channel_open(Get(), kChannel);
+      CheckReply("a channel of the broker");
+      amqp_confirm_select(Get(), kChannel);
+      CheckReply("confirms of the broker");
+      DeclareQueues();
+      if (options_.prefetch > 0) StartDelivery();
+    } catch (...) {
+      connection_.reset();
+      throw;
+    }
+  }
+
+  void Publish(const std::string& message, int priority, std::uint64_t number) override {
+    Send(QueueName(priority), message, {}, {false, number});
+  }
+
+  std::vector<QueueEvent> Poll(int wakeFd, int timeoutMs) override {
+    RequireConnection();
+    std::vector<QueueEvent> events;
+    if (amqp_frames_enqueued(Get()) == 0 && amqp_data_in_buffer(Get()) == 0) {
+      pollfd ends[] = {{amqp_get_sockfd(Get()), POLLIN, 0}, {wakeFd, POLLIN, 0}};
+      poll(ends, 2, std::min(timeoutMs, kMostPollMs));  // a signal ends the wait, too
+    }
+    while (TakeFrame(events)) {
+    }
+    amqp_maybe_release_buffers(Get());
+    return events;
+  }
+
+  void Accept(std::uint64_t delivery) override {
+    const auto found = deliveries_.find(delivery);
+    if (found == deliveries_.end()) return;
+    const std::uint64_t tag = found->second.tag;
+    deliveries_.erase(found);
+    RequireConnection();
+    const int status = amqp_basic_ack(Get(), kChannel, tag, 0);
+    if (status != AMQP_STATUS_OK) ThrowStatus("the broker was not told of a job done", status);
+  }
+
+  // The broker itself would move it, too, but could not be told why. Here the dead letter is safe
+  // before the job is gone; at worst there are two.
+  void Reject(std::uint64_t delivery, const std::string& error) override {
+    const auto found = deliveries_.find(delivery);
+    if (found == deliveries_.end()) return;
+    const std::string text = capture::ValidUtf8(error.substr(0, kMaxErrorBytes));
+    const std::string queue = QueueName(found->second.priority);
+    std::array<amqp_table_entry_t, 2> headers{Entry(kErrorHeader, text.c_str()),
+                                              Entry(kQueueHeader, queue.c_str())};
+    Send(DeadQueueName(), found->second.message, Table(headers), {true, delivery});
+  }
+
+  void StopDelivery() override {
+    RequireConnection();
+    if (options_.prefetch == 0) return;
+    for (int priority = 0; priority < kPriorities; ++priority) {
+      const std::string tag = std::to_string(priority);
+      amqp_basic_cancel(Get(), kChannel, Bytes(tag));
+      CheckReply("the end of deliveries");
+    }
+  }
+
+ private:
+  struct Delivery {
+    std::uint64_t tag = 0;
+    int priority = 0;
+    std::string message;  // for the dead letter
+  };
+  // What waits for the broker's confirmation.
+  struct Published {
+    bool isDeadLetter = false;
+    std::uint64_t number = 0;  // the caller's, or the delivery's
+  };
+
+  amqp_connection_state_t Get() const { return connection_.get(); }
+  void RequireConnection() const {
+    if (connection_ == nullptr) throw QueueError("there is no connection to the broker");
+  }
+  std::string QueueName(int priority) const {
+    return options_.prefix + "." + std::to_string(priority);
+  }
+  std::string DeadQueueName() const { return options_.prefix + ".dead"; }
+  void CheckReply(const char* what) const { Check(what, amqp_get_rpc_reply(Get())); }
+
+  void OpenSocket() {
+    const bool isSafe = place_.ssl != 0;
+    amqp_socket_t* const socket = isSafe ? amqp_ssl_socket_new(Get()) : amqp_tcp_socket_new(Get());
+    if (socket == nullptr) ThrowStatus("the connection", AMQP_STATUS_NO_MEMORY);
+    if (isSafe) PrepareTls(*socket);
+    const int status = amqp_socket_open_noblock(socket, place_.host, place_.port, &kConnectTimeout);
+    if (status == AMQP_STATUS_OK) return;
+    throw QueueError("the broker at " + std::string(place_.host) + ":" +
+                     std::to_string(place_.port) +
+                     " cannot be reached: " + amqp_error_string2(status) +
+                     (status == AMQP_STATUS_SOCKET_ERROR && errno != 0
+                          ? std::string(" (") + std::strerror(errno) + ")"
+                          : ""));
+  }
+
+  void PrepareTls(amqp_socket_t& socket) const {
+    amqp_ssl_socket_set_verify_peer(&socket, 1);
+    amqp_ssl_socket_set_verify_hostname(&socket, 1);
+    amqp_ssl_socket_set_ssl_versions(&socket, AMQP_TLSv1_2, AMQP_TLSvLATEST);
+    if (options_.caFile.empty()) {
+      SSL_CTX_set_default_verify_paths(static_cast<SSL_CTX*>(amqp_ssl_socket_get_context(&socket)));
+    } else if (amqp_ssl_socket_set_cacert(&socket, options_.caFile.c_str()) != AMQP_STATUS_OK) {
+      throw QueueError("the certificates in '" + options_.caFile + "' cannot be read", true);
+    }
+    if (options_.certificate.empty()) return;
+    if (amqp_ssl_socket_set_key(&socket, options_.certificate.c_str(), options_.key.c_str()) !=
+        AMQP_STATUS_OK) {
+      throw QueueError("the certificate '" + options_.certificate + "' and its key '" +
+                           options_.key + "' cannot be used",
+                       true);
+    }
+  }
+
+  void Login() {
+    std::array<amqp_table_entry_t, 2> abilities{Entry("connection.blocked", true),
+                                                Entry("consumer_cancel_notify", true)};
+    std::array<amqp_table_entry_t, 2> entries{Entry("connection_name", "velmora"), {}};
+    entries[1].key = amqp_cstring_bytes("capabilities");
+    entries[1].value.kind = AMQP_FIELD_KIND_TABLE;
+    entries[1].value.value.table = Table(abilities);
+    const amqp_table_t properties = Table(entries);
+    const std::string vhost = place_.vhost[0] != '\0' ? place_.vhost : "/";
+    Check("the broker does not let us in",
+          amqp_login_with_properties(Get(), vhost.c_str(), 1, kFrameBytes, kHeartbeatSeconds,
+                                     &properties, AMQP_SASL_METHOD_PLAIN, options_.user.c_str(),
+                                     options_.password.c_str()));
+  }
+
+  // The same arguments in every program, or the broker refuses: both make the queues.
+  void DeclareQueues() {
+    const std::string dead = DeadQueueName();
+    std::array<amqp_table_entry_t, 1> plain{Entry("x-queue-type", "quorum")};
+    Declare(dead, Table(plain));
+    std::array<amqp_table_entry_t, 7> limited{Entry("x-queue-type", "quorum"),
+                                              Entry("x-delivery-limit", kDeliveryLimit),
+                                              Entry("x-max-length", kMostJobs),
+                                              Entry("x-overflow", "reject-publish"),
+                                              Entry("x-dead-letter-exchange", ""),
+                                              Entry("x-dead-letter-routing-key", dead.c_str()),
+                                              Entry("x-dead-letter-strategy", "at-least-once")};
+    for (int priority = 0; priority < kPriorities; ++priority) {
+      Declare(QueueName(priority), Table(limited));
+    }
+  }
+
+  void Declare(const std::string& name, amqp_table_t arguments) {
+    amqp_queue_declare(Get(), kChannel, Bytes(name), 0, 1, 0, 0, arguments);
+    CheckReply("a queue of the broker");
+  }
+
+  void StartDelivery() {
+    amqp_basic_qos(Get(), kChannel, 0, static_cast<std::uint16_t>(options_.prefetch), 0);
+    CheckReply("the limit of jobs in hand");
+    for (int priority = 0; priority < kPriorities; ++priority) {
+      const std::string name = QueueName(priority);
+      const std::string tag = std::to_string(priority);
+      amqp_basic_consume(Get(), kChannel, Bytes(name), Bytes(tag), 0, 0, 0, amqp_empty_table);
+      CheckReply("deliveries of the broker");
+    }
+  }
+
+  void Send(const std::string& queue, const std::string& message, amqp_table_t headers,
+            Published published) {
+    RequireConnection();
+    amqp_basic_properties_t properties{};
+    properties._flags = AMQP_BASIC_CONTENT_TYPE_FLAG | AMQP_BASIC_DELIVERY_MODE_FLAG;
+    properties.content_type = amqp_cstring_bytes("application/json");
+    properties.delivery_mode = AMQP_DELIVERY_PERSISTENT;
+    if (headers.num_entries > 0) {
+      properties._flags |= AMQP_BASIC_HEADERS_FLAG;
+      properties.headers = headers;
+    }
+    // Mandatory: without a queue it would be confirmed and lost.
+    const int status = amqp_basic_publish(Get(), kChannel, amqp_empty_bytes, Bytes(queue), 1, 0,
+                                          &properties, Bytes(message));
+    if (status != AMQP_STATUS_OK) ThrowStatus("a message was not sent to the broker", status);
+    published_.emplace(++sequence_, published);
+  }
+
+  // One frame, or one delivery, that is there or on its way.
+  bool TakeFrame(std::vector<QueueEvent>& events) {
+    const timeval none{0, 0};
+    amqp_envelope_t envelope;
+    const amqp_rpc_reply_t reply = amqp_consume_message(Get(), &envelope, &none, 0);
+    if (reply.reply_type == AMQP_RESPONSE_NORMAL) {
+      events.push_back(TakeDelivery(envelope));
+      amqp_destroy_envelope(&envelope);
+      return true;
+    }
+    if (reply.reply_type == AMQP_RESPONSE_LIBRARY_EXCEPTION) {
+      if (reply.library_error == AMQP_STATUS_TIMEOUT) return false;
+      if (reply.library_error == AMQP_STATUS_UNEXPECTED_STATE) {
+        amqp_frame_t frame;
+        const int status = amqp_simple_wait_frame_noblock(Get(), &frame, &none);
+        if (status == AMQP_STATUS_TIMEOUT) return false;
+        if (status != AMQP_STATUS_OK) ThrowStatus("the connection to the broker", status);
+        if (frame.frame_type == AMQP_FRAME_METHOD) TakeMethod(frame.payload.method, events);
+        return true;
+      }
+    }
+    Check("the connection to the broker", reply);
+    return false;
+  }
+
+  QueueEvent TakeDelivery(const amqp_envelope_t& envelope) {
+    QueueEvent event{};
+    event.kind = QueueEvent::kJob;
+    event.number = ++lastDelivery_;
+    event.message = ToString(envelope.message.body);
+    event.failures = CountFailures(envelope);
+    const std::string tag = ToString(envelope.consumer_tag);
+    event.priority = tag.size() == 1 ? tag[0] - '0' : 0;
+    deliveries_[event.number] = {envelope.delivery_tag, event.priority, event.message};
+    return event;
+  }
+
+  void TakeMethod(const amqp_method_t& method, std::vector<QueueEvent>& events) {
+    CheckClosed(method);
+    switch (method.id) {
+      case AMQP_BASIC_ACK_METHOD: {
+        const auto& ack = *static_cast<const amqp_basic_ack_t*>(method.decoded);
+        Settle(ack.delivery_tag, ack.multiple != 0, true, events);
+        break;
+      }
+      case AMQP_BASIC_NACK_METHOD: {
+        const auto& nack = *static_cast<const amqp_basic_nack_t*>(method.decoded);
+        Settle(nack.delivery_tag, nack.multiple != 0, false, events);
+        break;
+      }
+      case AMQP_CONNECTION_BLOCKED_METHOD:
+        events.push_back({QueueEvent::kBlocked, 0, {}, 0, 0});
+        break;
+      case AMQP_CONNECTION_UNBLOCKED_METHOD:
+        events.push_back({QueueEvent::kUnblocked, 0, {}, 0, 0});
+        break;
+      case AMQP_BASIC_RETURN_METHOD:
+      case AMQP_BASIC_CANCEL_METHOD:
+        throw QueueError("a queue of the broker was deleted");
+      default:
+        break;
+    }
+  }
+
+  void Settle(std::uint64_t sequence, bool isMultiple, bool isSafe,
+              std::vector<QueueEvent>& events) {
+    const auto end = published_.upper_bound(sequence);
+    const auto begin = isMultiple ? published_.begin() : published_.lower_bound(sequence);
+    std::vector<std::uint64_t> buried;
+    for (auto at = begin; at != end; ++at) {
+      const Published& published = at->second;
+      if (!published.isDeadLetter) {
+        events.push_back(
+            {isSafe ? QueueEvent::kConfirmed : QueueEvent::kRefused, published.number, {}, 0, 0});
+      } else if (isSafe) {
+        buried.push_back(published.number);
+      } else {
+        throw QueueError("the broker does not take a dead letter");
+      }
+    }
+    published_.erase(begin, end);
+    for (const std::uint64_t delivery : buried) {
+      Accept(delivery);
+      events.push_back({QueueEvent::kBuried, delivery, {}, 0, 0});
+    }
+  }
+
+  const QueueOptions options_;
+  std::string url_;
+  amqp_connection_info place_{};  // points into url_
+  Connection connection_;
+  std::map<std::uint64_t, Delivery> deliveries_;  // neither accepted nor buried
+  std::map<std::uint64_t, Published> published_;  // by the channel's number of the message
+  std::uint64_t sequence_ = 0;                    // of the last message on this channel
+  std::uint64_t lastDelivery_ = 0;                // never twice, whatever the connection
+};
+
+}  // namespace
+
+std::unique_ptr<JobQueue> OpenJobQueue(const QueueOptions& options) {
+  return std::make_unique<RabbitMqQueue>(options);
+}
+
+}  // namespace velmora::cluster
