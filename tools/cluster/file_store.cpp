@@ -7,7 +7,6 @@
 
 #include <atomic>
 #include <cerrno>
-#include <cinttypes>
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
@@ -69,20 +68,23 @@ bool WriteAll(int descriptor, const std::string& text) {
   return true;
 }
 
+std::string FolderName(int number) {
+  constexpr char kDigits[] = "0123456789abcdef";
+  return {kDigits[number / 16], kDigits[number % 16]};
+}
+
 // FNV-1a: ids that differ in their last digit only are spread over the folders too.
 std::string FolderNameOf(const std::string& jobId) {
   std::uint32_t hash = 2166136261u;
   for (const char c : jobId) hash = (hash ^ static_cast<unsigned char>(c)) * 16777619u;
   hash ^= hash >> 16;
   hash ^= hash >> 8;
-  char name[3];
-  std::snprintf(name, sizeof name, "%02x", hash & 0xFFu);
-  return name;
+  return FolderName(static_cast<int>(hash % kFolders));
 }
 
 class FileStore : public ResultStore {
  public:
-  explicit FileStore(const std::string& folder);
+  FileStore(const std::string& folder, StoreUse use);
 
   bool Put(const std::string& jobId, const std::string& jsonLine) override;
   bool Has(const std::string& jobId) override;
@@ -94,6 +96,7 @@ class FileStore : public ResultStore {
 
   std::string FolderOf(const std::string& jobId) const { return root_ + "/" + FolderNameOf(jobId); }
   void VisitFolder(const std::string& name, const Visitor& visitor) const;
+  void MakeFolders() const;
   void RemoveLeftovers();
 
   const std::string root_;
@@ -131,22 +134,28 @@ class FileStore::NewFile {
   Descriptor file_;
 };
 
-FileStore::FileStore(const std::string& folder)
+FileStore::FileStore(const std::string& folder, StoreUse use)
     : root_(fs::absolute(folder.empty() ? "." : folder).string()) {
   std::random_device random;
   char token[17];
   std::snprintf(token, sizeof token, "%08x%08x", random(), random());
   token_ = token;
+  if (use == StoreUse::kWrite) {
+    MakeFolders();
+    RemoveLeftovers();
+  } else if (access((root_ + "/.new").c_str(), F_OK) != 0) {
+    throw StoreError("there are no results in '" + root_ + "'");
+  }
+}
+
+void FileStore::MakeFolders() const {
   std::error_code error;
   fs::create_directories(root_ + "/.new", error);
   for (int i = 0; i < kFolders && !error; ++i) {
-    char name[4];
-    std::snprintf(name, sizeof name, "/%02x", static_cast<unsigned>(i));
-    fs::create_directory(root_ + name, error);
+    fs::create_directory(root_ + "/" + FolderName(i), error);
   }
   if (error) Fail("kept in '" + root_ + "'", error.value());
   SyncFolder(root_);
-  RemoveLeftovers();
 }
 
 bool FileStore::Put(const std::string& jobId, const std::string& jsonLine) {
@@ -179,9 +188,7 @@ bool FileStore::Has(const std::string& jobId) {
 
 void FileStore::ForEach(const Visitor& visitor) {
   for (int i = 0; i < kFolders; ++i) {
-    char name[3];
-    std::snprintf(name, sizeof name, "%02x", static_cast<unsigned>(i));
-    VisitFolder(name, visitor);
+    VisitFolder(FolderName(i), visitor);
   }
 }
 
@@ -220,8 +227,8 @@ void FileStore::RemoveLeftovers() {
 
 }  // namespace
 
-std::unique_ptr<ResultStore> OpenFileStore(const std::string& folder) {
-  return std::make_unique<FileStore>(folder);
+std::unique_ptr<ResultStore> OpenFileStore(const std::string& folder, StoreUse use) {
+  return std::make_unique<FileStore>(folder, use);
 }
 
 }  // namespace velmora::cluster

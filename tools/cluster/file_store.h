@@ -16,11 +16,11 @@ namespace velmora::cluster {
 /// the name exists: readers never see half a result, and the first one wins, also between machines
 /// that share the file system. It needs hard links and tells names that differ in case only apart.
 ///
-/// Folders are made here and not later: if the folder vanishes (a share that is not mounted), the
-/// operations fail until it is back. What writers that were killed left in `.new` is removed here
-/// once it is an hour old.
+/// Folders are made here, for writing, and not later: if the folder vanishes (a share that is not
+/// mounted), the operations fail until it is back. What writers that were killed left in `.new` is
+/// removed here, too, once it is an hour old.
 ///
 /// @throws StoreError
-std::unique_ptr<ResultStore> OpenFileStore(const std::string& folder);
+std::unique_ptr<ResultStore> OpenFileStore(const std::string& folder, StoreUse use);
 
 }  // namespace velmora::cluster

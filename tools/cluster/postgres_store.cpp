@@ -71,7 +71,7 @@ Answer Execute(PGconn* connection, const char* statement, const std::vector<cons
 
 class PostgresStore : public ResultStore {
  public:
-  PostgresStore(const std::string& url, const std::string& credentialsFile);
+  PostgresStore(const std::string& url, const std::string& credentialsFile, StoreUse use);
 
   bool Put(const std::string& jobId, const std::string& jsonLine) override;
   bool Has(const std::string& jobId) override;
@@ -81,6 +81,7 @@ class PostgresStore : public ResultStore {
   Connection Connect() const;
   Connection Take() VELMORA_EXCLUDES(mutex_);
   void GiveBack(Connection connection) VELMORA_EXCLUDES(mutex_);
+  bool HasTable();
   void MakeTable();
   // Executes a statement that may be repeated, on one connection after the other while the server
   // is out of reach and the patience lasts.
@@ -123,10 +124,14 @@ void CheckCredentials(const std::string& file) {
   }
 }
 
-PostgresStore::PostgresStore(const std::string& url, const std::string& credentialsFile)
+PostgresStore::PostgresStore(const std::string& url, const std::string& credentialsFile,
+                             StoreUse use)
     : url_(url), credentialsFile_(credentialsFile) {
   RefusePassword(url_);
   CheckCredentials(credentialsFile_);
+  // A user who may not make tables can use one that is there.
+  if (HasTable()) return;
+  if (use == StoreUse::kRead) throw StoreError("the database has no results");
   MakeTable();
 }
 
@@ -188,10 +193,12 @@ Answer PostgresStore::ExecutePatiently(const char* statement,
   }
 }
 
-void PostgresStore::MakeTable() {
-  // A user who may not make tables can use one that is there.
+bool PostgresStore::HasTable() {
   const Answer found = ExecutePatiently("SELECT to_regclass('velmora_results') IS NOT NULL", {});
-  if (PQgetvalue(found.get(), 0, 0)[0] == 't') return;
+  return PQgetvalue(found.get(), 0, 0)[0] == 't';
+}
+
+void PostgresStore::MakeTable() {
   // The lock: two that make the table at once would fail over its type's name.
   ExecutePatiently(
       "DO $$ BEGIN PERFORM pg_advisory_xact_lock(hashtext('velmora_results'));"
@@ -236,8 +243,8 @@ void PostgresStore::ForEach(const Visitor& visitor) {
 }  // namespace
 
 std::unique_ptr<ResultStore> OpenPostgresStore(const std::string& url,
-                                               const std::string& credentialsFile) {
-  return std::make_unique<PostgresStore>(url, credentialsFile);
+                                               const std::string& credentialsFile, StoreUse use) {
+  return std::make_unique<PostgresStore>(url, credentialsFile, use);
 }
 
 }  // namespace velmora::cluster

@@ -9,8 +9,8 @@
 
 namespace velmora::cluster {
 
-/// Opens the table `velmora_results` of a database, which is made if it is missing; it is looked
-/// for along the search path.
+/// Opens the table `velmora_results` of a database, which is made for writing if it is
+/// missing; it is looked for along the search path.
 ///
 /// Every thread that is within an operation uses a connection of its own, which is kept for the
 /// next one. A result survives a power failure if the server's `synchronous_commit` is on, as it is
@@ -20,6 +20,6 @@ namespace velmora::cluster {
 /// @param credentialsFile  libpq's password file; empty for libpq's own rules
 /// @throws StoreError
 std::unique_ptr<ResultStore> OpenPostgresStore(const std::string& url,
-                                               const std::string& credentialsFile);
+                                               const std::string& credentialsFile, StoreUse use);
 
 }  // namespace velmora::cluster

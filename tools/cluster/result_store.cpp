@@ -29,12 +29,12 @@ void CheckResult(const std::string& jobId, const std::string& jsonLine) {
 }
 
 std::unique_ptr<ResultStore> OpenResultStore(const std::string& url,
-                                             const std::string& credentialsFile) {
+                                             const std::string& credentialsFile, StoreUse use) {
   if (StartsWith(url, "postgresql://") || StartsWith(url, "postgres://")) {
-    return OpenPostgresStore(url, credentialsFile);
+    return OpenPostgresStore(url, credentialsFile, use);
   }
   try {
-    return OpenFileStore(PathOfImage(url));
+    return OpenFileStore(PathOfImage(url), use);
   } catch (const JobError&) {
     throw StoreError("there is no store '" + url + "': use file:///folder or postgresql://...");
   }

@@ -53,7 +53,13 @@ class ResultStore {
   virtual void ForEach(const Visitor& visitor) = 0;
 };
 
-/// Opens a store and makes what it lacks: folders, or the table.
+/// What a store is opened for.
+enum class StoreUse {
+  kWrite,  ///< makes what the store lacks: folders, or the table
+  kRead,   ///< makes and changes nothing: a store that is not there is an error
+};
+
+/// Opens a store.
 ///
 /// @param url              `file:///folder`, a path, or `postgresql://host/database`; without a
 ///                         password
@@ -62,7 +68,8 @@ class ResultStore {
 ///                         A file store takes none.
 /// @throws StoreError
 std::unique_ptr<ResultStore> OpenResultStore(const std::string& url,
-                                             const std::string& credentialsFile);
+                                             const std::string& credentialsFile,
+                                             StoreUse use = StoreUse::kWrite);
 
 /// What every store asks of its callers, which may have both from anywhere.
 /// @throws std::invalid_argument
