@@ -1,117 +1,28 @@
 // Jobs on RabbitMQ: a quorum queue per priority, one for dead letters, publisher confirms.
 #include <amqp.h>
 #include <amqp_framing.h>
-#include <amqp_ssl_socket.h>
-#include <amqp_tcp_socket.h>
-#include <openssl/ssl.h>
 #include <poll.h>
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
-#include <cstring>
 #include <map>
 #include <utility>
 
-#include "tools/capture/option_table.h"
 #include "tools/capture/text.h"
 #include "tools/cluster/job.h"
 #include "tools/cluster/job_queue.h"
+#include "tools/cluster/rabbitmq_connection.h"
 
 namespace velmora::cluster {
 namespace {
 
-constexpr amqp_channel_t kChannel = 1;
-constexpr int kFrameBytes = AMQP_DEFAULT_FRAME_SIZE;
-constexpr int kHeartbeatSeconds = 20;  // the broker gives a silent client up after twice that
-constexpr int kMostPollMs = 1000;      // the library sends heartbeats only while it is asked
-constexpr timeval kConnectTimeout{5, 0};
-constexpr timeval kAnswerTimeout{20, 0};  // a restarted broker takes a while over its queues
+constexpr int kMostPollMs = 1000;  // the library sends heartbeats only while it is asked
 
-// A job may come back that often from workers that died; the next time it is a dead letter.
-constexpr std::int64_t kDeliveryLimit = 3;
 // Beyond it jobs are refused and wait with whoever submits them; a policy may set less.
 constexpr std::int64_t kMostJobs = 1'000'000;
 
-constexpr char kErrorHeader[] = "velmora-error";
 constexpr char kQueueHeader[] = "velmora-queue";
 constexpr std::size_t kMaxErrorBytes = 2000;
-
-amqp_bytes_t Bytes(const std::string& text) {
-  return {text.size(), const_cast<char*>(text.data())};
-}
-
-std::string ToString(amqp_bytes_t bytes) {
-  return bytes.len == 0 ? std::string()
-                        : std::string(static_cast<const char*>(bytes.bytes), bytes.len);
-}
-
-amqp_table_entry_t Entry(const char* key, const char* text) {
-  amqp_table_entry_t entry{amqp_cstring_bytes(key), {}};
-  entry.value.kind = AMQP_FIELD_KIND_UTF8;
-  entry.value.value.bytes = amqp_cstring_bytes(text);
-  return entry;
-}
-
-amqp_table_entry_t Entry(const char* key, std::int64_t number) {
-  amqp_table_entry_t entry{amqp_cstring_bytes(key), {}};
-  entry.value.kind = AMQP_FIELD_KIND_I64;
-  entry.value.value.i64 = number;
-  return entry;
-}
-
-amqp_table_entry_t Entry(const char* key, bool is) {
-  amqp_table_entry_t entry{amqp_cstring_bytes(key), {}};
-  entry.value.kind = AMQP_FIELD_KIND_BOOLEAN;
-  entry.value.value.boolean = is ? 1 : 0;
-  return entry;
-}
-
-template <std::size_t kCount>
-amqp_table_t Table(std::array<amqp_table_entry_t, kCount>& entries) {
-  return {static_cast<int>(kCount), entries.data()};
-}
-
-// The broker says the same at the next try.
-bool IsFinal(int replyCode) {
-  constexpr int kFinal[] = {AMQP_ACCESS_REFUSED, AMQP_NOT_ALLOWED, AMQP_PRECONDITION_FAILED,
-                            AMQP_COMMAND_INVALID, AMQP_NOT_IMPLEMENTED};
-  return std::find(std::begin(kFinal), std::end(kFinal), replyCode) != std::end(kFinal);
-}
-
-[[noreturn]] void ThrowClosed(int replyCode, amqp_bytes_t text) {
-  throw QueueError("the broker says: " + ToString(text) + " (" + std::to_string(replyCode) + ")",
-                   IsFinal(replyCode));
-}
-
-[[noreturn]] void ThrowStatus(const char* what, int status) {
-  throw QueueError(std::string(what) + ": " + amqp_error_string2(status));
-}
-
-// What a method frame of the broker's says if it ends the channel or the connection.
-void CheckClosed(const amqp_method_t& method) {
-  if (method.id == AMQP_CONNECTION_CLOSE_METHOD) {
-    const auto& close = *static_cast<const amqp_connection_close_t*>(method.decoded);
-    ThrowClosed(close.reply_code, close.reply_text);
-  }
-  if (method.id == AMQP_CHANNEL_CLOSE_METHOD) {
-    const auto& close = *static_cast<const amqp_channel_close_t*>(method.decoded);
-    ThrowClosed(close.reply_code, close.reply_text);
-  }
-}
-
-void Check(const char* what, const amqp_rpc_reply_t& reply) {
-  if (reply.reply_type == AMQP_RESPONSE_NORMAL) return;
-  if (reply.reply_type == AMQP_RESPONSE_SERVER_EXCEPTION) CheckClosed(reply.reply);
-  ThrowStatus(what, reply.reply_type == AMQP_RESPONSE_LIBRARY_EXCEPTION
-                        ? reply.library_error
-                        : AMQP_STATUS_CONNECTION_CLOSED);
-}
-
-struct CloseConnection {
-  void operator()(amqp_connection_state_t state) const { amqp_destroy_connection(state); }
-};
-using Connection = std::unique_ptr<amqp_connection_state_t_, CloseConnection>;
 
 // A quorum queue counts in a header how often a message came back; others only tell that it did.
 int CountFailures(const amqp_envelope_t& envelope) {
@@ -140,37 +51,20 @@ int CountFailures(const amqp_envelope_t& envelope) {
 
 class RabbitMqQueue final : public JobQueue {
  public:
-  explicit RabbitMqQueue(QueueOptions options) : options_(std::move(options)) {
-    url_ = options_.url;  // taken apart in place
-    if (amqp_parse_url(url_.data(), &place_) != AMQP_STATUS_OK) {
-      throw capture::UsageError("the URL '" + options_.url + "' cannot be understood");
-    }
-  }
-
-  // What is not acknowledged comes back, whether this is heard or not.
-  ~RabbitMqQueue() override {
-    if (connection_ != nullptr) amqp_connection_close(Get(), AMQP_REPLY_SUCCESS);
-  }
+  explicit RabbitMqQueue(const QueueOptions& options) : options_(options), connection_(options) {}
 
   void Connect() override {
-    connection_.reset();
     deliveries_.clear();
     published_.clear();
     sequence_ = 0;
-    connection_.reset(amqp_new_connection());
-    if (connection_ == nullptr) ThrowStatus("the connection", AMQP_STATUS_NO_MEMORY);
+    connection_.Open();
     try {
-      OpenSocket();
-      Login();
-      amqp_set_rpc_timeout(Get(), &kAnswerTimeout);
-      amqp_channel_open(Get(), kChannel);
-      CheckReply("a channel of the broker");
       amqp_confirm_select(Get(), kChannel);
       CheckReply("confirms of the broker");
       DeclareQueues();
       if (options_.prefetch > 0) StartDelivery();
     } catch (...) {
-      connection_.reset();
+      connection_.Drop();
       throw;
     }
   }
@@ -236,63 +130,15 @@ class RabbitMqQueue final : public JobQueue {
     std::uint64_t number = 0;  // the caller's, or the delivery's
   };
 
-  amqp_connection_state_t Get() const { return connection_.get(); }
+  amqp_connection_state_t Get() const { return connection_.Get(); }
   void RequireConnection() const {
-    if (connection_ == nullptr) throw QueueError("there is no connection to the broker");
+    if (Get() == nullptr) throw QueueError("there is no connection to the broker");
   }
   std::string QueueName(int priority) const {
     return options_.prefix + "." + std::to_string(priority);
   }
   std::string DeadQueueName() const { return options_.prefix + ".dead"; }
-  void CheckReply(const char* what) const { Check(what, amqp_get_rpc_reply(Get())); }
-
-  void OpenSocket() {
-    const bool isSafe = place_.ssl != 0;
-    amqp_socket_t* const socket = isSafe ? amqp_ssl_socket_new(Get()) : amqp_tcp_socket_new(Get());
-    if (socket == nullptr) ThrowStatus("the connection", AMQP_STATUS_NO_MEMORY);
-    if (isSafe) PrepareTls(*socket);
-    const int status = amqp_socket_open_noblock(socket, place_.host, place_.port, &kConnectTimeout);
-    if (status == AMQP_STATUS_OK) return;
-    throw QueueError("the broker at " + std::string(place_.host) + ":" +
-                     std::to_string(place_.port) +
-                     " cannot be reached: " + amqp_error_string2(status) +
-                     (status == AMQP_STATUS_SOCKET_ERROR && errno != 0
-                          ? std::string(" (") + std::strerror(errno) + ")"
-                          : ""));
-  }
-
-  void PrepareTls(amqp_socket_t& socket) const {
-    amqp_ssl_socket_set_verify_peer(&socket, 1);
-    amqp_ssl_socket_set_verify_hostname(&socket, 1);
-    amqp_ssl_socket_set_ssl_versions(&socket, AMQP_TLSv1_2, AMQP_TLSvLATEST);
-    if (options_.caFile.empty()) {
-      SSL_CTX_set_default_verify_paths(static_cast<SSL_CTX*>(amqp_ssl_socket_get_context(&socket)));
-    } else if (amqp_ssl_socket_set_cacert(&socket, options_.caFile.c_str()) != AMQP_STATUS_OK) {
-      throw QueueError("the certificates in '" + options_.caFile + "' cannot be read", true);
-    }
-    if (options_.certificate.empty()) return;
-    if (amqp_ssl_socket_set_key(&socket, options_.certificate.c_str(), options_.key.c_str()) !=
-        AMQP_STATUS_OK) {
-      throw QueueError("the certificate '" + options_.certificate + "' and its key '" +
-                           options_.key + "' cannot be used",
-                       true);
-    }
-  }
-
-  void Login() {
-    std::array<amqp_table_entry_t, 2> abilities{Entry("connection.blocked", true),
-                                                Entry("consumer_cancel_notify", true)};
-    std::array<amqp_table_entry_t, 2> entries{Entry("connection_name", "velmora"), {}};
-    entries[1].key = amqp_cstring_bytes("capabilities");
-    entries[1].value.kind = AMQP_FIELD_KIND_TABLE;
-    entries[1].value.value.table = Table(abilities);
-    const amqp_table_t properties = Table(entries);
-    const std::string vhost = place_.vhost[0] != '\0' ? place_.vhost : "/";
-    Check("the broker does not let us in",
-          amqp_login_with_properties(Get(), vhost.c_str(), 1, kFrameBytes, kHeartbeatSeconds,
-                                     &properties, AMQP_SASL_METHOD_PLAIN, options_.user.c_str(),
-                                     options_.password.c_str()));
-  }
+  void CheckReply(const char* what) const { connection_.CheckReply(what); }
 
   // The same arguments in every program, or the broker refuses: both make the queues.
   void DeclareQueues() {
@@ -433,9 +279,7 @@ class RabbitMqQueue final : public JobQueue {
   }
 
   const QueueOptions options_;
-  std::string url_;
-  amqp_connection_info place_{};  // points into url_
-  Connection connection_;
+  RabbitMqConnection connection_;
   std::map<std::uint64_t, Delivery> deliveries_;  // neither accepted nor buried
   std::map<std::uint64_t, Published> published_;  // by the channel's number of the message
   std::uint64_t sequence_ = 0;                    // of the last message on this channel
