@@ -101,6 +101,25 @@ TEST(PixelConversion, EqualsThePixelwiseTwinForEveryDescriptor) {
   }
 }
 
+// Each byte in each place of a block, with palettes that have no pattern of their own.
+TEST(PixelConversion, EqualsThePixelwiseTwinForEveryIndex) {
+  Bytes indices(4 * 256);
+  for (std::size_t i = 0; i < indices.size(); ++i) indices[i] = static_cast<Byte>(i * 37 + i / 256);
+  for (const int bits : {1, 4, 8}) {
+    for (int width = 16; width <= 272; width += width < 144 ? 1 : 16) {
+      const int row = (width * bits + 7) / 8, stride = row + width % 2;
+      const int height = static_cast<int>(indices.size()) / stride;
+      // Ends with the last row, which has no padding.
+      const Bytes exact(indices.begin(), indices.begin() + (height - 1) * stride + row);
+      ConvertData data = Descriptor(exact.data(), width, height, stride, bits);
+      data.palette = RandomBytes(768, static_cast<unsigned>(width));
+      SCOPED_TRACE(::testing::Message() << bits << " bits, width " << width);
+      ASSERT_EQ(Read(ToGrey(data)), ConversionTwin(data).ToGrey());
+      ASSERT_EQ(Read(ToColour(data)), ConversionTwin(data).ToColour());
+    }
+  }
+}
+
 // Worked out by hand: the twin may share a misunderstanding. Each with its tag and orientation.
 TEST(PixelConversion, KnownPixels) {
   const Bytes redFirst = {0x00, 0xFF, 0, 0, 0, 0, 0xFF, 0xFF};

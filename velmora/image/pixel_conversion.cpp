@@ -122,11 +122,13 @@ std::array<Byte, 256> GreyPalette(const ConvertData& data) {
   return entries;
 }
 
-// Entries of three bytes, R, G, B in the source and B, G, R here; what is missing is 0.
-std::array<Byte, 3 * 256> ColourPalette(const ConvertData& data) {
-  std::array<Byte, 3 * 256> entries{};
-  const std::size_t count = std::min(data.palette.size(), entries.size());
-  for (std::size_t i = 0; i < count; ++i) entries[i / 3 * 3 + 2 - i % 3] = data.palette[i];
+// Entries of three bytes R, G, B in the source and of four bytes B, G, R, 0 here, which can be
+// loaded as one word; what is missing is 0.
+std::array<Byte, 4 * 256> ColourPalette(const ConvertData& data) {
+  std::array<Byte, 4 * 256> entries{};
+  const std::size_t used = data.bitsPerPixel > 8 ? 0 : std::size_t{3} << data.bitsPerPixel;
+  const std::size_t count = std::min(data.palette.size(), used);
+  for (std::size_t i = 0; i < count; ++i) entries[i / 3 * 4 + 2 - i % 3] = data.palette[i];
   return entries;
 }
 
@@ -137,22 +139,25 @@ const Byte* SourceRow(const ConvertData& data, int y) {
   return data.bytes + static_cast<std::ptrdiff_t>(std::int64_t{data.stride} * rowInMemory);
 }
 
+// Compact rows are converted as one; its width fits, as the target's length does.
+int WidthAtOnce(const ConvertData& data) {
+  const bool isCompact = !data.bottomUp && data.bitsPerPixel >= 8 && data.stride == RowBytes(data);
+  return isCompact ? data.width * data.height : data.width;
+}
+
 void ConvertRows(const ConvertData& data, RowRoutine convertRow, const Byte* palette,
                  std::ptrdiff_t targetStride, Byte* target) {
-  const bool isCompact = !data.bottomUp && data.bitsPerPixel >= 8 && data.stride == RowBytes(data);
-  if (isCompact) {  // one long row; its width fits, the target's length does
-    convertRow(data.bytes, target, data.width * data.height, palette);
-    return;
-  }
+  const int width = WidthAtOnce(data);
+  if (width != data.width) return convertRow(data.bytes, target, width, palette);
   for (int y = 0; y < data.height; ++y) {
-    convertRow(SourceRow(data, y), target + y * targetStride, data.width, palette);
+    convertRow(SourceRow(data, y), target + y * targetStride, width, palette);
   }
 }
 
 // Always top-down, whatever `bottomUp` says.
 void ConvertYuvRows(const ConvertData& data, std::ptrdiff_t targetStride, Byte* target) {
   const ChromaPlane chroma(data.width, data.height, data.stride);
-  const RowRoutines& routines = ChosenRowRoutines();
+  const RowRoutines& routines = ChosenRowRoutines(data.width);
   const YuvRowRoutine convertRow = routines.yuvToColour[data.reversed ? 1 : 0];
   const YuvFlatRowRoutine convertFlatRow = routines.yuvFlatToColour[data.reversed ? 1 : 0];
   const Byte* fallback = nullptr;  // chosen by the first pixel that needs it, for the whole image
@@ -189,7 +194,8 @@ GreyKind GreyKindOf(ColourChannelUsageType usage) {
 std::unique_ptr<NxImageDataInner> ConvertToGrayscale(const ConvertData& data) {
   const std::optional<SourceLayout> layout = LayoutOf(data);
   if (!layout || !IsConvertible(data, Target::Grey)) return nullptr;
-  const auto& routines = ChosenRowRoutines().toGrey[static_cast<std::size_t>(*layout)];
+  const RowRoutines& chosen = ChosenRowRoutines(WidthAtOnce(data));
+  const auto& routines = chosen.toGrey[static_cast<std::size_t>(*layout)];
   const RowRoutine convertRow =
       routines[static_cast<std::size_t>(GreyKindOf(data.colourChannelUsage))];
   if (convertRow == nullptr) return nullptr;
@@ -205,7 +211,8 @@ std::unique_ptr<NxImageDataInner> ConvertToGrayscale(const ConvertData& data) {
 std::unique_ptr<NxImageDataInner> ConvertToColour(const ConvertData& data) {
   const std::optional<SourceLayout> layout = LayoutOf(data);
   if (!layout || !IsConvertible(data, Target::Colour)) return nullptr;
-  const RowRoutine convertRow = ChosenRowRoutines().toColour[static_cast<std::size_t>(*layout)];
+  const RowRoutines& chosen = ChosenRowRoutines(WidthAtOnce(data));
+  const RowRoutine convertRow = chosen.toColour[static_cast<std::size_t>(*layout)];
 
   const int stride = data.width * kBytesPerColourPixel;
   std::unique_ptr<NxImageDataInner> image(NxImageDataInner::CreateUninitialised(

@@ -28,7 +28,7 @@ void WriteColour(Byte* target, const Byte* entry) {
 
 void BitsToColour(const Byte* source, Byte* target, int width, const Byte* palette) {
   for (int x = 0; x < width; ++x, target += 3) {
-    WriteColour(target, palette + 3 * ((source[x / 8] >> (7 - x % 8)) & 1));
+    WriteColour(target, palette + 4 * ((source[x / 8] >> (7 - x % 8)) & 1));
   }
 }
 
@@ -66,7 +66,7 @@ void IndexedBytesToGrey(const Byte* source, Byte* target, int width, const Byte*
 }
 
 void IndexedBytesToColour(const Byte* source, Byte* target, int width, const Byte* palette) {
-  for (int x = 0; x < width; ++x, target += 3) WriteColour(target, palette + 3 * source[x]);
+  for (int x = 0; x < width; ++x, target += 3) WriteColour(target, palette + 4 * source[x]);
 }
 
 void BytesToColour(const Byte* source, Byte* target, int width, const Byte*) {

@@ -22,7 +22,8 @@ RowRoutines MakeRoutines(platform::SimdSet chosen) {
 
 }  // namespace
 
-const RowRoutines& ChosenRowRoutines() {
+const RowRoutines& ChosenRowRoutines(int width) {
+  if (width < kMinKernelWidth) return kPlainRowRoutines;
   static const RowRoutines routines = MakeRoutines(platform::ChosenSimdSet());
   return routines;
 }

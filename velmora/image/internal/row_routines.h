@@ -35,8 +35,8 @@ inline constexpr std::size_t kGreyKindCount = 4;
 
 using Byte = unsigned char;
 
-// Converts `width` pixels. `palette` has 256 entries of one byte (target grey) or of three bytes
-// B, G, R (target colour); layouts without a palette do not read it. Nothing overlaps.
+// Converts `width` pixels. `palette` has 256 entries of one byte (target grey) or of four bytes
+// B, G, R, 0 (target colour); layouts without a palette do not read it. Nothing overlaps.
 using RowRoutine = void (*)(const Byte* source, Byte* target, int width, const Byte* palette);
 
 // Converts `width` pixels of a YUV row to B, G, R. Pixels 2k and 2k + 1 share the chroma pair at
@@ -62,9 +62,13 @@ struct RowRoutines {
 // Portable loops, written for clarity before speed.
 extern const RowRoutines kPlainRowRoutines;
 
-// The routines that conversions use: the plain ones, with the kernels of the chosen set of vector
-// instructions in their places.
-const RowRoutines& ChosenRowRoutines();
+// Rows that are shorter gain nothing from kernels.
+inline constexpr int kMinKernelWidth = 16;
+
+// The routines that conversions use for rows of `width` pixels: the plain ones, with the kernels of
+// the chosen set of vector instructions in their places if there are at least kMinKernelWidth. The
+// choice is made once for an image; row by row it would cost a tenth of a short row.
+const RowRoutines& ChosenRowRoutines(int width);
 
 // Put the kernels of a set in their places, one function for each family of source layouts. The
 // plain set has none.
