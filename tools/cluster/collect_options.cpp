@@ -12,7 +12,7 @@ constexpr capture::OptionRow<O> kRows[] = {
     {"--store", "URL", "a folder, file:///FOLDER or postgresql://USER@HOST/DATABASE",
      [](O& o, V v) { o.store = v; }},
     {"--store-credentials", "FILE",
-     "holds USER:PASSWORD for the database; for its owner's\neyes only",
+     "\nholds USER:PASSWORD for the database; for its owner's eyes only",
      [](O& o, V v) { o.storeCredentials = v; }},
     {"--dead", "", "the dead letters of the queue, each with its error",
      [](O& o, V) { o.dead = true; }},

@@ -1,7 +1,6 @@
 #include "tools/cluster/postgres_store.h"
 
 #include <libpq-fe.h>
-#include <sys/stat.h>
 
 #include <algorithm>
 #include <chrono>
@@ -11,6 +10,7 @@
 #include <vector>
 
 #include "tools/cluster/job.h"
+#include "tools/cluster/secret_file.h"
 #include "velmora/platform/mutex.h"
 
 namespace velmora::cluster {
@@ -88,7 +88,7 @@ class PostgresStore : public ResultStore {
   Answer ExecutePatiently(const char* statement, const std::vector<const char*>& values);
 
   const std::string url_;
-  const std::string credentialsFile_;
+  Credentials credentials_;
   Mutex mutex_;
   std::vector<Connection> idle_ VELMORA_GUARDED_BY(mutex_);
 };
@@ -112,23 +112,11 @@ void RefusePassword(const std::string& url) {
   }
 }
 
-// libpq itself only leaves such a file out, and tells standard error.
-void CheckCredentials(const std::string& file) {
-  struct stat status = {};
-  if (file.empty()) return;
-  if (stat(file.c_str(), &status) != 0) {
-    throw StoreError("there is no file of credentials '" + file + "'");
-  }
-  if ((status.st_mode & (S_IRWXG | S_IRWXO)) != 0) {
-    throw StoreError("'" + file + "' may be read by others: chmod 600 it");
-  }
-}
-
 PostgresStore::PostgresStore(const std::string& url, const std::string& credentialsFile,
                              StoreUse use)
-    : url_(url), credentialsFile_(credentialsFile) {
+    : url_(url) {
   RefusePassword(url_);
-  CheckCredentials(credentialsFile_);
+  if (!credentialsFile.empty()) credentials_ = ReadCredentials(credentialsFile);
   // A user who may not make tables can use one that is there.
   if (HasTable()) return;
   if (use == StoreUse::kRead) throw StoreError("the database has no results");
@@ -140,9 +128,9 @@ Connection PostgresStore::Connect() const {
   std::vector<const char*> keywords = {"connect_timeout", "tcp_user_timeout", "application_name",
                                        "client_encoding", "dbname"};
   std::vector<const char*> values = {"5", "10000", "velmora", "UTF8", url_.c_str()};
-  if (!credentialsFile_.empty()) {
-    keywords.push_back("passfile");
-    values.push_back(credentialsFile_.c_str());
+  if (!credentials_.user.empty()) {
+    keywords.insert(keywords.end(), {"user", "password"});
+    values.insert(values.end(), {credentials_.user.c_str(), credentials_.password.c_str()});
   }
   keywords.push_back(nullptr);
   values.push_back(nullptr);

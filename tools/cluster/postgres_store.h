@@ -17,7 +17,7 @@ namespace velmora::cluster {
 /// unless somebody turned it off.
 ///
 /// @param url              for libpq; without a password
-/// @param credentialsFile  libpq's password file; empty for libpq's own rules
+/// @param credentialsFile  holds USER:PASSWORD; empty for libpq's own files and variables
 /// @throws StoreError
 std::unique_ptr<ResultStore> OpenPostgresStore(const std::string& url,
                                                const std::string& credentialsFile, StoreUse use);

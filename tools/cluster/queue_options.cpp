@@ -29,13 +29,9 @@ void FinishQueueOptions(WithQueueOptions& options) {
     throw UsageError("--prefix takes a name of 1 to 200 bytes");
   }
   if (options.credentials.empty()) return;
-  const std::string line = ReadSecretLine(options.credentials);
-  const std::size_t colon = line.find(':');
-  if (colon == std::string::npos) {
-    throw UsageError("the file '" + options.credentials + "' does not hold USER:PASSWORD");
-  }
-  queue.user = line.substr(0, colon);
-  queue.password = line.substr(colon + 1);
+  const Credentials credentials = ReadCredentials(options.credentials);
+  queue.user = credentials.user;
+  queue.password = credentials.password;
 }
 
 }  // namespace velmora::cluster

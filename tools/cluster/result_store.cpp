@@ -34,6 +34,7 @@ std::unique_ptr<ResultStore> OpenResultStore(const std::string& url,
     return OpenPostgresStore(url, credentialsFile, use);
   }
   try {
+    if (StartsWith(url, "file:") && !StartsWith(url, "file://")) throw JobError("half a URL");
     return OpenFileStore(PathOfImage(url), use);
   } catch (const JobError&) {
     throw StoreError("there is no store '" + url + "': use file:///folder or postgresql://...");

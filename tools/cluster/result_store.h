@@ -63,10 +63,9 @@ enum class StoreUse {
 ///
 /// @param url              `file:///folder`, a path, or `postgresql://host/database`; without a
 ///                         password
-/// @param credentialsFile  lines of `host:port:database:user:password` for the database, readable
-///                         by its owner alone; empty for the libraries' own files and variables.
-///                         A file store takes none.
-/// @throws StoreError
+/// @param credentialsFile  holds USER:PASSWORD for the database, see `ReadCredentials`; empty for
+///                         libpq's own files and variables. A file store takes none.
+/// @throws StoreError; capture::UsageError for a file of credentials that cannot be used
 std::unique_ptr<ResultStore> OpenResultStore(const std::string& url,
                                              const std::string& credentialsFile,
                                              StoreUse use = StoreUse::kWrite);

@@ -31,4 +31,13 @@ std::string ReadSecretLine(const std::string& file) {
   return line;
 }
 
+Credentials ReadCredentials(const std::string& file) {
+  const std::string line = ReadSecretLine(file);
+  const std::size_t colon = line.find(':');
+  if (colon == std::string::npos) {
+    throw UsageError("the file '" + file + "' does not hold USER:PASSWORD");
+  }
+  return {line.substr(0, colon), line.substr(colon + 1)};
+}
+
 }  // namespace velmora::cluster

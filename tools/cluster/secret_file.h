@@ -11,4 +11,13 @@ namespace velmora::cluster {
 /// @throws capture::UsageError if it cannot be read, is empty, or others have access to it
 std::string ReadSecretLine(const std::string& file);
 
+struct Credentials {
+  std::string user;
+  std::string password;
+};
+
+/// Reads USER:PASSWORD, what follows the first colon being the password.
+/// @throws capture::UsageError as `ReadSecretLine` does, and for a line without a colon
+Credentials ReadCredentials(const std::string& file);
+
 }  // namespace velmora::cluster
