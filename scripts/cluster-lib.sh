@@ -1,3 +1,4 @@
+# shellcheck shell=bash disable=SC2034,SC2154
 # A private broker and a private database for the cluster programs' demo and tests. Sourced after
 # lib.sh. Everything listens on the loopback, on ports that were free, and lives in $cluster, a new
 # folder below /tmp; `stop_cluster` stops what was started, nothing else, and removes the folder.
@@ -49,6 +50,7 @@ make_cluster_folder() {
   cluster=$(mktemp -d /tmp/velmora-cluster.XXXXXX)
   chmod 711 "$cluster" # the database runs as a user of its own
   broker_port='' database_pid=''
+  store=(--store "$cluster/results")
   trap stop_cluster EXIT
   trap 'exit 130' INT
   trap 'exit 143' TERM
@@ -91,7 +93,7 @@ in_broker() {
 }
 
 # start_broker: a new broker, or this run's again with its data. Sets $broker_url (without password)
-# and $broker_credentials, a file.
+# and $broker_credentials, a file, and both as options of the programs in ${queue[@]}.
 start_broker() {
   if [ -z "$broker_port" ]; then
     [ -x $broker_programs/rabbitmq-server ] ||
@@ -109,6 +111,7 @@ EOC
     broker_url=amqp://127.0.0.1:$broker_port
     broker_credentials=$cluster/broker-credentials
     (umask 077 && printf 'velmora:%s\n' "$password" >"$broker_credentials")
+    queue=(--queue "$broker_url" --credentials "$broker_credentials")
   fi
   rm -f "$cluster/broker.pid"
   in_broker setsid $broker_programs/rabbitmq-server >>"$cluster/log/server.log" 2>&1 </dev/null &
@@ -168,10 +171,9 @@ start_database() {
       $database_programs/initdb -D '$folder/data' -U velmora -A scram-sha-256 -E UTF8 --no-locale \
         --pwfile='$folder/password'" >"$cluster/initdb.log" 2>&1 ||
       die "the private database could not be made: $(tail -n 3 "$cluster/initdb.log")"
-    database_url=postgresql://velmora@127.0.0.1:$database_port/postgres
+    database_url=postgresql://127.0.0.1:$database_port/postgres
     database_credentials=$cluster/database-credentials
-    (umask 077 && printf '127.0.0.1:%s:*:velmora:%s\n' "$database_port" "$password" \
-      >"$database_credentials")
+    (umask 077 && printf 'velmora:%s\n' "$password" >"$database_credentials")
   fi
   (cd / && as_database setsid $database_programs/postgres -D "$folder/data" -p "$database_port" \
     -c listen_addresses=127.0.0.1 -c unix_socket_directories= -c logging_collector=off) \
@@ -196,14 +198,65 @@ stop_database() {
   database_pid=''
 }
 
+# ---- programs ------------------------------------------------------------------------------------
+
+# set_up_cluster [PACKAGE...]: what the programs and a broker of their own need.
+set_up_cluster() {
+  set_up_linux "${cluster_packages[@]}"
+  require_without_services "the cluster programs" "${broker_packages[@]}" "$@"
+  use_compiler_cache
+}
+
+# build_cluster [TARGET...]: builds the programs; sets $programs to their folder.
+build_cluster() {
+  say "linux-cluster: building the programs"
+  build_preset linux-cluster --target velmora-worker velmora-submit velmora-collect "$@"
+  programs=$root/build/linux-cluster/bin
+}
+
+# make_pictures COUNT: that many names of the sample pictures, each a job of its own.
+make_pictures() {
+  python3 - "$root/tools/capture/samples" "$cluster/pictures" "$1" <<'PYTHON'
+import os, pathlib, sys
+samples = sorted(p for p in pathlib.Path(sys.argv[1]).iterdir() if p.suffix not in ("", ".tsv"))
+os.makedirs(sys.argv[2])
+for i in range(int(sys.argv[3])):
+    sample = samples[i % len(samples)]
+    os.symlink(sample, f"{sys.argv[2]}/{i:06d}-{sample.name}")
+PYTHON
+}
+
+# start_worker NUMBER [ARGUMENT]...: its process is in ${workers[NUMBER]}.
+declare -A workers=()
+start_worker() {
+  local number=$1
+  shift
+  "$programs/velmora-worker" "${queue[@]}" "${store[@]}" --threads 1 "$@" \
+    >>"$cluster/log/worker-$number.log" 2>&1 </dev/null &
+  workers[$number]=$!
+}
+
+# stop_programs: asks the workers to end, and waits until they have.
+stop_programs() {
+  local number
+  for number in "${!workers[@]}"; do kill -TERM "${workers[$number]}" 2>/dev/null || true; done
+  for number in "${!workers[@]}"; do wait "${workers[$number]}" 2>/dev/null || true; done
+  workers=()
+}
+
+# How many results there are so far.
+count_results() {
+  "$programs/velmora-collect" "${store[@]}" --count 2>&1 | sed -n 's/ results\{0,1\}$//p'
+}
+
 # ---- all of it -----------------------------------------------------------------------------------
 
-# Called at the end of the script, also after Ctrl-C. `stop_programs` is the script's own.
+# Called at the end of the script, also after Ctrl-C.
 stop_cluster() {
   local status=$?
   trap '' INT TERM
   set +e
-  if declare -F stop_programs >/dev/null; then stop_programs; fi
+  stop_programs
   stop_broker
   stop_database
   if [ $status -ne 0 ] && [ -n "${cluster_keep_logs:-}" ]; then
