@@ -29,7 +29,7 @@ class BackOff {
   const int leastMs_;
   const int mostMs_;
   int nextMs_;
-  std::minstd_rand random_;
+  std::mt19937 random_;
 };
 
 }  // namespace velmora::cluster

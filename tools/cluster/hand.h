@@ -25,9 +25,10 @@ struct HeldJob {
 /// Fresh jobs go by priority, then by arrival; one that has waited for a minute goes first, so that
 /// the broker never takes it for lost. A job that came back from a worker that died may have killed
 /// it, and the next death counts for all jobs in hand. So it is begun when nothing else is running
-/// and no fresh job is waiting, or it has waited for ten seconds itself; nothing is begun beside it.
-/// Of several the one that came back least goes first, and of equals by turns the newest or the
-/// oldest: whatever was in hand together with a killer gets its turn before it in one of two rounds.
+/// and no fresh job is waiting, or it has waited for ten seconds itself; nothing is begun beside
+/// it. Of several the one that came back least goes first, and of equals by turns the newest or the
+/// oldest: whatever was in hand together with a killer gets its turn before it in one of two
+/// rounds.
 ///
 /// @threadsafety one thread
 class Hand {

@@ -24,7 +24,7 @@ struct QueueOptions {
 /// The connection is lost or was never made, or the broker refuses something.
 class QueueError : public std::runtime_error {
  public:
-  /// @param isFinal  whether it will be the same at the next try: a wrong password, another queue of
+  /// @param isFinal  whether the next try ends the same: a wrong password, another queue of
   ///                 this name
   explicit QueueError(const std::string& sentence, bool isFinal = false)
       : std::runtime_error(sentence), isFinal_(isFinal) {}
@@ -55,9 +55,9 @@ struct QueueEvent {
 /// A queue per priority and one for dead letters, all of which outlive a restart of the broker.
 ///
 /// A job that is neither accepted nor rejected when the connection ends comes back, to any worker;
-/// one that did so too often is moved to the dead letters by the broker itself. After a `QueueError`
-/// everything published but not confirmed is to be published once more, and what is known of
-/// deliveries is void; only `Connect` is of use then.
+/// one that did so too often is moved to the dead letters by the broker itself. After a
+/// `QueueError` everything published but not confirmed is to be published once more, and what is
+/// known of deliveries is void; only `Connect` is of use then.
 ///
 /// @threadsafety one thread, which must call `Poll` at least every few seconds: nothing goes on in
 ///               between, heartbeats included
@@ -68,8 +68,8 @@ class JobQueue {
   JobQueue& operator=(const JobQueue&) = delete;
   virtual ~JobQueue() = default;
 
-  /// Connects, makes the queues unless they are there, and takes jobs if `prefetch` says so. What was
-  /// connected before is closed first.
+  /// Connects, makes the queues unless they are there, and takes jobs if `prefetch` says so. What
+  /// was connected before is closed first.
   /// @throws QueueError
   virtual void Connect() = 0;
 
@@ -86,8 +86,8 @@ class JobQueue {
   /// @throws QueueError
   virtual void Accept(std::uint64_t delivery) = 0;
 
-  /// Moves the job to the dead letters together with what is wrong with it. It is gone from its queue
-  /// once it is safe there. Deliveries of earlier connections are ignored.
+  /// Moves the job to the dead letters together with what is wrong with it. It is gone from its
+  /// queue once it is safe there. Deliveries of earlier connections are ignored.
   /// @throws QueueError
   virtual void Reject(std::uint64_t delivery, const std::string& error) = 0;
 

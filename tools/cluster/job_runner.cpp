@@ -74,20 +74,44 @@ std::vector<unsigned char> ReadImageBytes(const std::string& path, std::int64_t 
   return bytes;
 }
 
+// Held while an image is in memory.
+class JobRunner::ImageSlot {
+ public:
+  explicit ImageSlot(JobRunner& runner) : runner_(runner) {
+    WaitingLock lock(runner_.mutex_);
+    runner_.hasSlot_.wait(
+        lock.Native(), [&]() VELMORA_REQUIRES(runner_.mutex_) { return runner_.freeSlots_ > 0; });
+    --runner_.freeSlots_;
+  }
+  ~ImageSlot() {
+    {
+      const MutexLock lock(runner_.mutex_);
+      ++runner_.freeSlots_;
+    }
+    runner_.hasSlot_.notify_one();
+  }
+  ImageSlot(const ImageSlot&) = delete;
+  ImageSlot& operator=(const ImageSlot&) = delete;
+
+ private:
+  JobRunner& runner_;
+};
+
 JobOutcome JobRunner::Do(const Job& job) {
   JobOutcome outcome;
   try {
-    if (job.templateHash != templateHash_) {
+    // First: what is stored is done, also past its deadline.
+    if (store_.Has(job.id)) {
+      outcome.kind = JobOutcome::kKnown;
+      return outcome;
+    }
+    if (job.templateHash != settings_.templateHash) {
       throw JobError("the job is for the template '" + job.templateName + "' (" + job.templateHash +
                      "), which this worker does not run");
     }
     if (job.deadline != 0 && NowMs() > job.deadline) {
       throw JobError("the job was " + std::to_string((NowMs() - job.deadline) / 1000) +
                      " s past its deadline");
-    }
-    if (store_.Has(job.id)) {
-      outcome.kind = JobOutcome::kKnown;
-      return outcome;
     }
     const std::string line = Read(job, outcome);
     store_.Put(job.id, line);
@@ -99,16 +123,18 @@ JobOutcome JobRunner::Do(const Job& job) {
 }
 
 std::string JobRunner::Read(const Job& job, JobOutcome& outcome) {
+  const ImageSlot slot(*this);
   // Text formats spend up to twelve bytes on a pixel; what is not pixels gets a MiB.
   const std::vector<unsigned char> bytes =
-      ReadImageBytes(PathOfImage(job.image), 12 * maxPixels_ + (std::int64_t{1} << 20));
+      ReadImageBytes(PathOfImage(job.image), 12 * settings_.maxPixels + (std::int64_t{1} << 20));
   const std::string hash = Sha256({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
   if (hash != job.sha256) {
     throw JobError("the file '" + job.image + "' is not what was submitted: its SHA-256 is " +
                    hash);
   }
-  const LoadedImage loaded = DecodeImage(
-      bytes.data(), bytes.size(), basic_structures::CFileImageTag(nullptr, 0, 0), maxPixels_);
+  const LoadedImage loaded =
+      DecodeImage(bytes.data(), bytes.size(), basic_structures::CFileImageTag(nullptr, 0, 0),
+                  settings_.maxPixels);
   if (loaded.image == nullptr) {
     outcome.hasErrors = true;
     return FormatJsonLine(CaptureError{loaded.code, loaded.reason, {}, {}}, job.image, job.id);

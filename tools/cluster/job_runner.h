@@ -2,6 +2,7 @@
 /// Doing a job: from its picture to its stored result.
 #pragma once
 
+#include <condition_variable>
 #include <cstddef>
 #include <cstdint>
 #include <stdexcept>
@@ -10,6 +11,7 @@
 
 #include "tools/cluster/job.h"
 #include "tools/cluster/result_store.h"
+#include "velmora/platform/mutex.h"
 #include "velmora_capture/capture.h"
 
 namespace velmora::cluster {
@@ -33,18 +35,24 @@ struct JobOutcome {
   int codes = 0;           ///< in the result
 };
 
+/// How a `JobRunner` works.
+struct RunnerSettings {
+  std::string templateHash;  ///< jobs for another template are impossible
+  std::int64_t maxPixels = 0;
+  int imagesAtOnce = 1;  ///< further jobs wait before they read theirs, so that many may be stored
+};
+
 /// Does jobs, one for each thread that asks for it.
 ///
 /// @threadsafety any number of threads
 class JobRunner {
  public:
-  /// Everything is borrowed.
-  JobRunner(capture::Capture& capture, ResultStore& store, std::string templateHash,
-            std::int64_t maxPixels)
+  /// Capture and store are borrowed.
+  JobRunner(capture::Capture& capture, ResultStore& store, RunnerSettings settings)
       : capture_(capture),
         store_(store),
-        templateHash_(std::move(templateHash)),
-        maxPixels_(maxPixels) {}
+        settings_(std::move(settings)),
+        freeSlots_(settings_.imagesAtOnce) {}
 
   /// Reads the picture and stores what is in it, unless the job has a result. A picture that cannot
   /// be decoded is a result with an error, as velmora-capture shows it.
@@ -52,12 +60,16 @@ class JobRunner {
   JobOutcome Do(const Job& job);
 
  private:
+  class ImageSlot;
+
   std::string Read(const Job& job, JobOutcome& outcome);
 
   capture::Capture& capture_;
   ResultStore& store_;
-  const std::string templateHash_;
-  const std::int64_t maxPixels_;
+  const RunnerSettings settings_;
+  Mutex mutex_;
+  std::condition_variable hasSlot_;
+  int freeSlots_ VELMORA_GUARDED_BY(mutex_);
 };
 
 /// The bytes of a file.

@@ -6,8 +6,8 @@
 
 namespace velmora::cluster {
 
-/// The first line of a file that holds a secret. Only its owner may have access to it; one of root's
-/// may also be readable by a group, as mounted secrets are.
+/// The first line of a file that holds a secret. Only its owner may have access to it; one of
+/// root's may also be readable by a group, as mounted secrets are.
 /// @throws capture::UsageError if it cannot be read, is empty, or others have access to it
 std::string ReadSecretLine(const std::string& file);
 

@@ -33,8 +33,8 @@ struct WorkerCounters {
 /// The processor time of this process.
 double ProcessorSeconds();
 
-/// "12 stored (1 with errors), 0 known, 1 rejected; 20 codes; 4.1 ms of processor time per job; 3 in
-/// hand", for what happened since @p before.
+/// "12 stored (1 with errors), 0 known, 1 rejected; 20 codes; 4.1 ms of processor time per job; 3
+/// in hand", for what happened since @p before.
 std::string DescribeCounters(const WorkerCounters& before, const WorkerCounters& now);
 
 /// The text format of Prometheus.

@@ -22,6 +22,13 @@ namespace {
 using namespace velmora::capture;
 using namespace velmora::cluster;
 
+// For each thread of the pool: one image is read while another is worked on; a disk takes some 10
+// ms to make a result safe, and stores many at once in that time; the next jobs are here when one
+// ends.
+constexpr int kImagesPerThread = 2;
+constexpr int kStoredPerThread = 4;
+constexpr int kWaitingPerThread = 2;
+
 // The template's own, unless that is too long for a worker.
 int ChooseTimeout(const WorkerOptions& options, const std::string& templateText) {
   if (options.timeoutMs > 0) return options.timeoutMs;
@@ -61,14 +68,17 @@ int Run(const std::vector<std::string>& arguments) {
   if (capture == nullptr) return kBadUsage;
   const std::unique_ptr<ResultStore> store =
       OpenResultStore(options.store, options.storeCredentials);
-  JobRunner runner(*capture, *store, text.hash, options.maxPixels);
+  RunnerSettings running;
+  running.templateHash = text.hash;
+  running.maxPixels = options.maxPixels;
+  running.imagesAtOnce = kImagesPerThread * capture->GetThreadCount();
+  JobRunner runner(*capture, *store, running);
   WorkerSettings settings;
-  // Two for each thread of the pool: one is read or stored while the other is worked on.
-  settings.jobsAtOnce = 2 * capture->GetThreadCount();
+  settings.jobsAtOnce = running.imagesAtOnce + kStoredPerThread * capture->GetThreadCount();
   settings.idleExit = std::chrono::seconds(options.idleExitSeconds);
   settings.metricsFile = options.metricsFile;
   settings.isQuiet = options.isQuiet;
-  options.queue.prefetch = settings.jobsAtOnce + 2;
+  options.queue.prefetch = settings.jobsAtOnce + kWaitingPerThread * capture->GetThreadCount();
   const std::unique_ptr<JobQueue> queue = OpenJobQueue(options.queue);
   Worker worker(settings, *queue, runner);
   const InterruptWatch watch([&] { worker.Stop(); });
