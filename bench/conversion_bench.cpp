@@ -20,14 +20,9 @@
 #include <vector>
 
 #include "bench/conversion_contenders.h"
-#include "velmora/image/pixel_conversion.h"
 
 namespace velmora::bench {
 namespace {
-
-using basic_structures::CImageData;
-using basic_structures::ColourChannelUsageType;
-using basic_structures::ConvertData;
 
 int width = 1920;
 int height = 1080;
@@ -37,10 +32,10 @@ std::size_t PixelCount() {
 }
 
 // One frame per depth for all contenders: they read the same memory.
-Frame& SharedFrame(int bits) {
-  static std::map<int, std::unique_ptr<Frame>> frames;
-  std::unique_ptr<Frame>& frame = frames[bits];
-  if (frame == nullptr) frame = std::make_unique<Frame>(width, height, bits);
+PeerFrame& SharedFrame(int bits) {
+  static std::map<int, std::unique_ptr<PeerFrame>> frames;
+  std::unique_ptr<PeerFrame>& frame = frames[bits];
+  if (frame == nullptr) frame = std::make_unique<PeerFrame>(width, height, bits);
   return *frame;
 }
 
@@ -51,17 +46,9 @@ void UseFreshPages(bool fresh) {
   mallopt(M_TRIM_THRESHOLD, 1 << 30);
 }
 
-void RunVelmora(benchmark::State& state, const Conversion& conversion, Frame& frame) {
-  const auto has = [&](Flag flag) { return (conversion.flags & flag) != 0; };
-  ConvertData data(frame.source.data(), frame.width, frame.height, frame.stride, conversion.bits, 0,
-                   0, false, has(k565), has(kReversed), has(kYuv),
-                   static_cast<ColourChannelUsageType>(conversion.usage));
-  if (has(kPalette)) data.palette.assign(frame.palette, frame.palette + sizeof(frame.palette));
-  for (auto _ : state) {
-    const std::unique_ptr<CImageData> image(conversion.channels == 1 ? Nx_ConvertToGrayscale(&data)
-                                                                     : Nx_ConvertToRGB(&data));
-    benchmark::DoNotOptimize(image->GetBytes());
-  }
+void RunVelmora(benchmark::State& state, const Conversion& conversion, const Frame& frame) {
+  basic_structures::ConvertData data = conversion.Describe(frame);
+  for (auto _ : state) benchmark::DoNotOptimize(conversion.Run(data)->GetBytes());
 }
 
 // Reads and writes together as many bytes as the conversion.
@@ -85,7 +72,7 @@ void RunMemcpyToFreshPages(benchmark::State& state, std::size_t resultSize) {
   }
 }
 
-void RunPeer(benchmark::State& state, const Convert& convert, Frame& frame) {
+void RunPeer(benchmark::State& state, const Convert& convert, PeerFrame& frame) {
   for (auto _ : state) {
     convert(frame);
     benchmark::DoNotOptimize(frame.target.data());
@@ -104,18 +91,17 @@ void Add(const std::string& row, const char* contender, bool freshPages, Run run
   });
 }
 
-void Register(const Conversion& conversion) {
-  const bool isYuv = (conversion.flags & kYuv) != 0;
-  const int depth = isYuv ? 8 : conversion.bits;
+void Register(const Conversion& conversion, const std::vector<Peer>& peers) {
+  const int depth = conversion.Depth();
+  const std::size_t sourceBits = conversion.Has(kYuv) ? 12 : static_cast<std::size_t>(depth);
   const std::size_t resultSize = PixelCount() * static_cast<std::size_t>(conversion.channels);
-  const std::size_t traffic =
-      PixelCount() * static_cast<std::size_t>(isYuv ? 12 : depth) / 8 + resultSize;
+  const std::size_t traffic = PixelCount() * sourceBits / 8 + resultSize;
   const auto velmora = [=](benchmark::State& state) {
     RunVelmora(state, conversion, SharedFrame(depth));
   };
   Add(conversion.name, "velmora", false, velmora);
   Add(conversion.name, "memcpy", false, [=](benchmark::State& s) { RunMemcpy(s, traffic); });
-  for (const Peer& peer : conversion.peers) {
+  for (const Peer& peer : peers) {
     Add(conversion.name, peer.name, false,
         [=](benchmark::State& state) { RunPeer(state, peer.convert, SharedFrame(depth)); });
   }
@@ -137,6 +123,14 @@ int main(int argc, char** argv) {
     --argc, ++argv;
   }
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-  for (const Conversion& conversion : Conversions()) Register(conversion);
+  auto peers = Peers();
+  for (const Conversion& conversion : Conversions()) {
+    Register(conversion, peers[conversion.name]);
+    peers.erase(conversion.name);
+  }
+  if (!peers.empty()) {
+    std::fprintf(stderr, "no conversion is called %s\n", peers.begin()->first.c_str());
+    return 1;
+  }
   benchmark::RunSpecifiedBenchmarks();
 }

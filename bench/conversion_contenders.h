@@ -1,38 +1,32 @@
-// The conversions that are measured, and the peers that have them: libyuv, OpenCV, Leptonica. Where
-// a peer rounds differently (libyuv's full-range grey, other YUV constants) or writes four bytes
-// per pixel instead of three, its work is of the same kind and nearly the same size.
+// Who else has the conversions: libyuv, OpenCV, Leptonica. Where a peer rounds differently
+// (libyuv's full-range grey, other YUV constants) or writes four bytes per pixel instead of three,
+// its work is of the same kind and nearly the same size.
 #pragma once
 
 #include <leptonica/allheaders.h>
 #include <libyuv.h>
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
-#include <initializer_list>
 #include <map>
 #include <memory>
 #include <opencv2/imgproc.hpp>
-#include <random>
 #include <string>
 #include <vector>
 
+#include "bench/conversions.h"
+
 namespace velmora::bench {
 
-using Byte = unsigned char;
-
-// A source with rows of 16 more pixels than are used, so that no conversion is one long row, and
-// room for the result of a peer.
-struct Frame {
-  Frame(int frameWidth, int frameHeight, int bits)
-      : width(frameWidth),
-        height(frameHeight),
-        stride((width + 16) * bits / 8),
-        source(static_cast<std::size_t>(stride) * static_cast<std::size_t>(height) * 3 / 2),
+// A frame with room for the result of a peer, and views of both for OpenCV.
+struct PeerFrame : Frame {
+  PeerFrame(int frameWidth, int frameHeight, int bits)
+      : Frame(frameWidth, frameHeight, bits),
         target(static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 4) {
-    std::mt19937 random(1);
-    for (Byte& byte : source) byte = static_cast<Byte>(random() >> 24);
-    for (std::size_t i = 0; i < sizeof(palette); ++i) palette[i] = static_cast<Byte>(i * 7);
+    for (std::size_t i = 0; i < palette.size(); ++i) palette[i] = static_cast<Byte>(i * 7);
   }
 
   const Byte* Chroma() const {
@@ -44,12 +38,11 @@ struct Frame {
   }
   cv::Mat TargetMat(int type) { return {height, width, type, target.data()}; }
 
-  int width, height, stride;
-  std::vector<Byte> source, target;
-  Byte palette[768];
+  std::vector<Byte> target;
+  std::array<Byte, 768> palette{};
 };
 
-using Convert = std::function<void(Frame&)>;
+using Convert = std::function<void(PeerFrame&)>;
 
 struct Peer {
   const char* name;
@@ -61,7 +54,7 @@ struct Peer {
 // From one plane to one plane of `channels` bytes per pixel.
 template <typename Function>
 Peer Yuv(Function convert, int channels) {
-  return {"libyuv", [convert, channels](Frame& frame) {
+  return {"libyuv", [convert, channels](PeerFrame& frame) {
             convert(frame.source.data(), frame.stride, frame.target.data(), frame.width * channels,
                     frame.width, frame.height);
           }};
@@ -69,7 +62,7 @@ Peer Yuv(Function convert, int channels) {
 
 template <typename Function>
 Peer YuvFromWords(Function convert) {
-  return {"libyuv", [convert](Frame& frame) {
+  return {"libyuv", [convert](PeerFrame& frame) {
             convert(reinterpret_cast<const std::uint16_t*>(frame.source.data()), frame.stride / 2,
                     frame.target.data(), frame.width * 4, frame.width, frame.height);
           }};
@@ -77,14 +70,14 @@ Peer YuvFromWords(Function convert) {
 
 template <typename Function>
 Peer YuvFromPlanes(Function convert) {
-  return {"libyuv", [convert](Frame& frame) {
+  return {"libyuv", [convert](PeerFrame& frame) {
             convert(frame.source.data(), frame.stride, frame.Chroma(), frame.stride,
                     frame.target.data(), frame.width * 3, frame.width, frame.height);
           }};
 }
 
 inline Peer YuvCopy(int channels) {
-  return {"libyuv", [channels](Frame& f) {
+  return {"libyuv", [channels](PeerFrame& f) {
             libyuv::CopyPlane(f.source.data(), f.stride, f.target.data(), f.width * channels,
                               f.width * channels, f.height);
           }};
@@ -93,14 +86,14 @@ inline Peer YuvCopy(int channels) {
 // ---- OpenCV ----
 
 inline Peer Cv(int sourceType, int targetType, int code) {
-  return {"OpenCV", [=](Frame& frame) {
+  return {"OpenCV", [=](PeerFrame& frame) {
             cv::Mat target = frame.TargetMat(targetType);
             cv::cvtColor(frame.Mat(sourceType), target, code);
           }};
 }
 
 inline Peer CvFromPlanes(int code) {
-  return {"OpenCV", [=](Frame& frame) {
+  return {"OpenCV", [=](PeerFrame& frame) {
             const cv::Mat chroma(frame.height / 2, frame.width / 2, CV_8UC2,
                                  const_cast<Byte*>(frame.Chroma()),
                                  static_cast<std::size_t>(frame.stride));
@@ -110,23 +103,23 @@ inline Peer CvFromPlanes(int code) {
 }
 
 inline Peer CvChannel(int type, int channel) {
-  return {"OpenCV", [=](Frame& frame) {
+  return {"OpenCV", [=](PeerFrame& frame) {
             cv::Mat target = frame.TargetMat(CV_8UC1);
             cv::extractChannel(frame.Mat(type), target, channel);
           }};
 }
 
 inline Peer CvCopy(int type) {
-  return {"OpenCV", [type](Frame& frame) {
+  return {"OpenCV", [type](PeerFrame& frame) {
             cv::Mat target = frame.TargetMat(type);
             frame.Mat(type).copyTo(target);
           }};
 }
 
 inline Peer CvPalette(int channels) {
-  return {"OpenCV", [channels](Frame& frame) {
+  return {"OpenCV", [channels](PeerFrame& frame) {
             cv::Mat target = frame.TargetMat(CV_8UC(channels));
-            const cv::Mat palette(256, 1, CV_8UC(channels), frame.palette);
+            const cv::Mat palette(256, 1, CV_8UC(channels), frame.palette.data());
             if (channels == 1) {
               cv::LUT(frame.Mat(CV_8UC1), palette, target);
             } else {
@@ -136,7 +129,7 @@ inline Peer CvPalette(int channels) {
 }
 
 inline Peer CvHighBytes() {
-  return {"OpenCV", [](Frame& frame) {
+  return {"OpenCV", [](PeerFrame& frame) {
             cv::Mat target = frame.TargetMat(CV_8UC3);
             frame.Mat(CV_16UC3).convertTo(target, CV_8U, 1.0 / 256);
           }};
@@ -156,7 +149,7 @@ inline Peer Leptonica(int bits, PIX* (*convert)(PIX* target, PIX* source)) {
     Pix source, target;
   };
   const auto images = std::make_shared<Images>();
-  return {"Leptonica", [=](Frame& frame) {
+  return {"Leptonica", [=](PeerFrame& frame) {
             if (!images->source) {
               images->source.reset(pixCreate(frame.width, frame.height, bits));
               const auto size = static_cast<std::size_t>(pixGetWpl(images->source.get())) * 4 *
@@ -169,113 +162,53 @@ inline Peer Leptonica(int bits, PIX* (*convert)(PIX* target, PIX* source)) {
           }};
 }
 
-// ---- the conversions ----
+// ---- who has which ----
 
-enum Flag { kNone = 0, k565 = 1, kReversed = 2, kYuv = 4, kPalette = 8 };
-
-struct Conversion {
-  std::string name;
-  int bits, flags, channels;  // of the source, the source, the target
-  int usage;
-  std::vector<Peer> peers;  // empty: none has such a function
-};
-
-inline std::vector<Conversion> Conversions() {
-  const Peer bitsToGrey =
-      Leptonica(1, [](PIX* target, PIX* source) { return pixConvert1To8(target, source, 0, 255); });
-  const Peer bitsToColour = Leptonica(
-      1, [](PIX* target, PIX* source) { return pixConvert1To32(target, source, 0, 0xFFFFFF00); });
-  std::vector<Conversion> conversions = {
-      {"bit -> grey", 1, kPalette, 1, 0, {bitsToGrey}},
-      {"nibble -> grey", 4, kPalette, 1, 0, {}},
-      {"byte -> grey", 8, kNone, 1, 0, {YuvCopy(1), CvCopy(CV_8UC1)}},
-      {"indexed -> grey", 8, kPalette, 1, 0, {CvPalette(1)}},
-      {"565 -> grey", 16, k565, 1, 0, {Cv(CV_8UC2, CV_8UC1, cv::COLOR_BGR5652GRAY)}},
-      {"555 -> grey", 16, kNone, 1, 0, {Cv(CV_8UC2, CV_8UC1, cv::COLOR_BGR5552GRAY)}},
-      {"BGR -> grey",
-       24,
-       kNone,
-       1,
-       0,
-       {Yuv(libyuv::RGB24ToJ400, 1), Cv(CV_8UC3, CV_8UC1, cv::COLOR_BGR2GRAY)}},
-      {"RGB -> grey",
-       24,
-       kReversed,
-       1,
-       0,
-       {Yuv(libyuv::RAWToJ400, 1), Cv(CV_8UC3, CV_8UC1, cv::COLOR_RGB2GRAY)}},
-      {"BGRA -> grey",
-       32,
-       kNone,
-       1,
-       0,
-       {Yuv(libyuv::ARGBToJ400, 1), Cv(CV_8UC4, CV_8UC1, cv::COLOR_BGRA2GRAY)}},
-      {"RGBA -> grey",
-       32,
-       kReversed,
-       1,
-       0,
-       {Yuv(libyuv::ABGRToJ400, 1), Cv(CV_8UC4, CV_8UC1, cv::COLOR_RGBA2GRAY)}},
-      {"bit -> colour", 1, kPalette, 3, 0, {bitsToColour}},
-      {"nibble -> colour", 4, kNone, 3, 0, {}},
-      {"byte -> colour", 8, kNone, 3, 0, {Cv(CV_8UC1, CV_8UC3, cv::COLOR_GRAY2BGR)}},
-      {"indexed -> colour", 8, kPalette, 3, 0, {CvPalette(3)}},
-      {"565 -> colour", 16, k565, 3, 0, {Cv(CV_8UC2, CV_8UC3, cv::COLOR_BGR5652BGR)}},
-      {"555 -> colour", 16, kNone, 3, 0, {Cv(CV_8UC2, CV_8UC3, cv::COLOR_BGR5552BGR)}},
-      {"BGR -> colour", 24, kNone, 3, 0, {YuvCopy(3), CvCopy(CV_8UC3)}},
-      {"RGB -> colour",
-       24,
-       kReversed,
-       3,
-       0,
-       {Yuv(libyuv::RAWToRGB24, 3), Cv(CV_8UC3, CV_8UC3, cv::COLOR_RGB2BGR)}},
-      {"BGRA -> colour",
-       32,
-       kNone,
-       3,
-       0,
-       {Yuv(libyuv::ARGBToRGB24, 3), Cv(CV_8UC4, CV_8UC3, cv::COLOR_BGRA2BGR)}},
-      {"RGBA -> colour",
-       32,
-       kReversed,
-       3,
-       0,
-       {Yuv(libyuv::ARGBToRAW, 3), Cv(CV_8UC4, CV_8UC3, cv::COLOR_RGBA2BGR)}},
-      {"BGR 48 -> colour", 48, kNone, 3, 0, {CvHighBytes()}},
-      {"RGBA 64 -> colour", 64, kNone, 3, 0, {YuvFromWords(libyuv::AB64ToARGB)}},
-      {"BGRA 64 -> colour", 64, kReversed, 3, 0, {YuvFromWords(libyuv::AR64ToARGB)}},
+// By the names of the conversions.
+inline std::map<std::string, std::vector<Peer>> Peers() {
+  return {
+      {"bit -> grey",
+       {Leptonica(
+           1, [](PIX* target, PIX* source) { return pixConvert1To8(target, source, 0, 255); })}},
+      {"byte -> grey", {YuvCopy(1), CvCopy(CV_8UC1)}},
+      {"indexed -> grey", {CvPalette(1)}},
+      {"565 -> grey", {Cv(CV_8UC2, CV_8UC1, cv::COLOR_BGR5652GRAY)}},
+      {"555 -> grey", {Cv(CV_8UC2, CV_8UC1, cv::COLOR_BGR5552GRAY)}},
+      {"BGR -> grey", {Yuv(libyuv::RGB24ToJ400, 1), Cv(CV_8UC3, CV_8UC1, cv::COLOR_BGR2GRAY)}},
+      {"RGB -> grey", {Yuv(libyuv::RAWToJ400, 1), Cv(CV_8UC3, CV_8UC1, cv::COLOR_RGB2GRAY)}},
+      {"BGRA -> grey", {Yuv(libyuv::ARGBToJ400, 1), Cv(CV_8UC4, CV_8UC1, cv::COLOR_BGRA2GRAY)}},
+      {"RGBA -> grey", {Yuv(libyuv::ABGRToJ400, 1), Cv(CV_8UC4, CV_8UC1, cv::COLOR_RGBA2GRAY)}},
+      {"bit -> colour",
+       {Leptonica(1, [](PIX* target,
+                        PIX* source) { return pixConvert1To32(target, source, 0, 0xFFFFFF00); })}},
+      {"byte -> colour", {Cv(CV_8UC1, CV_8UC3, cv::COLOR_GRAY2BGR)}},
+      {"indexed -> colour", {CvPalette(3)}},
+      {"565 -> colour", {Cv(CV_8UC2, CV_8UC3, cv::COLOR_BGR5652BGR)}},
+      {"555 -> colour", {Cv(CV_8UC2, CV_8UC3, cv::COLOR_BGR5552BGR)}},
+      {"BGR -> colour", {YuvCopy(3), CvCopy(CV_8UC3)}},
+      {"RGB -> colour", {Yuv(libyuv::RAWToRGB24, 3), Cv(CV_8UC3, CV_8UC3, cv::COLOR_RGB2BGR)}},
+      {"BGRA -> colour", {Yuv(libyuv::ARGBToRGB24, 3), Cv(CV_8UC4, CV_8UC3, cv::COLOR_BGRA2BGR)}},
+      {"RGBA -> colour", {Yuv(libyuv::ARGBToRAW, 3), Cv(CV_8UC4, CV_8UC3, cv::COLOR_RGBA2BGR)}},
+      {"BGR 48 -> colour", {CvHighBytes()}},
+      {"RGBA 64 -> colour", {YuvFromWords(libyuv::AB64ToARGB)}},
+      {"BGRA 64 -> colour", {YuvFromWords(libyuv::AR64ToARGB)}},
       {"NV21 -> colour",
-       24,
-       kYuv,
-       3,
-       0,
        {YuvFromPlanes(libyuv::NV21ToRGB24), CvFromPlanes(cv::COLOR_YUV2BGR_NV21)}},
       {"NV12 -> colour",
-       24,
-       kYuv | kReversed,
-       3,
-       0,
        {YuvFromPlanes(libyuv::NV12ToRGB24), CvFromPlanes(cv::COLOR_YUV2BGR_NV12)}},
+      {"BGR -> blue", {CvChannel(CV_8UC3, 0)}},
+      {"BGR -> green", {CvChannel(CV_8UC3, 1)}},
+      {"BGR -> red", {CvChannel(CV_8UC3, 2)}},
+      {"RGB -> red", {CvChannel(CV_8UC3, 0)}},
+      {"RGB -> green", {CvChannel(CV_8UC3, 1)}},
+      {"RGB -> blue", {CvChannel(CV_8UC3, 2)}},
+      {"BGRA -> blue", {CvChannel(CV_8UC4, 0)}},
+      {"BGRA -> green", {CvChannel(CV_8UC4, 1)}},
+      {"BGRA -> red", {CvChannel(CV_8UC4, 2)}},
+      {"RGBA -> red", {CvChannel(CV_8UC4, 0)}},
+      {"RGBA -> green", {CvChannel(CV_8UC4, 1)}},
+      {"RGBA -> blue", {CvChannel(CV_8UC4, 2)}},
   };
-  // One channel of each layout of colours. The peers take a channel by its place in the pixel.
-  struct Layout {
-    const char* name;
-    int bits, flags, cvType;
-  };
-  for (const Layout& layout :
-       {Layout{"565", 16, k565, 0}, Layout{"555", 16, kNone, 0}, Layout{"BGR", 24, kNone, CV_8UC3},
-        Layout{"RGB", 24, kReversed, CV_8UC3}, Layout{"BGRA", 32, kNone, CV_8UC4},
-        Layout{"RGBA", 32, kReversed, CV_8UC4}}) {
-    constexpr const char* kChannels[] = {"red", "green", "blue"};
-    for (int i = 0; i < 3; ++i) {
-      const int place = (layout.flags & kReversed) != 0 ? i : 2 - i;
-      std::vector<Peer> peers;
-      if (layout.cvType != 0) peers.push_back(CvChannel(layout.cvType, place));
-      conversions.push_back({std::string(layout.name) + " -> " + kChannels[i], layout.bits,
-                             layout.flags, 1, 3 + i, std::move(peers)});
-    }
-  }
-  return conversions;
 }
 
 }  // namespace velmora::bench

@@ -20,7 +20,7 @@ from pathlib import Path
 ROOT = Path(__file__).resolve().parent.parent
 PROGRAMS = ["conversion", "base64", "ref", "engine", "log", "geometry"]
 OURS = "velmora"
-LIMITS = ["memcpy", "raw pointer", "bare check", "plain clip"]  # what no contender can be faster than
+LIMITS = ["memcpy", "raw pointer", "bare check", "plain clip"]  # no contender is expected below
 SETS = ["plain", "ssse3", "avx2"]  # our lower sets of vector instructions, VELMORA_SIMD
 PROGRAMS_WITH_SETS = ["conversion", "base64"]
 
