@@ -120,6 +120,23 @@ TEST(PixelConversion, EqualsThePixelwiseTwinForEveryIndex) {
   }
 }
 
+TEST(PixelConversion, EqualsThePixelwiseTwinForEveryWord) {
+  Bytes words;
+  for (int word = 0; word < 65536; ++word) {
+    words.push_back(static_cast<Byte>(word % 256));
+    words.push_back(static_cast<Byte>(word / 256));
+  }
+  for (const bool is565 : {false, true}) {
+    ConvertData data = Descriptor(words.data(), 65536, 1, 131072, 16);
+    data.is565 = is565;
+    for (int usage = 2; usage < kUsageCount; ++usage) {
+      data.colourChannelUsage = static_cast<ColourChannelUsageType>(usage);
+      EXPECT_TRUE(Read(ToGrey(data)) == ConversionTwin(data).ToGrey()) << is565 << usage;
+    }
+    EXPECT_TRUE(Read(ToColour(data)) == ConversionTwin(data).ToColour()) << is565;
+  }
+}
+
 // Worked out by hand: the twin may share a misunderstanding. Each with its tag and orientation.
 TEST(PixelConversion, KnownPixels) {
   const Bytes redFirst = {0x00, 0xFF, 0, 0, 0, 0, 0xFF, 0xFF};
