@@ -137,6 +137,44 @@ TEST(PixelConversion, EqualsThePixelwiseTwinForEveryWord) {
   }
 }
 
+// Each luminance with each pair, in an even and in an odd column; with U first some V will do.
+TEST(PixelConversion, ComputesTheColourOfEveryYuvTriple) {
+  const auto offsets = [](int offset, int weight) {
+    std::array<int, 256> table;
+    for (std::size_t i = 0; i < 256; ++i) {
+      table[i] = static_cast<int>(std::floor((static_cast<int>(i) - offset) * weight / 256.0));
+    }
+    return table;
+  };
+  const auto y = offsets(16, 298), redV = offsets(128, 409), greenV = offsets(128, 208),
+             greenU = offsets(128, 100), blueU = offsets(128, 517);
+  const auto clamped = [](int value) { return static_cast<Byte>(std::clamp(value, 0, 255)); };
+  // A row of pairs for each U serves a row of ascending luminance and one of descending.
+  Bytes frame;
+  for (int i = 0; i < 512 * 256; ++i) frame.push_back(static_cast<Byte>(i / 256 % 2 ? ~i : i));
+  frame.resize(frame.size() * 3 / 2);
+  for (const bool isUFirst : {false, true}) {
+    for (std::size_t v = 0; v < 256; v += isUFirst ? 15 : 1) {
+      for (std::size_t i = 0; i < 256 * 256; ++i) {
+        frame[512 * 256 + i] = static_cast<Byte>((i % 2 == 0) == isUFirst ? i / 256 : v);
+      }
+      ConvertData data = Descriptor(frame.data(), 256, 512, 256, 24);
+      data.isYuv = true;
+      data.reversed = isUFirst;
+      const Image image = ToColour(data);
+      const Byte* pixel = image->GetBytes();
+      for (std::size_t i = 0; i < 512 * 256; ++i, pixel += 3) {
+        const std::size_t u = i / 512;
+        const int luminance = std::max(y[frame[i]], 0);
+        const bool isRight = pixel[0] == clamped(luminance + blueU[u]) &&
+                             pixel[1] == clamped(luminance - greenV[v] - greenU[u]) &&
+                             pixel[2] == clamped(luminance + redV[v]);
+        ASSERT_TRUE(isRight) << "Y " << int{frame[i]} << ", U " << u << ", V " << v;
+      }
+    }
+  }
+}
+
 // Worked out by hand: the twin may share a misunderstanding. Each with its tag and orientation.
 TEST(PixelConversion, KnownPixels) {
   const Bytes redFirst = {0x00, 0xFF, 0, 0, 0, 0, 0xFF, 0xFF};
