@@ -7,7 +7,7 @@ import sys
 
 # What the error of a dead letter says, by the beginning of the picture's name.
 ERRORS = {
-    "poison": "every worker that had it in hand died",
+    "poison": "workers that had it in hand died",
     "gone": "No such file",
     "changed": "SHA-256",
     "late": "deadline",
@@ -34,7 +34,7 @@ def main(folder, count):
     wanted = pictures.keys() | special.keys()
     if len(pictures) != count:
         faults.append(f"{len(pictures)} of {count} pictures have an id")
-    faults += [f"{id} is in the results or dead letters {times[id]} times" for id in wanted if times[id] != 1]
+    faults += [f"{id} was collected {times[id]} times" for id in wanted if times[id] != 1]
     faults += [f"{id} was never submitted" for id in times.keys() - wanted]
     for line in collected:
         name = pathlib.Path(line["image"]).name
