@@ -1,4 +1,5 @@
 // Whole channels: 24, 32, 48 and 64 bits for a pixel.
+#include "velmora/image/internal/colour_tables.h"
 #include "velmora/image/internal/row_routines.h"
 
 #undef HWY_TARGET_INCLUDE
@@ -12,117 +13,456 @@ namespace velmora::internal {
 namespace HWY_NAMESPACE {
 #if VELMORA_HAS_KERNELS
 
-// A lane's shuffle.
+// Where the channels of a pixel are among its bytes.
+struct Channels {
+  int blue, green, red;
+
+  constexpr int operator[](int i) const { return i == 0 ? blue : i == 1 ? green : red; }
+};
+
+constexpr Channels kBgr = {0, 1, 2};
+constexpr Channels kRgb = {2, 1, 0};
+constexpr Channels kBgr48 = {1, 3, 5};  // of words the high bytes
+
+// ---- quads: four pixels in the 16 bytes of a lane. Four quads are the lane's 16 pixels ----
+
+// A shuffle of each lane.
 struct Shuffle {
   alignas(16) std::uint8_t from[kLane];
 
   template <class V>
   HWY_INLINE V operator()(V v) const {
-    const hn::DFromV<V> d;
-    return hn::TableLookupBytes(v, hn::LoadDup128(d, from));
+    return hn::TableLookupBytes(v, hn::LoadDup128(hn::DFromV<V>(), from));
   }
 };
 
 constexpr std::uint8_t kZero = 0x80;  // in a shuffle: gives 0
 
-// ---- four pixels in a lane, of the sixteen that the lane converts ----
+// Quads of a pixel format say how they are loaded: kStep bytes a pixel, of which the first begins
+// at First(index); and where the channels are that they have at `channels`, in the source.
 
-// Where the four pixels lie in their 16 bytes: the first byte, bytes a pixel, the channels in them.
-struct QuadLayout {
-  int first, step, blue, green, red;
+struct Quads24 {
+  static constexpr int kSourceBytes = 3;
+  static constexpr int kStep = 3;
+  static constexpr int First(int index) { return index % 2 == 0 ? 0 : 4; }
+  static constexpr Channels InSource(Channels channels) { return channels; }
 
-  constexpr std::uint8_t At(int pixel, int channel) const {
-    return static_cast<std::uint8_t>(first + step * pixel + channel);
-  }
-  // Words B, R of each pixel.
-  constexpr Shuffle BlueRed() const {
-    Shuffle s{};
-    for (int i = 0; i < 4; ++i) {
-      s.from[4 * i] = At(i, blue);
-      s.from[4 * i + 2] = At(i, red);
-      s.from[4 * i + 1] = s.from[4 * i + 3] = kZero;
-    }
-    return s;
-  }
-  // Words G, 0 of each pixel.
-  constexpr Shuffle Green() const {
-    Shuffle s{};
-    for (int i = 0; i < 4; ++i) {
-      s.from[4 * i] = At(i, green);
-      s.from[4 * i + 1] = s.from[4 * i + 2] = s.from[4 * i + 3] = kZero;
-    }
-    return s;
+  // Odd quads are read from 4 bytes before on, so that the last does not reach beyond the row.
+  template <int kIndex, class D>
+  static HWY_INLINE hn::VFromD<D> Load(D d, const Byte* source) {
+    return LoadLanes(d, source + 12 * kIndex - First(kIndex), 48);
   }
 };
 
-// The weighted sum of words B, R and of words G, any; rounded down. Weights and shift are half of
-// Luminance's, for the weights to fit signed words: they are even.
-template <class V>
-HWY_INLINE V QuadLuminance(V blueRed, V green) {
-  const hn::DFromV<V> d;
-  const hn::Repartition<std::int32_t, decltype(d)> d32;
-  const hn::Repartition<std::int16_t, decltype(d)> d16;
-  const auto blueRedWeights = hn::BitCast(d16, hn::Set(d32, 7424 / 2 + 19562 / 2 * 65536));
-  const auto greenWeight = hn::BitCast(d16, hn::Set(d32, 38550 / 2));
-  auto unused = hn::Zero(d32);
-  const auto part = hn::ReorderWidenMulAccumulate(d32, hn::BitCast(d16, green), greenWeight,
-                                                  hn::Zero(d32), unused);
-  const auto sum =
-      hn::ReorderWidenMulAccumulate(d32, hn::BitCast(d16, blueRed), blueRedWeights, part, unused);
-  return hn::BitCast(d, hn::ShiftRight<15>(sum));
-}
+struct Quads32 {
+  static constexpr int kSourceBytes = 4;
+  static constexpr int kStep = 4;
+  static constexpr int First(int) { return 0; }
+  static constexpr Channels InSource(Channels channels) { return channels; }
 
-// The low bytes of the four 32-bit words of each lane, of four vectors.
-template <class V>
-HWY_INLINE V PackQuads(V a, V b, V c, V e) {
-  const hn::DFromV<V> d;
-  const hn::Repartition<std::int32_t, decltype(d)> d32;
-  const hn::Repartition<std::int16_t, decltype(d)> d16;
-  return PackLanes(hn::ReorderDemote2To(d16, hn::BitCast(d32, a), hn::BitCast(d32, b)),
-                   hn::ReorderDemote2To(d16, hn::BitCast(d32, c), hn::BitCast(d32, e)));
-}
-
-template <int kBlue, int kGreen, int kRed>
-struct Luminance24 {
-  static constexpr int kSourceBytes = 3, kTargetBytes = 1;
-
-  template <class D>
-  HWY_INLINE hn::VFromD<D> Even(D d, const Byte* source) const {
-    static constexpr QuadLayout kLayout = {0, 3, kBlue, kGreen, kRed};
-    static constexpr Shuffle kBlueRed = kLayout.BlueRed(), kGreens = kLayout.Green();
-    const auto v = LoadLanes(d, source, 48);
-    return QuadLuminance(kBlueRed(v), kGreens(v));
+  template <int kIndex, class D>
+  static HWY_INLINE hn::VFromD<D> Load(D d, const Byte* source) {
+    return LoadLanes(d, source + 16 * kIndex, 64);
   }
-  // From 4 bytes before the pixels on, for the last not to reach beyond the row.
+};
+
+// Of each word the high byte.
+struct Quads64 {
+  static constexpr int kSourceBytes = 8;
+  static constexpr int kStep = 4;
+  static constexpr int First(int) { return 0; }
+  static constexpr Channels InSource(Channels channels) {
+    return {2 * channels.blue + 1, 2 * channels.green + 1, 2 * channels.red + 1};
+  }
+
   template <class D>
-  HWY_INLINE hn::VFromD<D> Odd(D d, const Byte* source) const {
-    static constexpr QuadLayout kLayout = {4, 3, kBlue, kGreen, kRed};
-    static constexpr Shuffle kBlueRed = kLayout.BlueRed(), kGreens = kLayout.Green();
-    const auto v = LoadLanes(d, source - 4, 48);
-    return QuadLuminance(kBlueRed(v), kGreens(v));
+  static HWY_INLINE auto HighBytes(D d, const Byte* source) {
+    const hn::Repartition<std::uint16_t, D> d16;
+    const hn::Repartition<std::int16_t, D> signed16;
+    return hn::BitCast(signed16, hn::ShiftRight<8>(hn::BitCast(d16, LoadLanes(d, source, 128))));
+  }
+  template <int kIndex, class D>
+  static HWY_INLINE hn::VFromD<D> Load(D d, const Byte* source) {
+    return PackLanes(HighBytes(d, source + 32 * kIndex), HighBytes(d, source + 32 * kIndex + 16));
+  }
+};
+
+// ---- luminance ----
+
+// Products of unsigned and signed bytes, the two of a word added up. (Highway 1.0.3 lacks it.)
+HWY_INLINE hn::Vec128<std::int16_t> MulPairs(hn::Vec128<std::uint8_t> a,
+                                             hn::Vec128<std::int8_t> b) {
+  return hn::Vec128<std::int16_t>{_mm_maddubs_epi16(a.raw, b.raw)};
+}
+#if HWY_TARGET != HWY_SSSE3
+HWY_INLINE hn::Vec256<std::int16_t> MulPairs(hn::Vec256<std::uint8_t> a,
+                                             hn::Vec256<std::int8_t> b) {
+  return hn::Vec256<std::int16_t>{_mm256_maddubs_epi16(a.raw, b.raw)};
+}
+#endif
+
+// The weights of blue, green, red, all halved as they are even, are 256 * high + low.
+//
+//   (256 H + L) >> 15  ==  (H + (L >> 8)) >> 7
+//
+// for the sums H and L of the products: no sum leaves 16 bits, and what is rounded off is the same.
+struct Weights {
+  std::int8_t blue, green, red;
+};
+constexpr Weights kHigh = {15, 75, 38};
+constexpr Weights kLow = {-128, 75, 53};
+static_assert(WeightedSum(0, 0, 1) == 2 * (256 * kHigh.blue + kLow.blue));
+static_assert(WeightedSum(0, 1, 0) == 2 * (256 * kHigh.green + kLow.green));
+static_assert(WeightedSum(1, 0, 0) == 2 * (256 * kHigh.red + kLow.red));
+
+// Both bytes of each word.
+template <class D>
+HWY_INLINE hn::VFromD<D> Pairs(D d, int low, int high) {
+  const hn::Repartition<std::int16_t, D> d16;
+  return hn::BitCast(d, hn::Set(d16, static_cast<std::int16_t>((low & 0xFF) | high * 256)));
+}
+
+// Bytes B, G of four pixels, then bytes R, 0 of them, or 0, R.
+template <class Quads>
+constexpr Shuffle ToPairs(int index, Channels channels, int redByte) {
+  Shuffle s{};
+  for (int i = 0; i < 4; ++i) {
+    const int pixel = Quads::First(index) + Quads::kStep * i;
+    s.from[2 * i] = static_cast<std::uint8_t>(pixel + channels.blue);
+    s.from[2 * i + 1] = static_cast<std::uint8_t>(pixel + channels.green);
+    s.from[8 + 2 * i + redByte] = static_cast<std::uint8_t>(pixel + channels.red);
+    s.from[9 + 2 * i - redByte] = kZero;
+  }
+  return s;
+}
+
+// The luminance of the pixels with those words B, G and with R in one byte of each word `reds`.
+template <class V>
+HWY_INLINE auto LuminanceOfPairs(V blueGreens, V reds, bool isRedHigh) {
+  const hn::RebindToSigned<hn::DFromV<V>> d;
+  const auto sum = [&](Weights w) HWY_ATTR {
+    return MulPairs(blueGreens, Pairs(d, w.blue, w.green)) +
+           MulPairs(reds, isRedHigh ? Pairs(d, 0, w.red) : Pairs(d, w.red, 0));
+  };
+  return hn::ShiftRight<7>(sum(kHigh) + hn::ShiftRight<8>(sum(kLow)));
+}
+
+template <class Quads, const Channels& kChannels>
+struct QuadsToLuminance {
+  static constexpr int kSourceBytes = Quads::kSourceBytes, kTargetBytes = 1;
+
+  template <int kIndex, class D>
+  static HWY_INLINE hn::VFromD<D> LoadPairs(D d, const Byte* source) {
+    static constexpr Shuffle kShuffle = ToPairs<Quads>(kIndex, kChannels, kIndex / 2);
+    return kShuffle(Quads::template Load<kIndex>(d, source));
   }
   template <class D>
   HWY_INLINE void Convert(D d, const Byte* source, Byte* target) const {
-    hn::StoreU(
-        PackQuads(Even(d, source), Odd(d, source + 12), Even(d, source + 24), Odd(d, source + 36)),
-        d, target);
+    const hn::Repartition<std::uint64_t, D> d64;
+    const auto a = hn::BitCast(d64, LoadPairs<0>(d, source));
+    const auto b = hn::BitCast(d64, LoadPairs<1>(d, source));
+    const auto c = hn::BitCast(d64, LoadPairs<2>(d, source));
+    const auto e = hn::BitCast(d64, LoadPairs<3>(d, source));
+    const auto reds = hn::BitCast(d, hn::InterleaveUpper(d64, a | c, b | e));
+    const auto low = LuminanceOfPairs(hn::BitCast(d, hn::InterleaveLower(d64, a, b)), reds, false);
+    const auto high = LuminanceOfPairs(hn::BitCast(d, hn::InterleaveLower(d64, c, e)), reds, true);
+    hn::StoreU(PackLanes(low, high), d, target);
   }
 };
 
-template <class Kernel, int kLayout, int kKind>
-void ToGrey(const Byte* source, Byte* target, int width, const Byte* palette) {
-  if (width < kLane) {
-    kPlainRowRoutines.toGrey[kLayout][kKind](source, target, width, palette);
+// ---- one channel ----
+
+// The channel of four pixels in the place of quad `index` among 16 bytes, the others 0.
+template <class Quads>
+constexpr Shuffle ToPlace(int index, int channel) {
+  Shuffle s{};
+  for (std::uint8_t& from : s.from) from = kZero;
+  for (int i = 0; i < 4; ++i) {
+    s.from[4 * index + i] =
+        static_cast<std::uint8_t>(Quads::First(index) + Quads::kStep * i + channel);
+  }
+  return s;
+}
+
+template <class Quads, int kChannel>
+struct QuadsToChannel {
+  static constexpr int kSourceBytes = Quads::kSourceBytes, kTargetBytes = 1;
+
+  template <int kIndex, class D>
+  static HWY_INLINE hn::VFromD<D> LoadPlace(D d, const Byte* source) {
+    static constexpr Shuffle kShuffle = ToPlace<Quads>(kIndex, kChannel);
+    return kShuffle(Quads::template Load<kIndex>(d, source));
+  }
+  template <class D>
+  HWY_INLINE void Convert(D d, const Byte* source, Byte* target) const {
+    hn::StoreU((LoadPlace<0>(d, source) | LoadPlace<1>(d, source)) |
+                   (LoadPlace<2>(d, source) | LoadPlace<3>(d, source)),
+               d, target);
+  }
+};
+
+// ---- colours ----
+
+// The three colour bytes of four pixels, with a gap of four bytes at `gap`.
+template <class Quads>
+constexpr Shuffle ColourShuffle(int index, Channels channels, int gap) {
+  Shuffle s{};
+  for (int i = 0; i < 12; ++i) {
+    s.from[i < gap ? i : i + 4] =
+        static_cast<std::uint8_t>(Quads::First(index) + Quads::kStep * (i / 3) + channels[i % 3]);
+  }
+  return s;
+}
+
+template <class Quads, const Channels& kChannels>
+struct QuadsToColours {
+  static constexpr int kSourceBytes = Quads::kSourceBytes, kTargetBytes = 3;
+
+  template <int kIndex, int kGap, class D>
+  static HWY_INLINE hn::VFromD<D> LoadColours(D d, const Byte* source) {
+    static constexpr Shuffle kShuffle = ColourShuffle<Quads>(kIndex, kChannels, kGap);
+    return kShuffle(Quads::template Load<kIndex>(d, source));
+  }
+  template <class D>
+  HWY_INLINE void Convert(D d, const Byte* source, Byte* target) const {
+    const auto a = LoadColours<0, 0>(d, source);  // the gaps are what is shifted out
+    const auto b = LoadColours<1, 4>(d, source);
+    const auto c = LoadColours<2, 8>(d, source);
+    const auto e = LoadColours<3, 12>(d, source);
+    StoreLanes3(d, hn::CombineShiftRightBytes<4>(d, b, a), hn::CombineShiftRightBytes<8>(d, c, b),
+                hn::CombineShiftRightBytes<12>(d, e, c), target);
+  }
+};
+
+// Of words B, G, R the high bytes.
+struct HighBytes {
+  static constexpr int kSourceBytes = 6, kTargetBytes = 3;
+
+  template <class D>
+  HWY_INLINE void Convert(D d, const Byte* source, Byte* target) const {
+    ConvertVector(d, source, target);
+    ConvertVector(d, source + 2 * Size(d), target + Size(d));
+    ConvertVector(d, source + 4 * Size(d), target + 2 * Size(d));
+  }
+
+ private:
+  template <class D>
+  static HWY_INLINE void ConvertVector(D d, const Byte* source, Byte* target) {
+    const auto low = hn::LoadU(d, source);
+    hn::StoreU(hn::ConcatOdd(d, hn::LoadU(d, source + Size(d)), low), d, target);
+  }
+};
+
+// ---- vectors of 64 bytes ----
+
+#if HWY_TARGET == HWY_AVX3_DL
+
+using Bytes64 = hn::Full512<std::uint8_t>;
+using V64 = hn::Vec512<std::uint8_t>;
+
+// Where the bytes of a result come from: 64 pixels of kSource bytes are loaded in up to kMaxLoads
+// vectors for each vector of the result, and each byte picks its own.
+struct Gather {
+  static constexpr int kMaxLoads = 4;
+
+  alignas(64) std::uint8_t from[3][64] = {};
+  std::uint64_t mask[3][kMaxLoads] = {};
+  int start[3][kMaxLoads] = {};
+  int loads = 1;
+
+  // A pixel's target bytes are those at the offsets of `channels` in the source.
+  constexpr Gather(int sourceBytes, int targetBytes, Channels channels) {
+    for (int v = 0; v < targetBytes; ++v) {
+      const auto origin = [&](int i) {  // of byte i of vector v
+        const int j = 64 * v + i;
+        return sourceBytes * (j / targetBytes) + channels[j % targetBytes];
+      };
+      int first = origin(0);
+      for (int i = 1; i < 4; ++i) first = origin(i) < first ? origin(i) : first;
+      for (int load = 0; load < kMaxLoads; ++load) {
+        const int last = 64 * (sourceBytes - 1);  // so that no load reaches beyond the pixels
+        start[v][load] = first + 64 * load < last ? first + 64 * load : last;
+      }
+      for (int i = 0; i < 64; ++i) {
+        const int load = (origin(i) - first) / 64;
+        from[v][i] = static_cast<std::uint8_t>(origin(i) - start[v][load]);
+        mask[v][load] |= std::uint64_t{1} << i;
+        loads = load + 1 > loads ? load + 1 : loads;
+      }
+    }
+  }
+};
+
+// Highway 1.0.3 permutes bytes within 16 only.
+HWY_INLINE V64 Permute(V64 from, V64 bytes) {
+  return V64{_mm512_permutexvar_epi8(from.raw, bytes.raw)};
+}
+HWY_INLINE V64 PermuteInto(V64 previous, std::uint64_t mask, V64 from, V64 bytes) {
+  return V64{_mm512_mask_permutexvar_epi8(previous.raw, mask, from.raw, bytes.raw)};
+}
+
+template <const Gather& kGather, int kVector, int kLoad>
+HWY_INLINE V64 GatherVector(const Byte* source) {
+  const Bytes64 d;
+  const V64 from = hn::Load(d, kGather.from[kVector]);
+  const V64 bytes = hn::LoadU(d, source + kGather.start[kVector][kLoad]);
+  if constexpr (kLoad == 0) {
+    return Permute(from, bytes);
   } else {
-    ConvertAtLeast16(Kernel(), source, target, width);
+    const V64 previous = GatherVector<kGather, kVector, kLoad - 1>(source);
+    return PermuteInto(previous, kGather.mask[kVector][kLoad], from, bytes);
   }
 }
 
+// Kernel, with the gathering in its place where vectors have 64 bytes.
+template <class Kernel, const Channels& kChannels>
+struct Gathering : Kernel {
+  static constexpr Gather kGather{Kernel::kSourceBytes, Kernel::kTargetBytes, kChannels};
+
+  template <class D>
+  HWY_INLINE void Convert(D d, const Byte* source, Byte* target) const {
+    if constexpr (Size(d) < 64) {
+      Kernel::Convert(d, source, target);
+    } else {
+      hn::StoreU(GatherVector<kGather, 0, kGather.loads - 1>(source), d, target);
+      if constexpr (Kernel::kTargetBytes == 3) {
+        hn::StoreU(GatherVector<kGather, 1, kGather.loads - 1>(source), d, target + 64);
+        hn::StoreU(GatherVector<kGather, 2, kGather.loads - 1>(source), d, target + 128);
+      }
+    }
+  }
+};
+
+// Four bytes for each pixel: 16 of the 64, from byte 48 * k or 64 * k on.
+struct SpreadTable {
+  alignas(64) std::uint8_t from[64] = {};
+
+  constexpr explicit SpreadTable(int first) {
+    for (int i = 0; i < 64; ++i) {
+      from[i] = static_cast<std::uint8_t>((first + i / 4 * 3 + i % 4) % 64);
+    }
+  }
+};
+
+template <class Quads>
+struct Sixteens {
+  template <int kIndex>
+  static HWY_INLINE V64 Load(const Byte* source) {
+    return hn::LoadU(Bytes64(), source + 64 * kIndex);
+  }
+};
+template <>
+struct Sixteens<Quads24> {
+  template <int kIndex>
+  static HWY_INLINE V64 Load(const Byte* source) {
+    constexpr int kStart = kIndex < 3 ? 48 * kIndex : 128;  // the last ends with the row
+    static constexpr SpreadTable kSpread(48 * kIndex - kStart);
+    const Bytes64 d;
+    return Permute(hn::Load(d, kSpread.from), hn::LoadU(d, source + kStart));
+  }
+};
+
+// Adds to each word of `sum` the products of its four unsigned and four signed bytes. All processors
+// of this set have the instruction; Highway 1.0.3 tells the compiler of its cousin AVX-VNNI only.
+HWY_INLINE hn::Vec512<std::int32_t> AddProducts(hn::Vec512<std::int32_t> sum, V64 a,
+                                                hn::Vec512<std::int32_t> b) {
+  asm("vpdpbusd %2, %1, %0" : "+v"(sum.raw) : "v"(a.raw), "v"(b.raw));
+  return sum;
+}
+
+// The luminance, times 128, of pixels of four bytes.
+template <const Channels& kChannels>
+HWY_INLINE hn::Vec512<std::int32_t> LuminanceTimes128(V64 pixels) {
+  const hn::Full512<std::int32_t> d;
+  const auto weights = [&](Weights w) HWY_ATTR {
+    const auto at = [](int weight, int channel) {
+      return (static_cast<std::uint32_t>(weight) & 0xFFU) << (8 * channel);
+    };
+    return hn::Set(
+        d, static_cast<std::int32_t>(at(w.blue, kChannels.blue) | at(w.green, kChannels.green) |
+                                     at(w.red, kChannels.red)));
+  };
+  return AddProducts(hn::ShiftRight<8>(AddProducts(hn::Zero(d), pixels, weights(kLow))), pixels,
+                     weights(kHigh));
+}
+
+template <class Quads, const Channels& kChannels>
+struct SixteensToLuminance : QuadsToLuminance<Quads, kChannels> {
+  template <int kIndex>
+  static HWY_INLINE hn::Vec512<std::int32_t> Part(const Byte* source) {
+    return LuminanceTimes128<kChannels>(Sixteens<Quads>::template Load<kIndex>(source));
+  }
+  template <class D>
+  HWY_INLINE void Convert(D d, const Byte* source, Byte* target) const {
+    if constexpr (Size(d) < 64) {
+      QuadsToLuminance<Quads, kChannels>::Convert(d, source, target);
+    } else {
+      const hn::Full512<std::int16_t> d16;
+      const hn::Full512<std::uint32_t> d32;
+      const auto low = hn::ReorderDemote2To(d16, Part<0>(source), Part<1>(source));
+      const auto high = hn::ReorderDemote2To(d16, Part<2>(source), Part<3>(source));
+      const auto bytes = PackLanes(hn::ShiftRight<7>(low), hn::ShiftRight<7>(high));
+      alignas(64) static constexpr std::uint32_t kOrder[16] = {0, 4, 8,  12, 1, 5, 9,  13,
+                                                               2, 6, 10, 14, 3, 7, 11, 15};
+      const auto order = hn::SetTableIndices(d32, kOrder);
+      hn::StoreU(hn::BitCast(d, hn::TableLookupLanes(hn::BitCast(d32, bytes), order)), d, target);
+    }
+  }
+};
+
+#else
+
+template <class Kernel, const Channels&>
+using Gathering = Kernel;
+
+template <class Quads, const Channels& kChannels>
+using SixteensToLuminance = QuadsToLuminance<Quads, kChannels>;
+
+#endif
+
+// ---- rows ----
+
+template <class Kernel>
+void ConvertRow(const Byte* source, Byte* target, int width, const Byte*) {
+  ConvertAtLeast16(Kernel(), source, target, width);
+}
+
+template <int kOffset>
+constexpr Channels kOneChannel = {kOffset, kOffset, kOffset};
+
+template <class Quads, int kOffset>
+using ToChannel = Gathering<QuadsToChannel<Quads, kOffset>, kOneChannel<kOffset>>;
+
+template <class Quads, const Channels& kChannels>
+constexpr Channels kInSource = Quads::InSource(kChannels);
+
+template <class Quads, const Channels& kChannels>
+using ToColours = Gathering<QuadsToColours<Quads, kChannels>, kInSource<Quads, kChannels>>;
+
+// In the order of GreyKind.
+template <class Quads, const Channels& kChannels>
+constexpr std::array<RowRoutine, kGreyKindCount> kToGrey = {
+    ConvertRow<SixteensToLuminance<Quads, kChannels>>, ConvertRow<ToChannel<Quads, kChannels.red>>,
+    ConvertRow<ToChannel<Quads, kChannels.green>>, ConvertRow<ToChannel<Quads, kChannels.blue>>};
+
 void AddChannelKernelsOfSet(RowRoutines& routines) {
-  constexpr int kBgr24 = static_cast<int>(SourceLayout::Bgr24);
-  constexpr int kRgb24 = static_cast<int>(SourceLayout::Rgb24);
-  routines.toGrey[kBgr24][0] = ToGrey<Luminance24<0, 1, 2>, kBgr24, 0>;
-  routines.toGrey[kRgb24][0] = ToGrey<Luminance24<2, 1, 0>, kRgb24, 0>;
+  const auto toGrey = [&](SourceLayout layout) -> auto& {
+    return routines.toGrey[static_cast<std::size_t>(layout)];
+  };
+  toGrey(SourceLayout::Bgr24) = toGrey(SourceLayout::YuvVu) = kToGrey<Quads24, kBgr>;
+  toGrey(SourceLayout::Rgb24) = toGrey(SourceLayout::YuvUv) = kToGrey<Quads24, kRgb>;
+  toGrey(SourceLayout::Bgra32) = kToGrey<Quads32, kBgr>;
+  toGrey(SourceLayout::Rgba32) = kToGrey<Quads32, kRgb>;
+
+  const auto toColour = [&](SourceLayout layout) -> auto& {
+    return routines.toColour[static_cast<std::size_t>(layout)];
+  };
+  toColour(SourceLayout::Rgb24) = ConvertRow<ToColours<Quads24, kRgb>>;
+  toColour(SourceLayout::Bgra32) = ConvertRow<ToColours<Quads32, kBgr>>;
+  toColour(SourceLayout::Rgba32) = ConvertRow<ToColours<Quads32, kRgb>>;
+  toColour(SourceLayout::Bgr48) = ConvertRow<Gathering<HighBytes, kBgr48>>;
+  toColour(SourceLayout::Rgba64) = ConvertRow<ToColours<Quads64, kRgb>>;
+  toColour(SourceLayout::Bgra64) = ConvertRow<ToColours<Quads64, kBgr>>;
 }
 
 #endif  // VELMORA_HAS_KERNELS
