@@ -99,6 +99,50 @@ TEST_F(Base64, TheShortWayAgreesWithTheVirtualSteps) {
   }
 }
 
+// Also behind the results: neither way may write more than the other.
+std::string Buffers(CBase64& codec) {
+  constexpr std::size_t kCompared = 512;
+  return std::string(codec.EncodedMessage(), kCompared) +
+         std::string(reinterpret_cast<const char*>(codec.DecodedMessage()), kCompared);
+}
+
+// From a buffer of exactly that size.
+std::string DecodeExactly(CBase64& codec, const std::string& text) {
+  std::vector<unsigned char> exact(text.begin(), text.end());
+  codec.Decode(exact.data(), Size(text));
+  return Decoded(codec) + Buffers(codec);
+}
+
+// Every length, and every character in every place, which need not be one that text has.
+TEST_F(Base64, BothWaysAgreeOnEachLengthAndEachCharacter) {
+  std::mt19937 random(8);
+  Bytes bytes(300, '\0');
+  for (char& byte : bytes) byte = static_cast<char>(random());
+  std::string text;
+  for (std::size_t length = 0; length <= bytes.size(); ++length) {
+    SCOPED_TRACE(length);
+    std::vector<unsigned char> exact(bytes.begin(), bytes.begin() + static_cast<int>(length));
+    const auto encode = [&](CBase64& codec) {
+      const unsigned long count = codec.Encode(exact.data(), static_cast<unsigned long>(length));
+      return std::make_pair(count, std::string(codec.EncodedMessage(), 512));
+    };
+    const auto [count, buffer] = encode(encoder_);
+    ASSERT_EQ(std::pair(count, buffer), encode(slowEncoder_));
+    text = buffer.substr(0, count);
+    ASSERT_EQ(DecodeExactly(decoder_, text), DecodeExactly(slowDecoder_, text));
+    ASSERT_EQ(Decoded(decoder_), bytes.substr(0, length));
+  }
+  for (std::size_t place = 0; place < 160; ++place) {
+    // A length for each remainder of a vector.
+    std::string changed = text.substr(0, 161 + place % 64);
+    for (int c = 0; c < 256; ++c) {
+      changed[place] = static_cast<char>(c);
+      ASSERT_EQ(DecodeExactly(decoder_, changed), DecodeExactly(slowDecoder_, changed))
+          << "character " << c << " in place " << place;
+    }
+  }
+}
+
 TEST_F(Base64, ReusesItsBuffers) {
   for (CBase64* codec : encoders_) {
     const std::string old = Encode(*codec, Bytes(100, 'x'));

@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "velmora/util/base64.h"
+#include "velmora/util/internal/base64_kernels.h"
 #include "velmora/util/internal/base64_tables.h"
 
 namespace velmora {
@@ -116,8 +117,9 @@ class Decoder {
 
   void Run() {
     do {
-      while (DecodeCleanBlock()) {
-      }
+      do {
+        DecodeVectors();
+      } while (DecodeCleanBlock());
     } while (DecodeCarefulGroup());
   }
 
@@ -129,6 +131,23 @@ class Decoder {
   // Text is copied a block at a time, which costs less than copying each group. On 16 MiB, beyond
   // the caches, blocks of 512 took 6.3 ms, blocks of 4096 took 8.2 ms (EPYC, g++ 12 -O2).
   static constexpr std::ptrdiff_t kBlockLength = 512;
+  // With fewer characters the call costs more than it gains.
+  static constexpr std::ptrdiff_t kLeastForVectors = 16;
+
+  // Groups of characters of the alphabet, as far as kernels come; and on behind what is skipped
+  // between two groups, as lines of most texts are whole groups.
+  void DecodeVectors() {
+    do {
+      while (IsAtSkipped()) ++in_;
+      if (end_ - in_ < kLeastForVectors) return;
+      const std::size_t done = kernel_(in_, static_cast<std::size_t>(end_ - in_), kept_, decoded_);
+      in_ += done;
+      kept_ += done;
+      decoded_ += done / 4 * 3;
+    } while (IsAtSkipped());
+  }
+
+  bool IsAtSkipped() const { return in_ != end_ && internal::IsSkippedInBase64(*in_); }
 
   // Up to a block of characters, two groups at a time, as long as none of them is skipped or
   // padding. Returns whether it came to the end of the block.
@@ -188,6 +207,7 @@ class Decoder {
   unsigned char* kept_;
   unsigned char* decoded_;
   std::uint32_t paddingCount_ = 0;
+  decltype(internal::Base64Kernels::decode) kernel_ = internal::ChosenBase64Kernels().decode;
 };
 
 }  // namespace
@@ -196,6 +216,9 @@ void CBase64::EncodeExactly() {
   const unsigned char* in = decodeBuffer_;
   const unsigned char* const end = in + decodedLength_;
   unsigned char* out = encodeBuffer_;
+  const std::size_t done = internal::ChosenBase64Kernels().encode(in, decodedLength_, out);
+  in += done;
+  out += done / 3 * 4;
   // Four bytes are read where three are used.
   for (; end - in >= 4; in += 3, out += 4) {
     const std::uint32_t bits = LoadBytes(in);
