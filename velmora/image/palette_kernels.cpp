@@ -7,13 +7,13 @@
 #define HWY_TARGET_INCLUDE "velmora/image/palette_kernels.cpp"
 #include "velmora/platform/internal/simd_kernels.h"
 
+#include "velmora/image/internal/kernel_pieces-inl.h"
+
 HWY_BEFORE_NAMESPACE();
 namespace velmora::internal {
 namespace HWY_NAMESPACE {
 #if VELMORA_HAS_KERNELS
 namespace {
-
-namespace hn = hwy::HWY_NAMESPACE;
 
 using FullVector = hn::ScalableTag<Byte>;
 using BlockVector = hn::FixedTag<Byte, 16>;
@@ -349,7 +349,7 @@ class IndicesToColour {
         red_(ByteTable::OfWords<2>(palette)) {}
 
   void Convert(hn::Vec<D> indices, Byte* target) const {
-    hn::StoreInterleaved3(blue_[indices], green_[indices], red_[indices], D(), target);
+    StoreColours(D(), blue_[indices], green_[indices], red_[indices], target);
   }
 
  private:
