@@ -226,27 +226,46 @@ for i in range(int(sys.argv[3])):
 PYTHON
 }
 
-# start_worker NUMBER [ARGUMENT]...: its process is in ${workers[NUMBER]}.
+# start_worker NUMBER [ARGUMENT]...: the program, or the one in $worker_program. A shell of its own waits
+# for it, ${workers[NUMBER]}, so that this one does not remark on its death.
 declare -A workers=()
 start_worker() {
-  local number=$1
+  local number=$1 pid_file=$cluster/worker-$1.pid
   shift
-  "$programs/velmora-worker" "${queue[@]}" "${store[@]}" --threads 1 "$@" \
-    >>"$cluster/log/worker-$number.log" 2>&1 </dev/null &
+  rm -f "$pid_file"
+  (
+    "${worker_program:-$programs/velmora-worker}" "${queue[@]}" "${store[@]}" --threads 1 "$@" \
+      >>"$cluster/log/worker-$number.log" 2>&1 </dev/null &
+    echo $! >"$pid_file.new"
+    mv "$pid_file.new" "$pid_file"
+    wait $!
+  ) 2>/dev/null &
   workers[$number]=$!
+  until [ -e "$pid_file" ]; do sleep 0.01; done
 }
+
+# signal_worker NUMBER SIGNAL: unless it has just ended.
+signal_worker() { kill -"$2" "$(cat "$cluster/worker-$1.pid")" 2>/dev/null || true; }
 
 # stop_programs: asks the workers to end, and waits until they have.
 stop_programs() {
   local number
-  for number in "${!workers[@]}"; do kill -TERM "${workers[$number]}" 2>/dev/null || true; done
-  for number in "${!workers[@]}"; do wait "${workers[$number]}" 2>/dev/null || true; done
+  for number in "${!workers[@]}"; do signal_worker "$number" TERM; done
+  for number in "${!workers[@]}"; do wait "${workers[$number]}" || true; done
   workers=()
 }
 
-# How many results there are so far.
+# How many results there are so far, and how many jobs among the dead letters; 0 while the store or the
+# broker is away.
 count_results() {
-  "$programs/velmora-collect" "${store[@]}" --count 2>&1 | sed -n 's/ results\{0,1\}$//p'
+  local line
+  line=$("$programs/velmora-collect" "${store[@]}" --count 2>&1) || line=
+  [[ $line =~ ^([0-9]+)\ result ]] && echo "${BASH_REMATCH[1]}" || echo 0
+}
+count_dead_letters() {
+  local line
+  line=$("$programs/velmora-collect" "${queue[@]}" --dead --count 2>&1) || line=
+  [[ $line =~ \ of\ ([0-9]+)\ job ]] && echo "${BASH_REMATCH[1]}" || echo 0
 }
 
 # ---- all of it -----------------------------------------------------------------------------------

@@ -7,7 +7,7 @@ namespace velmora::cluster {
 namespace {
 
 constexpr std::chrono::seconds kFreshPatience{60};
-constexpr std::chrono::seconds kSuspectPatience{10};
+constexpr std::chrono::seconds kSuspectPatience{1};
 
 }  // namespace
 
@@ -36,7 +36,7 @@ std::optional<HeldJob> Hand::TakeNext(Clock::time_point now, int running) {
   Jobs& jobs = isSuspectDue ? suspects_ : fresh_;
   if (jobs.empty()) return std::nullopt;
   isAlone_ = isSuspectDue;
-  const auto chosen = isSuspectDue ? ChooseSuspect() : ChooseFresh(now);
+  const auto chosen = isSuspectDue ? jobs.begin() : ChooseFresh(now);
   HeldJob next = std::move(*chosen);
   jobs.erase(chosen);
   return next;
@@ -47,17 +47,6 @@ Hand::Jobs::iterator Hand::ChooseFresh(Clock::time_point now) {
   return std::min_element(fresh_.begin(), fresh_.end(), [](const HeldJob& a, const HeldJob& b) {
     return a.job.priority < b.job.priority;
   });
-}
-
-Hand::Jobs::iterator Hand::ChooseSuspect() {
-  const auto oldest =
-      std::min_element(suspects_.begin(), suspects_.end(),
-                       [](const HeldJob& a, const HeldJob& b) { return a.failures < b.failures; });
-  if (oldest->failures % 2 == 0) return oldest;
-  const auto newest = std::find_if(suspects_.rbegin(), suspects_.rend(), [&](const HeldJob& held) {
-    return held.failures == oldest->failures;
-  });
-  return std::prev(newest.base());
 }
 
 }  // namespace velmora::cluster

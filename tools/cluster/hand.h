@@ -24,11 +24,9 @@ struct HeldJob {
 ///
 /// Fresh jobs go by priority, then by arrival; one that has waited for a minute goes first, so that
 /// the broker never takes it for lost. A job that came back from a worker that died may have killed
-/// it, and the next death counts for all jobs in hand. So it is begun when nothing else is running
-/// and no fresh job is waiting, or it has waited for ten seconds itself; nothing is begun beside
-/// it. Of several the one that came back least goes first, and of equals by turns the newest or the
-/// oldest: whatever was in hand together with a killer gets its turn before it in one of two
-/// rounds.
+/// it. Nothing runs beside it: neither are others lost with it, nor is it charged with another's
+/// deed. It is begun when no fresh job is waiting, or when it has waited for a second itself; the
+/// longer it waits, the likelier it is to be charged with an accident.
 ///
 /// @threadsafety one thread
 class Hand {
@@ -51,7 +49,6 @@ class Hand {
   using Jobs = std::deque<HeldJob>;  // by arrival
 
   Jobs::iterator ChooseFresh(Clock::time_point now);
-  Jobs::iterator ChooseSuspect();
 
   Jobs fresh_;
   Jobs suspects_;

@@ -202,7 +202,7 @@ std::string Sha256(std::string_view bytes) {
   }
   std::string text;
   for (unsigned int i = 0; i < size; ++i)
-    text += {kHexDigits[digest[i] >> 4], kHexDigits[digest[i] & 15]};
+    { text += {kHexDigits[digest[i] >> 4], kHexDigits[digest[i] & 15]}; }
   return text;
 }
 

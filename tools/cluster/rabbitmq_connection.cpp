@@ -64,6 +64,33 @@ amqp_table_entry_t Entry(const char* key, bool is) {
   return entry;
 }
 
+const amqp_field_value_t* FindEntry(const amqp_table_t& table, const char* key) {
+  for (int i = 0; i < table.num_entries; ++i) {
+    if (ToString(table.entries[i].key) == key) return &table.entries[i].value;
+  }
+  return nullptr;
+}
+
+std::string TextOf(const amqp_table_t& table, const char* key) {
+  const amqp_field_value_t* const value = FindEntry(table, key);
+  const bool isText = value != nullptr &&
+                      (value->kind == AMQP_FIELD_KIND_UTF8 || value->kind == AMQP_FIELD_KIND_BYTES);
+  return isText ? ToString(value->value.bytes) : std::string();
+}
+
+amqp_table_t HeadersOf(const amqp_message_t& message) {
+  const bool hasHeaders = (message.properties._flags & AMQP_BASIC_HEADERS_FLAG) != 0;
+  return hasHeaders ? message.properties.headers : amqp_empty_table;
+}
+
+std::string SuspectQueueName(const QueueOptions& options) {
+  return options.prefix + ".suspects";
+}
+
+std::string DeadQueueName(const QueueOptions& options) {
+  return options.prefix + ".dead";
+}
+
 void ThrowStatus(const char* what, int status) {
   throw QueueError(std::string(what) + ": " + amqp_error_string2(status));
 }

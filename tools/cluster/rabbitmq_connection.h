@@ -37,6 +37,17 @@ amqp_table_t Table(std::array<amqp_table_entry_t, kCount>& entries) {
   return {static_cast<int>(kCount), entries.data()};
 }
 
+/// Null if the table has no such entry.
+const amqp_field_value_t* FindEntry(const amqp_table_t& table, const char* key);
+/// The entry's text; empty if there is none.
+std::string TextOf(const amqp_table_t& table, const char* key);
+/// The headers of a message, which may be none.
+amqp_table_t HeadersOf(const amqp_message_t& message);
+
+/// The queues of jobs that came back from a worker that died, and of those that were given up.
+std::string SuspectQueueName(const QueueOptions& options);
+std::string DeadQueueName(const QueueOptions& options);
+
 /// @throws QueueError, for a status of the library
 [[noreturn]] void ThrowStatus(const char* what, int status);
 

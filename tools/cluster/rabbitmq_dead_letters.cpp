@@ -12,23 +12,9 @@
 namespace velmora::cluster {
 namespace {
 
-const amqp_field_value_t* Find(const amqp_table_t& table, const char* key) {
-  for (int i = 0; i < table.num_entries; ++i) {
-    if (ToString(table.entries[i].key) == key) return &table.entries[i].value;
-  }
-  return nullptr;
-}
-
-std::string TextOf(const amqp_table_t& table, const char* key) {
-  const amqp_field_value_t* const value = Find(table, key);
-  const bool isText = value != nullptr &&
-                      (value->kind == AMQP_FIELD_KIND_UTF8 || value->kind == AMQP_FIELD_KIND_BYTES);
-  return isText ? ToString(value->value.bytes) : std::string();
-}
-
 // What the broker noted when it moved the message itself: the latest of a list of tables.
-std::string DescribeDeath(const amqp_table_t& headers) {
-  const amqp_field_value_t* const deaths = Find(headers, "x-death");
+std::string DescribeDeath(const amqp_table_t& headers, const std::string& suspects) {
+  const amqp_field_value_t* const deaths = FindEntry(headers, "x-death");
   if (deaths == nullptr || deaths->kind != AMQP_FIELD_KIND_ARRAY ||
       deaths->value.array.num_entries == 0 ||
       deaths->value.array.entries[0].kind != AMQP_FIELD_KIND_TABLE) {
@@ -36,17 +22,19 @@ std::string DescribeDeath(const amqp_table_t& headers) {
   }
   const amqp_table_t& death = deaths->value.array.entries[0].value.table;
   const std::string reason = TextOf(death, "reason");
+  const std::string queue = TextOf(death, "queue");
   if (reason == "delivery_limit") {
-    return "every worker that had it in hand died: " + std::to_string(kDeliveryLimit + 1) +
-           " of them";
+    // It became a suspect because one died before.
+    const std::int64_t count = kDeliveryLimit + (queue == suspects ? 2 : 1);
+    return std::to_string(count) + " workers that had it in hand died";
   }
-  return "the broker moved it from " + TextOf(death, "queue") + ": " + reason;
+  return "the broker moved it from " + queue + ": " + reason;
 }
 
 class RabbitMqDeadLetters final : public DeadLetters {
  public:
   explicit RabbitMqDeadLetters(const QueueOptions& options)
-      : queue_(options.prefix + ".dead"), connection_(options) {
+      : queue_(DeadQueueName(options)), suspects_(SuspectQueueName(options)), connection_(options) {
     connection_.Open();
   }
 
@@ -78,17 +66,15 @@ class RabbitMqDeadLetters final : public DeadLetters {
     Check("a dead letter", amqp_read_message(connection_.Get(), kChannel, &message, 0));
     DeadLetter letter;
     letter.message = ToString(message.body);
-    if ((message.properties._flags & AMQP_BASIC_HEADERS_FLAG) != 0) {
-      letter.error = TextOf(message.properties.headers, kErrorHeader);
-      if (letter.error.empty()) letter.error = DescribeDeath(message.properties.headers);
-    } else {
-      letter.error = DescribeDeath(amqp_empty_table);
-    }
+    const amqp_table_t headers = HeadersOf(message);
+    letter.error = TextOf(headers, kErrorHeader);
+    if (letter.error.empty()) letter.error = DescribeDeath(headers, suspects_);
     amqp_destroy_message(&message);
     return letter;
   }
 
   const std::string queue_;
+  const std::string suspects_;
   RabbitMqConnection connection_;
   std::uint64_t last_ = 0;  // the newest that was visited; its number counts up
 };

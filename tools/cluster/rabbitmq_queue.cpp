@@ -1,4 +1,10 @@
-// Jobs on RabbitMQ: a quorum queue per priority, one for dead letters, publisher confirms.
+// Jobs on RabbitMQ: a quorum queue per priority, one for suspects, one for dead letters, publisher
+// confirms.
+//
+// The broker counts how often a message came back from a worker that died, and gives it up when that
+// was too often. But it counts for every message that the worker had, and gives them all to the
+// next one. So what came back once is put into the queue of suspects, of which a worker takes one at
+// a time: there each is counted for itself.
 #include <amqp.h>
 #include <amqp_framing.h>
 #include <poll.h>
@@ -24,26 +30,24 @@ constexpr std::int64_t kMostJobs = 1'000'000;
 constexpr char kQueueHeader[] = "velmora-queue";
 constexpr std::size_t kMaxErrorBytes = 2000;
 
+constexpr char kSuspectTag[] = "suspects";
+
 // A quorum queue counts in a header how often a message came back; others only tell that it did.
 int CountFailures(const amqp_envelope_t& envelope) {
-  const amqp_basic_properties_t& properties = envelope.message.properties;
-  if ((properties._flags & AMQP_BASIC_HEADERS_FLAG) != 0) {
-    for (int i = 0; i < properties.headers.num_entries; ++i) {
-      const amqp_table_entry_t& entry = properties.headers.entries[i];
-      if (ToString(entry.key) != "x-delivery-count") continue;
-      const amqp_field_value_t& value = entry.value;
-      switch (value.kind) {
-        case AMQP_FIELD_KIND_I64:
-          return static_cast<int>(std::clamp<std::int64_t>(value.value.i64, 0, 1000));
-        case AMQP_FIELD_KIND_I32:
-          return std::clamp(value.value.i32, 0, 1000);
-        case AMQP_FIELD_KIND_I16:
-          return std::max<int>(value.value.i16, 0);
-        case AMQP_FIELD_KIND_I8:
-          return std::max<int>(value.value.i8, 0);
-        default:
-          break;
-      }
+  const amqp_field_value_t* const count =
+      FindEntry(HeadersOf(envelope.message), "x-delivery-count");
+  if (count != nullptr) {
+    switch (count->kind) {
+      case AMQP_FIELD_KIND_I64:
+        return static_cast<int>(std::clamp<std::int64_t>(count->value.i64, 0, 1000));
+      case AMQP_FIELD_KIND_I32:
+        return std::clamp(count->value.i32, 0, 1000);
+      case AMQP_FIELD_KIND_I16:
+        return std::max<int>(count->value.i16, 0);
+      case AMQP_FIELD_KIND_I8:
+        return std::max<int>(count->value.i8, 0);
+      default:
+        break;
     }
   }
   return envelope.redelivered != 0 ? 1 : 0;
@@ -70,7 +74,7 @@ class RabbitMqQueue final : public JobQueue {
   }
 
   void Publish(const std::string& message, int priority, std::uint64_t number) override {
-    Send(QueueName(priority), message, {}, {false, number});
+    Send(QueueName(priority), message, {}, {Purpose::kJob, number});
   }
 
   std::vector<QueueEvent> Poll(int wakeFd, int timeoutMs) override {
@@ -105,17 +109,15 @@ class RabbitMqQueue final : public JobQueue {
     const std::string queue = QueueName(found->second.priority);
     std::array<amqp_table_entry_t, 2> headers{Entry(kErrorHeader, text.c_str()),
                                               Entry(kQueueHeader, queue.c_str())};
-    Send(DeadQueueName(), found->second.message, Table(headers), {true, delivery});
+    Send(DeadQueueName(options_), found->second.message, Table(headers),
+         {Purpose::kDeadLetter, delivery});
   }
 
   void StopDelivery() override {
     RequireConnection();
     if (options_.prefetch == 0) return;
-    for (int priority = 0; priority < kPriorities; ++priority) {
-      const std::string tag = std::to_string(priority);
-      amqp_basic_cancel(Get(), kChannel, Bytes(tag));
-      CheckReply("the end of deliveries");
-    }
+    for (int priority = 0; priority < kPriorities; ++priority) Cancel(std::to_string(priority));
+    Cancel(kSuspectTag);
   }
 
  private:
@@ -124,9 +126,10 @@ class RabbitMqQueue final : public JobQueue {
     int priority = 0;
     std::string message;  // for the dead letter
   };
+  enum class Purpose { kJob, kDeadLetter, kSuspect };
   // What waits for the broker's confirmation.
   struct Published {
-    bool isDeadLetter = false;
+    Purpose purpose = Purpose::kJob;
     std::uint64_t number = 0;  // the caller's, or the delivery's
   };
 
@@ -137,12 +140,11 @@ class RabbitMqQueue final : public JobQueue {
   std::string QueueName(int priority) const {
     return options_.prefix + "." + std::to_string(priority);
   }
-  std::string DeadQueueName() const { return options_.prefix + ".dead"; }
   void CheckReply(const char* what) const { connection_.CheckReply(what); }
 
   // The same arguments in every program, or the broker refuses: both make the queues.
   void DeclareQueues() {
-    const std::string dead = DeadQueueName();
+    const std::string dead = DeadQueueName(options_);
     std::array<amqp_table_entry_t, 1> plain{Entry("x-queue-type", "quorum")};
     Declare(dead, Table(plain));
     std::array<amqp_table_entry_t, 7> limited{Entry("x-queue-type", "quorum"),
@@ -155,6 +157,7 @@ class RabbitMqQueue final : public JobQueue {
     for (int priority = 0; priority < kPriorities; ++priority) {
       Declare(QueueName(priority), Table(limited));
     }
+    Declare(SuspectQueueName(options_), Table(limited));
   }
 
   void Declare(const std::string& name, amqp_table_t arguments) {
@@ -163,14 +166,22 @@ class RabbitMqQueue final : public JobQueue {
   }
 
   void StartDelivery() {
-    amqp_basic_qos(Get(), kChannel, 0, static_cast<std::uint16_t>(options_.prefetch), 0);
-    CheckReply("the limit of jobs in hand");
     for (int priority = 0; priority < kPriorities; ++priority) {
-      const std::string name = QueueName(priority);
-      const std::string tag = std::to_string(priority);
-      amqp_basic_consume(Get(), kChannel, Bytes(name), Bytes(tag), 0, 0, 0, amqp_empty_table);
-      CheckReply("deliveries of the broker");
+      Consume(QueueName(priority), std::to_string(priority), options_.prefetch);
     }
+    Consume(SuspectQueueName(options_), kSuspectTag, 1);
+  }
+
+  void Consume(const std::string& queue, const std::string& tag, int prefetch) {
+    amqp_basic_qos(Get(), kChannel, 0, static_cast<std::uint16_t>(prefetch), 0);
+    CheckReply("the limit of jobs in hand");
+    amqp_basic_consume(Get(), kChannel, Bytes(queue), Bytes(tag), 0, 0, 0, amqp_empty_table);
+    CheckReply("deliveries of the broker");
+  }
+
+  void Cancel(const std::string& tag) {
+    amqp_basic_cancel(Get(), kChannel, Bytes(tag));
+    CheckReply("the end of deliveries");
   }
 
   void Send(const std::string& queue, const std::string& message, amqp_table_t headers,
@@ -197,7 +208,7 @@ class RabbitMqQueue final : public JobQueue {
     amqp_envelope_t envelope;
     const amqp_rpc_reply_t reply = amqp_consume_message(Get(), &envelope, &none, 0);
     if (reply.reply_type == AMQP_RESPONSE_NORMAL) {
-      events.push_back(TakeDelivery(envelope));
+      TakeDelivery(envelope, events);
       amqp_destroy_envelope(&envelope);
       return true;
     }
@@ -216,16 +227,32 @@ class RabbitMqQueue final : public JobQueue {
     return false;
   }
 
-  QueueEvent TakeDelivery(const amqp_envelope_t& envelope) {
+  void TakeDelivery(const amqp_envelope_t& envelope, std::vector<QueueEvent>& events) {
     QueueEvent event{};
     event.kind = QueueEvent::kJob;
     event.number = ++lastDelivery_;
     event.message = ToString(envelope.message.body);
     event.failures = CountFailures(envelope);
-    const std::string tag = ToString(envelope.consumer_tag);
-    event.priority = tag.size() == 1 ? tag[0] - '0' : 0;
+    const bool isSuspect = ToString(envelope.consumer_tag) == kSuspectTag;
+    // A suspect's header names the queue that it was in.
+    const std::string queue = isSuspect ? TextOf(HeadersOf(envelope.message), kQueueHeader)
+                                        : ToString(envelope.consumer_tag);
+    event.priority = queue.empty() ? 0 : std::clamp(queue.back() - '0', 0, kPriorities - 1);
     deliveries_[event.number] = {envelope.delivery_tag, event.priority, event.message};
-    return event;
+    if (isSuspect) {
+      ++event.failures;  // with the one that made it a suspect
+    } else if (event.failures > 0) {
+      return Suspect(event);
+    }
+    events.push_back(event);
+  }
+
+  // The delivery is accepted once the copy is safe.
+  void Suspect(const QueueEvent& event) {
+    const std::string queue = QueueName(event.priority);
+    std::array<amqp_table_entry_t, 1> headers{Entry(kQueueHeader, queue.c_str())};
+    Send(SuspectQueueName(options_), event.message, Table(headers),
+         {Purpose::kSuspect, event.number});
   }
 
   void TakeMethod(const amqp_method_t& method, std::vector<QueueEvent>& events) {
@@ -259,22 +286,23 @@ class RabbitMqQueue final : public JobQueue {
               std::vector<QueueEvent>& events) {
     const auto end = published_.upper_bound(sequence);
     const auto begin = isMultiple ? published_.begin() : published_.lower_bound(sequence);
-    std::vector<std::uint64_t> buried;
+    std::vector<Published> moved;
     for (auto at = begin; at != end; ++at) {
       const Published& published = at->second;
-      if (!published.isDeadLetter) {
+      if (published.purpose == Purpose::kJob) {
         events.push_back(
             {isSafe ? QueueEvent::kConfirmed : QueueEvent::kRefused, published.number, {}, 0, 0});
       } else if (isSafe) {
-        buried.push_back(published.number);
+        moved.push_back(published);
       } else {
-        throw QueueError("the broker does not take a dead letter");
+        throw QueueError("the broker does not take a dead letter or a suspect");
       }
     }
     published_.erase(begin, end);
-    for (const std::uint64_t delivery : buried) {
-      Accept(delivery);
-      events.push_back({QueueEvent::kBuried, delivery, {}, 0, 0});
+    for (const Published& published : moved) {
+      Accept(published.number);
+      if (published.purpose != Purpose::kDeadLetter) continue;
+      events.push_back({QueueEvent::kBuried, published.number, {}, 0, 0});
     }
   }
 
