@@ -6,8 +6,6 @@
 #include <openssl/ssl.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
 #include <iterator>
 
 #include "tools/capture/option_table.h"
@@ -149,10 +147,7 @@ void RabbitMqConnection::OpenSocket() {
   const int status = amqp_socket_open_noblock(socket, place_.host, place_.port, &kConnectTimeout);
   if (status == AMQP_STATUS_OK) return;
   throw QueueError("the broker at " + std::string(place_.host) + ":" + std::to_string(place_.port) +
-                   " cannot be reached: " + amqp_error_string2(status) +
-                   (status == AMQP_STATUS_SOCKET_ERROR && errno != 0
-                        ? std::string(" (") + std::strerror(errno) + ")"
-                        : ""));
+                   " cannot be reached: " + amqp_error_string2(status));
 }
 
 void RabbitMqConnection::PrepareTls(amqp_socket_t& socket) const {
