@@ -201,8 +201,9 @@ std::string Sha256(std::string_view bytes) {
     throw std::runtime_error("SHA-256 cannot be computed");
   }
   std::string text;
-  for (unsigned int i = 0; i < size; ++i)
-    { text += {kHexDigits[digest[i] >> 4], kHexDigits[digest[i] & 15]}; }
+  for (unsigned int i = 0; i < size; ++i) {
+    text += {kHexDigits[digest[i] >> 4], kHexDigits[digest[i] & 15]};
+  }
   return text;
 }
 
