@@ -71,6 +71,16 @@ TEST(RefUse, ConstObjectsAreShared) {
   EXPECT_EQ(SharedHolder().node->GetReferenceCount(), 1);
 }
 
+struct SharesItself : NxObjectBase {
+  explicit SharesItself(NxRef<SharesItself>& other) { other = this; }
+};
+
+TEST(RefUse, MakesObjectsThatSharedThemselvesAlready) {
+  NxRef<SharesItself> other;
+  EXPECT_EQ(MakeRef<SharesItself>(other)->GetReferenceCount(), 2);
+  EXPECT_EQ(other->GetReferenceCount(), 1);
+}
+
 TEST(RefUse, ContainersOrderHashAndMoveThem) {
   std::map<NxRef<Node>, std::size_t> values;
   std::unordered_set<NxRef<const Node>> nodes;

@@ -134,7 +134,7 @@ void ResolvableWorkItem::Process(ThreadPoolBase* pool) {
   table_->SetSequential(sequential_);
   NxRef<NxWorkOutput> output = table_->GetNextTopPriorityWorkOutput({});
   if (!output) return;
-  currentItem_ = new WorkOutputItem(std::move(output), GetSemaphore(), GetPriority());
+  currentItem_ = MakeRef<WorkOutputItem>(std::move(output), GetSemaphore(), GetPriority());
   currentItem_->Process(pool);
 }
 

@@ -70,14 +70,24 @@ class VELMORA_EXPORT NxObjectBase {
     return this;
   }
 
+  /// `retain()` for an object that its constructing thread has not shared yet, as `MakeRef` does.
+  void RetainNew() noexcept {
+    // No other thread can change the count: the first reference needs no interlocked operation. A
+    // constructor may have handed out some already.
+    const std::int32_t count = referenceCount_.load(std::memory_order_relaxed);
+    referenceCount_.store(count + 1, std::memory_order_relaxed);
+  }
+
   /// Drops a reference and destroys the object with the last one.
   /// @throws int 4711 (`kOverReleaseError`) if the count is 0 already; nothing changes then
   void release() const {
-    // Relaxed: the value only guards against misuse; the decrement below does the ordering.
-    if (referenceCount_.load(std::memory_order_relaxed) == 0) throw int{kOverReleaseError};
     // Release: what this thread did to the object happens before its destruction elsewhere.
-    // Acquire: the thread that destroys it sees what all the others did.
-    if (referenceCount_.fetch_sub(1, std::memory_order_acq_rel) != 1) return;
+    // Acquire, here and there: the thread that destroys it sees what all the others did.
+    const std::int32_t count = referenceCount_.load(std::memory_order_acquire);
+    if (count == 0) throw int{kOverReleaseError};
+    // The only reference is the caller's: no other thread can change the count, which therefore
+    // needs no interlocked decrement before the mark replaces it. That is the end of most objects.
+    if (count != 1 && referenceCount_.fetch_sub(1, std::memory_order_acq_rel) != 1) return;
     // Relaxed: no other thread may look at the object any more; the mark is for debuggers.
     referenceCount_.store(kPoisonedReferenceCount, std::memory_order_relaxed);
     delete this;

@@ -71,6 +71,8 @@ class NxRef {
  private:
   template <typename>
   friend class NxRef;
+  template <typename U, typename... Arguments>
+  friend NxRef<U> MakeRef(Arguments&&... arguments);
 
   template <typename U>
   static U* Retained(U* pointee) noexcept {
@@ -89,6 +91,17 @@ class NxRef {
 
   T* pointee_ = nullptr;
 };
+
+/// Makes a `T` and takes the first reference on it, which needs no interlocked operation: at once
+/// `NxRef<T>(new T(arguments...))` and faster. The constructor of `T` lets no other thread know the
+/// object.
+template <typename T, typename... Arguments>
+NxRef<T> MakeRef(Arguments&&... arguments) {
+  NxRef<T> ref;
+  ref.pointee_ = new T(std::forward<Arguments>(arguments)...);
+  ref.pointee_->RetainNew();
+  return ref;
+}
 
 // `NULL`, `0` and `nullptr` reach the pointer overloads: their parameter takes no part in
 // deduction.
