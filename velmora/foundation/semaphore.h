@@ -48,9 +48,10 @@ class VELMORA_EXPORT NxSemaphore {
   void WakeUpIfSleep();
 
  private:
+  // Lock and value share a cache line, the only one that a `Produce` without waiters writes.
   mutable Mutex mutex_;
-  std::condition_variable wakeUp_;  // a unit was produced, or a sleeper is to look again
   std::int32_t value_ VELMORA_GUARDED_BY(mutex_);
+  std::condition_variable wakeUp_;  // a unit was produced, or a sleeper is to look again
 };
 
 }  // namespace velmora
