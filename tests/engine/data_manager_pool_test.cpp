@@ -29,10 +29,12 @@ TEST(ActiveWorkUnitManager, ChargesEachImageInFlightOnce) {
                     Active(MakeRegion("page", other)), Active(MakeRegion("page")), Active(nullptr)};
   ActiveWorkUnitManager manager;
   manager.AddTimeCheckCountForActiveWorkUnit(1);
-  for (const int i : {0, 1, 2, 3, 4, 0, 2}) manager.LoadActiveWorkUnit(&items[i].item);
+  for (const int i : {0, 1, 3, 4, 2, 0, 2}) manager.LoadActiveWorkUnit(&items[i].item);
   manager.AddTimeCheckCountForActiveWorkUnit(10);
   EXPECT_EQ(image->GetElapsedTime(), 10);
-  for (const int i : {0, 0, 2}) manager.UnloadActiveWorkUnit(&items[i].item);
+  for (const int i : {0, 0}) manager.UnloadActiveWorkUnit(&items[i].item);
+  manager.LoadActiveWorkUnit(&items[2].item);  // registered still, though there is room before it
+  manager.UnloadActiveWorkUnit(&items[2].item);
   manager.AddTimeCheckCountForActiveWorkUnit(INT64_C(0x7700000001));  // only the low 32 bits count
   EXPECT_EQ(image->GetElapsedTime(), 11);
   EXPECT_EQ(other->GetElapsedTime(), 10);

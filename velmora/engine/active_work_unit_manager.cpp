@@ -1,7 +1,6 @@
 #include "velmora/engine/active_work_unit_manager.h"
 
 #include <algorithm>
-#include <functional>
 
 #include "velmora/engine/output_base.h"
 #include "velmora/engine/work_item.h"
@@ -11,39 +10,54 @@
 namespace velmora {
 namespace {
 
-// Addresses of unrelated objects have an order in std::less only.
-template <typename T>
-auto LowerBound(std::vector<T*>& pointers, T* pointer) {
-  return std::lower_bound(pointers.begin(), pointers.end(), pointer, std::less<T*>());
-}
-
-template <typename T>
-void InsertOnce(std::vector<T*>& pointers, T* pointer) {
-  const auto position = LowerBound(pointers, pointer);
-  if (position == pointers.end() || *position != pointer) pointers.insert(position, pointer);
+template <typename Pointers, typename T>
+bool Contains(const Pointers& pointers, T* pointer) {
+  return std::find(pointers.begin(), pointers.end(), pointer) != pointers.end();
 }
 
 }  // namespace
 
 void ActiveWorkUnitManager::LoadActiveWorkUnit(ExecutableWorkItem* item) {
   const MutexLock lock(mutex_);
-  InsertOnce(items_, item);
+  ExecutableWorkItem** freePlace = nullptr;
+  for (ExecutableWorkItem*& place : places_) {
+    if (place == item) return;
+    if (place == nullptr) freePlace = &place;
+  }
+  if (!others_.empty() && Contains(others_, item)) return;
+  if (freePlace != nullptr) {
+    *freePlace = item;
+  } else {
+    others_.push_back(item);
+  }
 }
 
 void ActiveWorkUnitManager::UnloadActiveWorkUnit(ExecutableWorkItem* item) {
   const MutexLock lock(mutex_);
-  const auto position = LowerBound(items_, item);
-  if (position != items_.end() && *position == item) items_.erase(position);
+  for (ExecutableWorkItem*& place : places_) {
+    if (place != item) continue;
+    place = nullptr;
+    return;
+  }
+  const auto other = std::find(others_.begin(), others_.end(), item);
+  if (other == others_.end()) return;
+  *other = others_.back();
+  others_.pop_back();
 }
 
 void ActiveWorkUnitManager::AddTimeCheckCountForActiveWorkUnit(std::int64_t ms) {
   const MutexLock lock(mutex_);
   images_.clear();
-  for (const ExecutableWorkItem* item : items_) {
+  const auto addImage = [this](const ExecutableWorkItem* item) VELMORA_REQUIRES(mutex_) {
     const NxRegionObject* const region = item->GetOutput()->GetRegion().get();
-    if (region == nullptr || !region->GetSourceImageObject()) continue;
-    InsertOnce(images_, region->GetSourceImageObject().get());
+    NxSourceImageObject* const image =
+        region != nullptr ? region->GetSourceImageObject().get() : nullptr;
+    if (image != nullptr && !Contains(images_, image)) images_.push_back(image);
+  };
+  for (const ExecutableWorkItem* item : places_) {
+    if (item != nullptr) addImage(item);
   }
+  for (const ExecutableWorkItem* item : others_) addImage(item);
   const auto low = static_cast<std::int32_t>(static_cast<std::uint32_t>(ms));
   for (NxSourceImageObject* image : images_) image->AddTimeDuration(low);
 }
