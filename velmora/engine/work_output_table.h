@@ -58,7 +58,10 @@ class VELMORA_EXPORT NxWorkOutputTable : public NxObjectBase {
 
   /// The order of the searches that follow. Each `ResolvableWorkItem` sets it before its search.
   /// Relaxed: a hint for the order, it publishes nothing.
-  void SetSequential(bool sequential) { sequential_.store(sequential, std::memory_order_relaxed); }
+  void SetSequential(bool sequential) {
+    // The threads that take from one table all set it: only a change is worth their cache line.
+    if (IsSequential() != sequential) sequential_.store(sequential, std::memory_order_relaxed);
+  }
   bool IsSequential() const { return sequential_.load(std::memory_order_relaxed); }
 
   /// How many slots all searches have looked at until now, for benchmarks and diagnostics.

@@ -43,17 +43,20 @@ void WorkSlots::Append(int level, int mode, NxRef<NxWorkOutput>& work) {
 
   // All that may run out of memory comes first, the slot last, so that a failure leaves the order
   // of the work and `work` itself as they were.
-  const std::uint32_t modeId = work ? ModeId(work->GetWorkMode()) : 0;
-  if (work && list->byMode.size() <= modeId) list->byMode.resize(modeId + 1);
+  const std::uint32_t modeId = work ? ModeId(work->GetWorkMode()) : kNone;
+  if (work) AddMode(*list, modeId);
   const auto slotIndex = static_cast<std::uint32_t>(list->slots.size());
   Slot& slot = list->slots.emplace_back();
   if (!work) return;
 
   const auto listIndex = static_cast<std::uint32_t>(list - lists_.data());
   slot.work = std::move(work);
-  slot.modeId = modeId;
   PushBack(list->slots, &Slot::any, list->any, slotIndex);
-  PushBack(list->slots, &Slot::sameMode, list->byMode[modeId], slotIndex);
+  if (list->modes) {
+    Modes& modes = *list->modes;
+    modes.slots[slotIndex].modeId = modeId;
+    PushBack(modes.slots, &Modes::Slot::sameMode, modes.chains[modeId], slotIndex);
+  }
   any_.Insert(listIndex);
   byMode_[modeId].Insert(listIndex);
 }
@@ -62,15 +65,22 @@ NxRef<NxWorkOutput> WorkSlots::Take(const std::string& workMode, bool sequential
   if (workMode.empty()) {
     const std::uint32_t listIndex = any_.Lowest();
     if (listIndex == LowestIndex::kNone) return nullptr;
-    const List& list = lists_[listIndex];
+    List& list = lists_[listIndex];
     return TakeFrom(listIndex, Choose(list, list.any, sequential));
   }
   const auto mode = modeIds_.find(workMode);
   if (mode == modeIds_.end()) return nullptr;
   const std::uint32_t listIndex = byMode_[mode->second].Lowest();
   if (listIndex == LowestIndex::kNone) return nullptr;
-  const List& list = lists_[listIndex];
-  return TakeFrom(listIndex, Choose(list, list.byMode[mode->second], sequential));
+  List& list = lists_[listIndex];
+  const Chain& chain = list.modes ? list.modes->chains[mode->second] : list.any;
+  return TakeFrom(listIndex, Choose(list, chain, sequential));
+}
+
+std::int64_t WorkSlots::GetVisitedCount() const {
+  std::int64_t count = 0;
+  for (const List& list : lists_) count += list.visitedCount;
+  return count;
 }
 
 void WorkSlots::AddLevelsUpTo(int level) {
@@ -113,8 +123,31 @@ std::uint32_t WorkSlots::ModeId(const std::string& workMode) {
   return id;
 }
 
-std::uint32_t WorkSlots::Choose(const List& list, const Chain& chain, bool sequential) {
-  visitedCount_ += sequential || chain.first == chain.last ? 1 : 2;
+// Makes room for one more slot, of mode `modeId`, among the chains of the modes. A list without
+// work takes the mode for its only one.
+void WorkSlots::AddMode(List& list, std::uint32_t modeId) {
+  if (!list.modes && (list.any.first == kNone || list.modeId == modeId)) {
+    list.modeId = modeId;
+    return;
+  }
+  std::unique_ptr<Modes> split;
+  if (!list.modes) split = std::make_unique<Modes>();
+  Modes& modes = split ? *split : *list.modes;
+  modes.slots.resize(list.slots.size() + 1);
+  const std::size_t modeCount = split ? std::max(modeId, list.modeId) : modeId;
+  if (modes.chains.size() <= modeCount) modes.chains.resize(modeCount + 1);
+  if (!split) return;
+
+  // Until now the chain of the list was the one of its only mode.
+  modes.chains[list.modeId] = list.any;
+  for (std::uint32_t i = list.any.first; i != kNone; i = list.slots[i].any.behind) {
+    modes.slots[i] = {list.slots[i].any, list.modeId};
+  }
+  list.modes = std::move(split);
+}
+
+std::uint32_t WorkSlots::Choose(List& list, const Chain& chain, bool sequential) {
+  list.visitedCount += sequential || chain.first == chain.last ? 1 : 2;
   if (sequential) return chain.first;
   const std::size_t count = list.slots.size();
   return VisitNumber(chain.first, count) < VisitNumber(chain.last, count) ? chain.first
@@ -123,13 +156,17 @@ std::uint32_t WorkSlots::Choose(const List& list, const Chain& chain, bool seque
 
 NxRef<NxWorkOutput> WorkSlots::TakeFrom(std::uint32_t listIndex, std::uint32_t slotIndex) {
   List& list = lists_[listIndex];
-  Slot& slot = list.slots[slotIndex];
-  Chain& sameMode = list.byMode[slot.modeId];
   Unlink(list.slots, &Slot::any, list.any, slotIndex);
-  Unlink(list.slots, &Slot::sameMode, sameMode, slotIndex);
   if (list.any.first == kNone) any_.Erase(listIndex);
-  if (sameMode.first == kNone) byMode_[slot.modeId].Erase(listIndex);
-  return std::move(slot.work);
+  if (list.modes) {
+    Modes& modes = *list.modes;
+    const std::uint32_t modeId = modes.slots[slotIndex].modeId;
+    Unlink(modes.slots, &Modes::Slot::sameMode, modes.chains[modeId], slotIndex);
+    if (modes.chains[modeId].first == kNone) byMode_[modeId].Erase(listIndex);
+  } else if (list.any.first == kNone) {
+    byMode_[list.modeId].Erase(listIndex);
+  }
+  return std::move(list.slots[slotIndex].work);
 }
 
 }  // namespace velmora::internal

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -19,8 +20,9 @@ namespace velmora::internal {
 // front half and as 2(n-1-i)+1 when it lies in the rear half. Those numbers grow from either end
 // towards the middle, so the first of any set of slots to be visited is its lowest or its highest
 // slot. Hence two chains through the slots that still hold work: one through all slots of a list,
-// one through those of the same work mode. A search looks at the two ends of a chain, whatever was
-// emptied around or between them and however far appends have moved the far end.
+// one through those of the same work mode, which are the same while there is one mode. A search
+// looks at the two ends of a chain, whatever was emptied around or between them and however far
+// appends have moved the far end.
 class WorkSlots {
  public:
   void SetListsPerLevel(int count);
@@ -30,7 +32,7 @@ class WorkSlots {
   // The next work of `workMode`, of any when that is empty; or an empty reference.
   NxRef<NxWorkOutput> Take(const std::string& workMode, bool sequential);
   bool HasWork() const { return any_.Lowest() != LowestIndex::kNone; }
-  std::int64_t GetVisitedCount() const { return visitedCount_; }
+  std::int64_t GetVisitedCount() const;
 
  private:
   static constexpr std::uint32_t kNone = UINT32_MAX;
@@ -43,23 +45,34 @@ class WorkSlots {
   struct Slot {
     NxRef<NxWorkOutput> work;  // empty once taken; then the rest means nothing
     Link any;                  // in the chain of the list
-    Link sameMode;             // in the chain of the list and the work mode
-    std::uint32_t modeId = 0;
   };
   struct Chain {
     std::uint32_t first = kNone;
     std::uint32_t last = kNone;
   };
-  struct List {
-    std::vector<Slot> slots;
+  // The chains of a list that holds work of several modes.
+  struct Modes {
+    struct Slot {
+      Link sameMode;  // in the chain of the list and the work mode
+      std::uint32_t modeId = kNone;
+    };
+    std::vector<Slot> slots;    // as the list's
+    std::vector<Chain> chains;  // indexed by mode id, as far as modes were appended here
+  };
+  // What a take writes of a list lies in one cache line: threads that take turns pass it on.
+  struct alignas(64) List {
     Chain any;
-    std::vector<Chain> byMode;  // indexed by mode id, as far as modes were appended here
+    std::uint32_t modeId = kNone;  // that of all its work, unless it has `modes`
+    std::vector<Slot> slots;
+    std::unique_ptr<Modes> modes;  // made for the second mode: most lists have one only
+    std::int64_t visitedCount = 0;
   };
 
   void AddLevelsUpTo(int level);
   List* FindList(int level, int mode);
   std::uint32_t ModeId(const std::string& workMode);
-  std::uint32_t Choose(const List& list, const Chain& chain, bool sequential);
+  static void AddMode(List& list, std::uint32_t modeId);
+  static std::uint32_t Choose(List& list, const Chain& chain, bool sequential);
   NxRef<NxWorkOutput> TakeFrom(std::uint32_t listIndex, std::uint32_t slotIndex);
 
   std::uint32_t listsPerLevel_ = 0;
@@ -68,7 +81,6 @@ class WorkSlots {
   LowestIndex any_;                                         // lists with work
   std::vector<LowestIndex> byMode_;                         // lists with work of a mode id
   std::unordered_map<std::string, std::uint32_t> modeIds_;  // in the order of their first append
-  std::int64_t visitedCount_ = 0;
 };
 
 }  // namespace velmora::internal
