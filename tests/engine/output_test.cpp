@@ -78,6 +78,28 @@ TEST(Output, EndsItsWorkOnce) {
   for (const NxOutputBase& output : outputs) ASSERT_EQ(output.GetResultCount(), 1);
 }
 
+// Work outputs share memory; they are destroyed on other threads than they were made on.
+TEST(WorkOutput, KeepsItsMemoryWhenItsNeighboursAreDestroyed) {
+  constexpr int kThreads = 9;
+  constexpr std::size_t kEach = 70;
+  const NxRef<NxRegionObject> region = MakeRegion("page");
+  std::vector<NxRef<NxWorkOutput>> works(kThreads * kEach);
+  const auto make = [&](std::size_t i) { works[i] = MakeWorkOutput(region, std::to_string(i)); };
+  testing::RunTogether(kThreads, [&](int thread) {
+    for (auto i = static_cast<std::size_t>(thread); i < works.size(); i += kThreads) make(i);
+  });
+  testing::RunTogether(kThreads, [&](int thread) {
+    for (std::size_t i = 0; i < kEach; ++i) {
+      const std::size_t index = static_cast<std::size_t>(thread) * kEach + i;
+      if (index % 5 == 0) works[index].reset();
+    }
+  });
+  for (std::size_t i = 0; i < works.size(); i += 5) make(i);
+  for (std::size_t i = 0; i < works.size(); ++i) {
+    EXPECT_EQ(works[i]->GetWorkMode(), std::to_string(i));
+  }
+}
+
 TEST(TaskOutput, IgnoresWorkOutsideItsModes) {
   const NxRef<NxRegionObject> region = MakeRegion("page");
   const NxRef<NxWorkOutput> work = MakeWorkOutput(region, "fast");

@@ -1,7 +1,9 @@
 #include "velmora/engine/work_output.h"
 
+#include <new>
 #include <utility>
 
+#include "velmora/engine/internal/work_output_memory.h"
 #include "velmora/region/region_object.h"
 
 namespace velmora {
@@ -17,6 +19,18 @@ NxWorkOutput::NxWorkOutput(NxTaskOutput* task, NxSectionResultsCache* cache,
       taskOutput_(task) {}
 
 NxWorkOutput::~NxWorkOutput() = default;
+
+void* NxWorkOutput::operator new(std::size_t size) {
+  return size == sizeof(NxWorkOutput) ? internal::AllocateWorkOutput() : ::operator new(size);
+}
+
+void NxWorkOutput::operator delete(void* memory, std::size_t size) noexcept {
+  if (size == sizeof(NxWorkOutput)) {
+    internal::FreeWorkOutput(memory);
+  } else {
+    ::operator delete(memory);
+  }
+}
 
 NxWorkOutputAtom::NxWorkOutputAtom(NxRef<NxWorkOutput> work, int level, int mode, int slot)
     : work_(std::move(work)), level_(level), mode_(mode), slot_(slot) {}

@@ -2,6 +2,7 @@
 /// The output of one work object inside a task.
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 #include "velmora/engine/output_base.h"
@@ -26,6 +27,11 @@ class VELMORA_EXPORT NxWorkOutput : public NxOutputBase {
                NxRef<NxRegionObject> reference, const std::string& name, TaskType type,
                Nx_WorkObjectBase* work, const std::string& workMode);
   ~NxWorkOutput() override;
+
+  /// Work outputs that are made one after another share their memory: it is freed with the last of
+  /// them. Those of derived classes have memory of their own.
+  static void* operator new(std::size_t size);
+  static void operator delete(void* memory, std::size_t size) noexcept;
 
   const std::string& GetWorkMode() const { return workMode_; }
   Nx_WorkObjectBase* GetWorkObject() const { return workObject_; }
