@@ -75,17 +75,59 @@ TEST(Allocation, LeavesResultsAsTheyWereWhenItFails) {
   EXPECT_EQ(child.GetErrorCode(), 0);
 }
 
-// The first allocation is the empty result, the second the room for it, when the status was looked
-// at for the last time.
+// The first allocation is the empty result, the second the room for it beside another one, when the
+// status was looked at for the last time.
 TEST(Allocation, EmptyResultIsTakenBackIfTheOutputIsFinishedMeanwhile) {
   static NxOutputBase output(nullptr, testing::MakeRegion("page"), "read", TT_ATOMIC_0);
+  output.AddResult(new NxTaskOutputAtomResult);
   whenNoneAreLeft = [] { output.SetResultStatus(TOS_FINISHED); };
   allocationsLeft = 1;
   EXPECT_FALSE(output.EndWork());
   whenNoneAreLeft = Fail;
   allocationsLeft = INT_MAX;
   EXPECT_EQ(output.GetResultStatus(), TOS_FINISHED);
-  EXPECT_EQ(output.GetResultCount(), 0);
+  EXPECT_EQ(output.GetResultCount(), 1);
+}
+
+TEST(Allocation, IsNeededForTheItemsAndTheEmptyResultOfAPieceOfWork) {
+  NxDataManagerPool managers;
+  testing::FunctionWork work([](ExecutableWorkItem* item, NxSemaphore*) {
+    item->SetWorkFinished();
+    return EC_Ok;
+  });
+  work.SetManagerPool(&managers);
+  const NxRef<NxWorkOutputTable> table = new NxWorkOutputTable;
+  table->SetAllWorkModesCount(1);
+  const NxRef<NxRegionObject> region = testing::MakeRegion("page", testing::MakeSource());
+  table->AppendNextWorkOutput(0, 0, testing::MakeWorkOutput(region, "fast", &work));
+  NxSemaphore semaphore(0);
+  allocationsLeft = 3;
+  {
+    const NxRef<ResolvableWorkItem> item = new ResolvableWorkItem(table, &semaphore, 0);
+    item->Process(nullptr);
+    item->FinishWork();
+  }
+  EXPECT_EQ(std::exchange(allocationsLeft, INT_MAX), 0);
+  EXPECT_EQ(semaphore.GetValue(), 1);
+}
+
+TEST(Allocation, LeavesTheOrderOfATableWhenASecondModeFindsNoMemory) {
+  const NxRef<NxRegionObject> region = testing::MakeRegion("page");
+  NxWorkOutputTable table;
+  table.SetAllWorkModesCount(1);
+  const auto append = [&](const char* mode) {
+    table.AppendNextWorkOutput(0, 0, testing::MakeWorkOutput(region, mode));
+  };
+  for (int i = 0; i < 2; ++i) append("fast");
+  int allocations = 0;
+  while (RunsOutOfMemory(allocations, [&] { append("deep"); })) ++allocations;
+  EXPECT_GT(allocations, 4) << "the work, its mode, the chains of the modes";
+  std::string order;
+  for (const char* asked : {"deep", "", "fast", ""}) {
+    const NxRef<NxWorkOutput> work = table.GetNextTopPriorityWorkOutput(asked);
+    order += work ? work->GetWorkMode() + " " : "none";
+  }
+  EXPECT_EQ(order, "deep fast fast none");
 }
 
 // With as many records waiting as may, one more writes the oldest, which takes memory too.

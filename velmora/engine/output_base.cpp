@@ -36,23 +36,40 @@ NxTaskOutputAtomResult::~NxTaskOutputAtomResult() = default;
 NxOutputBase::NxOutputBase(NxRef<NxRegionObject> region, NxRef<NxRegionObject> reference,
                            const std::string& name, TaskType type)
     : region_(std::move(region)),
-      referenceRegion_(std::move(reference)),
+      referenceRegion_(reference == region_ ? nullptr : std::move(reference)),
       taskType_(type),
-      targetRoiName_(referenceRegion_->GetTargetROIDefName()),
+      targetRoiName_(GetReferenceRegion()->GetTargetROIDefName()),
       taskName_(name),
       taskFullName_(internal::TaskFullName(targetRoiName_, taskName_)),
-      hashId_(OutputHashId(taskFullName_, *referenceRegion_)) {}
+      hashId_(OutputHashId(taskFullName_, *GetReferenceRegion())) {}
 
 NxOutputBase::~NxOutputBase() = default;
 
 void NxOutputBase::MarkAsFinish() {}
+
+void NxOutputBase::PushResult(NxRef<NxTaskOutputAtomResult>&& result) {
+  if (resultCount_ == 0) {
+    firstResult_ = std::move(result);
+  } else {
+    otherResults_.push_back(std::move(result));
+  }
+  ++resultCount_;
+}
+
+void NxOutputBase::PopResult() {
+  if (--resultCount_ == 0) {
+    firstResult_.reset();
+  } else {
+    otherResults_.pop_back();
+  }
+}
 
 void NxOutputBase::AddResult(NxRef<NxTaskOutputAtomResult> result) {
   NxRegionObject* const found = result ? result->GetRegion().get() : nullptr;
   const bool takesReference = found != nullptr && !DescendsFrom(region_.get(), found);
   NxRef<NxRegionObject> replaced;  // destroyed after the lock is released
   const MutexLock lock(resultsMutex_);
-  results_.push_back(std::move(result));
+  PushResult(std::move(result));
   if (takesReference) {
     replaced = found->GetReferenceRegion();
     found->SetReferenceRegion(region_);
@@ -61,20 +78,21 @@ void NxOutputBase::AddResult(NxRef<NxTaskOutputAtomResult> result) {
 
 int NxOutputBase::GetResultCount() const {
   const MutexLock lock(resultsMutex_);
-  return static_cast<int>(results_.size());
+  return resultCount_;
 }
 
 NxRef<NxTaskOutputAtomResult> NxOutputBase::GetResult(int index) const {
   const MutexLock lock(resultsMutex_);
-  return results_[static_cast<std::size_t>(index)];
+  return index == 0 ? firstResult_ : otherResults_[static_cast<std::size_t>(index) - 1];
 }
 
 bool NxOutputBase::AlreadyExistObject(NxRegionObject* region) const {
   if (region == nullptr) return false;
-  const MutexLock lock(resultsMutex_);
-  return std::any_of(results_.begin(), results_.end(), [region](const auto& result) {
+  const auto holdsIt = [region](const NxRef<NxTaskOutputAtomResult>& result) {
     return result && result->GetRegion() == region;
-  });
+  };
+  const MutexLock lock(resultsMutex_);
+  return holdsIt(firstResult_) || std::any_of(otherResults_.begin(), otherResults_.end(), holdsIt);
 }
 
 void NxOutputBase::SetResultStatus(TaskOutputStatus status) {
@@ -85,17 +103,17 @@ void NxOutputBase::SetResultStatus(TaskOutputStatus status) {
 
 bool NxOutputBase::EndWork() {
   if (GetResultStatus() != TOS_NO_RESULT) return false;
-  NxRef<NxTaskOutputAtomResult> empty = new NxTaskOutputAtomResult;
+  NxRef<NxTaskOutputAtomResult> empty = MakeRef<NxTaskOutputAtomResult>();
   const MutexLock lock(resultsMutex_);
   // Again: another thread may have ended the work meanwhile.
   if (GetResultStatus() != TOS_NO_RESULT) return false;
-  results_.push_back(std::move(empty));
+  PushResult(std::move(empty));
   TaskOutputStatus expected = TOS_NO_RESULT;
   if (status_.compare_exchange_strong(expected, TOS_WORK_ENDED, std::memory_order_acq_rel)) {
     return true;
   }
   // SetResultStatus takes no lock and came first; nobody has seen the empty result.
-  results_.pop_back();
+  PopResult();
   return false;
 }
 

@@ -91,7 +91,9 @@ class VELMORA_EXPORT NxOutputBase : public NxObjectBase {
   bool EndWork();
 
   const NxRef<NxRegionObject>& GetRegion() const { return region_; }
-  const NxRef<NxRegionObject>& GetReferenceRegion() const { return referenceRegion_; }
+  const NxRef<NxRegionObject>& GetReferenceRegion() const {
+    return referenceRegion_ ? referenceRegion_ : region_;
+  }
   TaskType GetTaskType() const { return taskType_; }
   const std::string& GetTargetROIName() const { return targetRoiName_; }
   const std::string& GetTaskName() const { return taskName_; }
@@ -105,12 +107,20 @@ class VELMORA_EXPORT NxOutputBase : public NxObjectBase {
   void SetThreadPool(ThreadPoolBase* pool) { threadPool_.store(pool, std::memory_order_relaxed); }
 
  private:
+  void PushResult(NxRef<NxTaskOutputAtomResult>&& result) VELMORA_REQUIRES(resultsMutex_);
+  void PopResult() VELMORA_REQUIRES(resultsMutex_);
+
   const NxRef<NxRegionObject> region_;
+  // Empty if it is the region itself: one reference fewer that the threads of a task count.
   const NxRef<NxRegionObject> referenceRegion_;
   const TaskType taskType_;
   std::atomic<TaskOutputStatus> status_{TOS_NO_RESULT};
   mutable Mutex resultsMutex_;
-  std::vector<NxRef<NxTaskOutputAtomResult>> results_ VELMORA_GUARDED_BY(resultsMutex_);
+  // The first result needs no memory of its own: few outputs have a second one. It is declared
+  // after the others so that it is released before them.
+  std::int32_t resultCount_ VELMORA_GUARDED_BY(resultsMutex_) = 0;
+  std::vector<NxRef<NxTaskOutputAtomResult>> otherResults_ VELMORA_GUARDED_BY(resultsMutex_);
+  NxRef<NxTaskOutputAtomResult> firstResult_ VELMORA_GUARDED_BY(resultsMutex_);
   const std::string targetRoiName_;
   const std::string taskName_;
   const std::string taskFullName_;
