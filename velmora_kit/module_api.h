@@ -14,7 +14,7 @@ namespace velmora::kit {
 
 /// The layout that a module and the capture library must share: that of the objects in the kit's
 /// and the core's headers, and the order of their virtual functions. A change to either raises it.
-inline constexpr std::uint32_t kInterfaceNumber = 1;
+inline constexpr std::uint32_t kInterfaceNumber = 2;
 
 /// What a module is. A C structure, so that it can be read before anything else of the module is
 /// called; new members are appended.

@@ -31,7 +31,7 @@ TEST(ModuleRegistry, SaysWhyAModuleCannotBeUsed) {
            Row{"Nope",
                {"\"Nope\" was not found: there is no Nope", kFirst, kSecond, FolderOfProgram()}},
            Row{"OtherInterface",
-               {"its interface number is 77", "version 5.6.7.8", "this library's is 1"}},
+               {"its interface number is 77", "version 5.6.7.8", "this library's is 2"}},
            Row{"NoInfo", {"does not export VelmoraModuleInfo"}},
            Row{"Broken", {"\"Broken\" cannot be used: ", std::string("Broken") + kSuffix}},
        }) {
