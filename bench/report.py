@@ -19,6 +19,7 @@ from pathlib import Path
 
 ROOT = Path(__file__).resolve().parent.parent
 PROGRAMS = ["conversion", "base64", "ref", "engine", "log", "geometry"]
+CASES = ROOT / "build/linux-release/bin/bench_cases"
 OURS = "velmora"
 LIMITS = ["memcpy", "raw pointer", "bare check", "plain clip"]  # no contender is expected below
 SETS = ["plain", "ssse3", "avx2"]  # our lower sets of vector instructions, VELMORA_SIMD
@@ -95,6 +96,8 @@ TARGETS = [
     ("engine", r".* empty items, threads: 2", at_most(250)),
     ("engine", r"items of 2000 ns, threads: 2", times(1.8, "threads: 1")),
     ("log", r"cached line", either(at_most(165), times(1.0, "spdlog"))),
+    ("windows", r"(NV|bit|nibble|indexed).*", times(0.6, "64-bit AVX2")),
+    ("windows", r"(?!NV|bit|nibble|indexed).* ->.*|(en|de)code 64 KiB", times(0.8, "64-bit AVX2")),
     ("geometry", r"area of a quad", at_most(10)),
     ("geometry", r"area of a fresh Nx_Quad", at_most(30)),
 ]
@@ -139,21 +142,64 @@ def run_program(program, arguments, simd=None):
         yield row, simd or contender, ns, run.get("label", "item")
 
 
+def run_cases(command, mode, simd=None):
+    """Runs bench_cases and yields name and nanoseconds per call."""
+    environment = {**os.environ, **({"VELMORA_SIMD": simd} if simd else {})}
+    out = subprocess.run([*command, mode], check=True, env=environment, capture_output=True,
+                         text=True).stdout
+    for line in out.splitlines():
+        name, _, ns = line.partition("\t")
+        yield name, float(ns)
+
+
+def run_on_both_targets():
+    """The DLL under Wine is ours here, the 64-bit library the peer; both with the AVX2 set."""
+    for contender, command in (
+            (OURS, [ROOT / "scripts/wine-run", ROOT / "build/windows-x86/bin/bench_cases.exe"]),
+            ("64-bit AVX2", [CASES])):
+        for name, ns in run_cases(command, "kernels", "avx2"):
+            yield name, contender, ns, "call"
+
+
+def run_round(program, arguments):
+    if program == "windows":
+        yield from run_on_both_targets()
+        return
+    for simd in [None, *(SETS if program in PROGRAMS_WITH_SETS else [])]:
+        yield from run_program(program, arguments, simd)
+
+
 def measure(programs, rounds, arguments):
     rows = {}
     for number in range(rounds):
         for program in programs:
             if sys.stderr.isatty():
                 print(f"\rround {number + 1} of {rounds}: {program:12}", end="", file=sys.stderr)
-            for simd in [None, *(SETS if program in PROGRAMS_WITH_SETS else [])]:
-                for name, contender, ns, unit in run_program(program, arguments, simd):
-                    row = rows.setdefault((program, name), {
-                        "program": program, "row": name, "unit": unit,
-                        "rounds": collections.defaultdict(list)})
-                    row["rounds"][contender].append(ns)
+            for name, contender, ns, unit in run_round(program, arguments):
+                row = rows.setdefault((program, name), {
+                    "program": program, "row": name, "unit": unit,
+                    "rounds": collections.defaultdict(list)})
+                row["rounds"][contender].append(ns)
     if sys.stderr.isatty():
         print(file=sys.stderr)
     return list(rows.values())
+
+
+def compare_widths(rounds):
+    """Prints per conversion the width at which the chosen set is slowest beside the plain loops."""
+    costs = collections.defaultdict(lambda: collections.defaultdict(list))
+    for _ in range(rounds):
+        for simd in "plain", None:
+            for case, ns in run_cases([CASES], "widths", simd):
+                costs[case][simd].append(ns)
+    worst = {}
+    for case, by_set in costs.items():
+        name, width = case.split("/")
+        ns, plain = min(by_set[None]), min(by_set["plain"])
+        worst[name] = max(worst.get(name, (0,)), (ns / plain, int(width), ns, plain))
+    for name, (ratio, width, ns, plain) in worst.items():
+        print(f"{name:20} slowest at width {width:3}: {ns:8.1f} ns, {ratio:.2f} of plain's "
+              f"{plain:.1f}")
 
 
 # ---- judging ------------------------------------------------------------------------------------
@@ -184,9 +230,9 @@ def judge(rows):
 
 
 def targets_without_row(rows):
-    return [f"{program}: {pattern}" for program, pattern, _ in TARGETS
-            if not any(row["program"] == program and re.fullmatch(pattern, row["row"])
-                       for row in rows)]
+    return [f"{program}: {pattern}" for program, pattern, _ in TARGETS if program in PROGRAMS
+            and not any(row["program"] == program and re.fullmatch(pattern, row["row"])
+                        for row in rows)]
 
 
 # ---- telling ------------------------------------------------------------------------------------
@@ -304,10 +350,14 @@ def main():
     parser.add_argument("--json", type=Path, default=ROOT / "build/bench/results.json",
                         help="where the results go, beside it an SVG chart")
     parser.add_argument("--document", action="store_true", help="also write docs/performance.*")
-    parser.add_argument("name", nargs="?", help="run one program: " + ", ".join(PROGRAMS))
+    parser.add_argument("name", nargs="?", 
+                        help=f"run one: {', '.join(PROGRAMS)}, windows, widths")
     parser.add_argument("arguments", nargs=argparse.REMAINDER, help="of that program")
     options = parser.parse_args()
     rounds = options.rounds or (3 if options.quick else 9)
+    if options.name == "widths":
+        compare_widths(rounds)
+        return
     if options.document and options.name:
         sys.exit("error: --document needs all programs")
 
