@@ -75,8 +75,8 @@ void Measure(const std::string& name, Run run) {
 }
 
 void MeasureConversions() {
-  // Few rows: the heap of Windows takes a result of more than about 64 KiB from the kernel each time,
-  // and that would be the time.
+  // Few rows: the heap of Windows takes a result of more than about 64 KiB from the kernel each
+  // time, which costs more than the conversion.
   const int height = RUNNING_ON_VALGRIND != 0 ? 4 : 8;
   for (const Conversion& conversion : Conversions()) {
     const Frame frame(1920, height, conversion.Depth());

@@ -1,9 +1,9 @@
-// Pixel conversions beside memcpy of the same traffic (the limit) and the peers, on one thread. A
-// first argument WIDTHxHEIGHT sets the size, otherwise 1920x1080.
-//
+// Pixel conversions beside memcpy of the same traffic (the limit) and the peers, on one thread.
+//   conversion_bench [WIDTHxHEIGHT]          1920x1080 if no size is given
+//   conversion_bench fresh [WIDTHxHEIGHT]
 // The conversions make their result image in each call, as for a stream of frames, in memory that
-// the heap has had before; the others write to one buffer. In the rows "..., fresh pages" all make
-// their result in memory that the kernel maps for it, page by page.
+// the heap has had before; the others write to one buffer. With "fresh" the kernel maps the memory
+// of each result anew, page by page.
 
 #include <benchmark/benchmark.h>
 #include <malloc.h>
@@ -37,13 +37,6 @@ PeerFrame& SharedFrame(int bits) {
   std::unique_ptr<PeerFrame>& frame = frames[bits];
   if (frame == nullptr) frame = std::make_unique<PeerFrame>(width, height, bits);
   return *frame;
-}
-
-// Whether the heap takes each large block from the kernel and gives it back, or keeps it.
-void UseFreshPages(bool fresh) {
-  constexpr int kLargest = 32 << 20;  // the heap keeps no larger block
-  mallopt(M_MMAP_THRESHOLD, fresh ? 64 << 10 : kLargest);
-  mallopt(M_TRIM_THRESHOLD, 1 << 30);
 }
 
 void RunVelmora(benchmark::State& state, const Conversion& conversion, const Frame& frame) {
@@ -82,9 +75,8 @@ void RunPeer(benchmark::State& state, const Convert& convert, PeerFrame& frame) 
 
 // Registers "row/contender".
 template <typename Run>
-void Add(const std::string& row, const char* contender, bool freshPages, Run run) {
+void Add(const std::string& row, const char* contender, Run run) {
   benchmark::RegisterBenchmark((row + '/' + contender).c_str(), [=](benchmark::State& state) {
-    UseFreshPages(freshPages);
     run(state);
     state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(PixelCount()));
     state.SetLabel("pixel");
@@ -99,16 +91,21 @@ void Register(const Conversion& conversion, const std::vector<Peer>& peers) {
   const auto velmora = [=](benchmark::State& state) {
     RunVelmora(state, conversion, SharedFrame(depth));
   };
-  Add(conversion.name, "velmora", false, velmora);
-  Add(conversion.name, "memcpy", false, [=](benchmark::State& s) { RunMemcpy(s, traffic); });
+  Add(conversion.name, "velmora", velmora);
+  Add(conversion.name, "memcpy", [=](benchmark::State& s) { RunMemcpy(s, traffic); });
   for (const Peer& peer : peers) {
-    Add(conversion.name, peer.name, false,
+    Add(conversion.name, peer.name,
         [=](benchmark::State& state) { RunPeer(state, peer.convert, SharedFrame(depth)); });
   }
-  if (conversion.name != "BGR -> grey" && conversion.name != "RGBA -> colour") return;
+}
+
+void RegisterFresh(const Conversion& conversion) {
   const std::string row = conversion.name + ", fresh pages";
-  Add(row, "velmora", true, velmora);
-  Add(row, "memcpy", true, [=](benchmark::State& s) { RunMemcpyToFreshPages(s, resultSize); });
+  const std::size_t resultSize = PixelCount() * static_cast<std::size_t>(conversion.channels);
+  Add(row, "velmora", [=](benchmark::State& state) {
+    RunVelmora(state, conversion, SharedFrame(conversion.Depth()));
+  });
+  Add(row, "memcpy", [=](benchmark::State& s) { RunMemcpyToFreshPages(s, resultSize); });
 }
 
 }  // namespace
@@ -118,14 +115,27 @@ int main(int argc, char** argv) {
   using namespace velmora::bench;
   cv::setNumThreads(1);
   benchmark::Initialize(&argc, argv);
-  if (argc > 1 && std::sscanf(argv[1], "%dx%d", &width, &height) == 2) {
-    argv[1] = argv[0];
-    --argc, ++argv;
+  bool fresh = false;
+  for (; argc > 1 && argv[1][0] != '-'; --argc, ++argv) {
+    if (std::strcmp(argv[1], "fresh") == 0) {
+      fresh = true;
+    } else if (std::sscanf(argv[1], "%dx%d", &width, &height) != 2) {
+      std::fprintf(stderr, "%s is no WIDTHxHEIGHT\n", argv[1]);
+      return 1;
+    }
   }
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+  // Large blocks: the heap takes each from the kernel and gives it back, or keeps it.
+  mallopt(M_MMAP_THRESHOLD, fresh ? 64 << 10 : 32 << 20);
+  mallopt(M_TRIM_THRESHOLD, 1 << 30);
+
   auto peers = Peers();
   for (const Conversion& conversion : Conversions()) {
-    Register(conversion, peers[conversion.name]);
+    if (!fresh) {
+      Register(conversion, peers[conversion.name]);
+    } else if (conversion.name == "BGR -> grey" || conversion.name == "RGBA -> colour") {
+      RegisterFresh(conversion);
+    }
     peers.erase(conversion.name);
   }
   if (!peers.empty()) {

@@ -127,9 +127,11 @@ def run_program(program, arguments, simd=None):
                   if text.startswith("--benchmark_filter=")]
         arguments = [*arguments, f"--benchmark_filter=({'|'.join(chosen)}).*/velmora$"]
     with tempfile.NamedTemporaryFile(suffix=".json") as out:
-        subprocess.run([binary, f"--benchmark_out={out.name}", "--benchmark_out_format=json",
-                        *arguments], check=True, env=environment, stdout=subprocess.DEVNULL,
-                       stderr=subprocess.DEVNULL)
+        result = subprocess.run([binary, f"--benchmark_out={out.name}",
+                                 "--benchmark_out_format=json", *arguments], env=environment,
+                                capture_output=True, text=True)
+        if result.returncode != 0:
+            sys.exit(f"error: {binary.name} failed: {result.stderr}")
         text = out.read().decode()
     for run in json.loads(text or '{"benchmarks": []}')["benchmarks"]:
         if run.get("error_occurred"):
@@ -167,6 +169,8 @@ def run_round(program, arguments):
         return
     for simd in [None, *(SETS if program in PROGRAMS_WITH_SETS else [])]:
         yield from run_program(program, arguments, simd)
+    if program == "conversion":
+        yield from run_program(program, [*arguments, "fresh"])
 
 
 def measure(programs, rounds, arguments):
