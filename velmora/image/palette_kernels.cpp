@@ -156,6 +156,7 @@ class BitsToColour {
   static constexpr int kChannels = 3;
 
   explicit BitsToColour(const Byte* palette) {
+#pragma GCC unroll 3
     for (int part = 0; part < 3; ++part) {
       zero_[part] = Repeated(palette, part);
       difference_[part] = hn::Xor(zero_[part], Repeated(palette + 4, part));
@@ -163,6 +164,7 @@ class BitsToColour {
   }
 
   void Convert(hn::Vec<D> bits, Byte* target) const {
+#pragma GCC unroll 3
     for (int part = 0; part < 3; ++part) {
       const auto isSet = BitPlaces<D, 3>::AreSet(bits, part);
       hn::StoreU(hn::Xor(zero_[part], hn::IfThenElseZero(isSet, difference_[part])), D(),
@@ -201,6 +203,7 @@ void StoreTripled(hn::Vec<D> bytes, Byte* target) {
       MakeTable<16 * kBlocks>([firstWord](std::size_t i) { return i / 3 - 4 * firstWord(i / 16); });
   const D d;
   const hn::Repartition<std::uint32_t, D> words;
+#pragma GCC unroll 3
   for (int part = 0; part < 3; ++part) {
     const auto indices = hn::SetTableIndices(words, &kWords[part * kLanes<D> / 4]);
     const auto blocks = hn::BitCast(d, hn::TableLookupLanes(hn::BitCast(words, bytes), indices));
