@@ -1,10 +1,10 @@
 // Jobs on RabbitMQ: a quorum queue per priority, one for suspects, one for dead letters, publisher
 // confirms.
 //
-// The broker counts how often a message came back from a worker that died, and gives it up when that
-// was too often. But it counts for every message that the worker had, and gives them all to the
-// next one. So what came back once is put into the queue of suspects, of which a worker takes one at
-// a time: there each is counted for itself.
+// The broker counts how often a message came back from a worker that died, and gives it up when
+// that was too often. But it counts for every message that the worker had, and gives them all to
+// the next one. So what came back once is put into the queue of suspects, of which a worker takes
+// one at a time: there each is counted for itself.
 #include <amqp.h>
 #include <amqp_framing.h>
 #include <poll.h>
