@@ -80,11 +80,11 @@ read -r submit_time submit_processor < <(processor_seconds bash -c 'exec "$@" <"
   "$programs/velmora-submit" "${queue[@]}" --quiet -)
 sleep 6 # the broker counts every 5 s
 read -r memory_after disk_after < <(weigh_broker)
-in_broker $broker_programs/rabbitmqctl -q list_queues name messages message_bytes |
+in_broker $broker_programs/rabbitmqctl -q list_queues name messages |
   awk -v time="$submit_time" -v processor="$submit_processor" -v memory=$((memory_after - memory)) \
     -v disk=$((disk_after - disk)) '/\.1\t/ {
       printf "  %d jobs: %.0f a second, %.3f ms of processor time each\n", $2, $2 / time, processor * 1000 / $2
-      printf "  %.0f bytes each, %.0f of memory, %.0f of disk\n", $3 / $2, memory / $2, disk / $2
+      printf "  %.0f bytes of memory and %.0f of disk each\n", memory / $2, disk / $2
     }'
 
 say "results: a file each, flushed to the disk"

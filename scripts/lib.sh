@@ -23,12 +23,13 @@ quietly() {
 
 test_packages=(g++ cmake ninja-build ccache libgtest-dev googletest libjsoncpp-dev libhwy-dev
   python3-venv)
-check_packages=(clang libclang-rt-dev llvm clang-tidy clang-format git ffmpeg valgrind)
+cluster_packages=(librabbitmq-dev libssl-dev libpq-dev)
+check_packages=(clang libclang-rt-dev llvm clang-tidy clang-format git ffmpeg valgrind python3-yaml
+  systemd "${cluster_packages[@]}")
 recognition_packages=(libstb-dev libzxing-dev dpkg-dev libspng-dev libjpeg62-turbo-dev libwebp-dev
   libgif-dev libtiff-dev)
 bench_packages=(libbenchmark-dev libboost-dev libleptonica-dev libmodpbase64-dev libopencv-core-dev
   libopencv-imgproc-dev libspdlog-dev libssl-dev libtbb-dev libyuv-dev)
-cluster_packages=(librabbitmq-dev libssl-dev libpq-dev)
 windows_packages=(g++-mingw-w64-i686-posix binutils-mingw-w64-i686 mingw-w64-i686-dev dpkg-dev nasm
   wine wine32:i386 clang lld llvm)
 

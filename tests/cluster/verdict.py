@@ -23,9 +23,9 @@ def read_list(file):
 def main(folder, count):
     pictures = read_list(folder / "listed")
     special = read_list(folder / "listed-special")
-    collected = [json.loads(line) for line in (folder / "collected.jsonl").open()]
+    collected = [json.loads(line) for line in (folder / "collected.jsonl").read_text().splitlines()]
     expected = {}
-    for line in (folder / "expected.jsonl").open():
+    for line in (folder / "expected.jsonl").read_text().splitlines():
         result = json.loads(line)
         expected[pathlib.Path(result["image"]).name] = (result["codes"], result["errors"])
 
