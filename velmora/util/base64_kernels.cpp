@@ -98,12 +98,11 @@ class Decoder {
  public:
   Decoder() : low_(Load(kLow)), high_(Load(kHigh)), packed_(Load(kPacked)) {}
 
+  // The high bit of a character does not matter; that of a value says that there is none.
   __m512i ValuesOf(__m512i text) const { return _mm512_permutex2var_epi8(low_, text, high_); }
 
   // Which characters are not of the alphabet.
-  static __mmask64 Strange(__m512i text, __m512i values) {
-    return _mm512_movepi8_mask(_mm512_or_si512(text, values));
-  }
+  static __mmask64 Strange(__m512i values) { return _mm512_movepi8_mask(values); }
 
   __m512i BytesOf(__m512i values) const {
     const __m512i pairs = _mm512_maddubs_epi16(values, _mm512_set1_epi32(0x01400140));
@@ -127,7 +126,7 @@ std::size_t Decode(const Byte* text, std::size_t length, Byte* kept, Byte* decod
   for (; length - done >= kCharacters; done += kCharacters, decoded += kBytes) {
     const __m512i characters = hn::LoadU(D(), text + done).raw;
     const __m512i values = decoder.ValuesOf(characters);
-    if (Decoder::Strange(characters, values) != 0) break;
+    if (Decoder::Strange(values) != 0) break;
     const __m512i bytes = decoder.BytesOf(values);
     _mm512_storeu_si512(kept + done, characters);
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(decoded), _mm512_castsi512_si256(bytes));
@@ -137,7 +136,7 @@ std::size_t Decode(const Byte* text, std::size_t length, Byte* kept, Byte* decod
   const std::size_t rest = HWY_MIN(length - done, kCharacters);
   const __m512i characters = _mm512_maskz_loadu_epi8(FirstN(rest), text + done);
   const __m512i values = decoder.ValuesOf(characters);
-  const std::uint64_t strange = Decoder::Strange(characters, values);
+  const std::uint64_t strange = Decoder::Strange(values);
   const std::size_t clean = strange == 0 ? 64 : hwy::Num0BitsBelowLS1Bit_Nonzero64(strange);
   const std::size_t count = HWY_MIN(rest, clean) / 4 * 4;
   if (count == 0) return done;
