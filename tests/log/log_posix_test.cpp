@@ -2,6 +2,7 @@
 
 #include <json/value.h>
 #include <sys/resource.h>
+#include <sys/wait.h>
 #include <unistd.h>
 #include <csignal>
 #include <ctime>
@@ -74,12 +75,27 @@ TEST_F(PosixLog, GoesOnWhereTheDiskBecameFull) {
 
 TEST_F(PosixLog, WritesACachedLineAgainIfAnotherCameBetween) {
   log.SetOutputMode(OM_Cache);
-  log.WriteTextLog(1, "cached");
-  WithFileSizeLimit(4, [&] { EXPECT_FALSE(log.OutputCacheLog()); });
+  log.WriteTextLog(1, "cached\nin two rows");
+  log.WriteTextLog(1, "later");
+  WithFileSizeLimit(testing::LineHead().size() + 9, [&] { EXPECT_FALSE(log.OutputCacheLog()); });
   log.SetOutputMode(OM_File);
   log.WriteTextLog(1, "between");
   EXPECT_TRUE(log.OutputCacheLog());
-  EXPECT_EQ(Messages(), (Lines{"odd line [TID", "between", "cached"}));
+  EXPECT_EQ(Messages(),
+            (Lines{"cached", "odd line in", "between", "cached", "odd line in two rows", "later"}));
+}
+
+TEST_F(PosixLog, AChildProcessWritesItsOwnThread) {
+  log.WriteTextLog(1, "parent");
+  const pid_t child = fork();
+  if (child == 0) {
+    log.WriteTextLog(1, "child");
+    _exit(0);
+  }
+  waitpid(child, nullptr, 0);
+  char head[32];
+  std::snprintf(head, sizeof head, "\n[TID:%6d][", static_cast<int>(child));
+  EXPECT_NE(ReadFile(LogFile()).find(head), std::string::npos);
 }
 
 TEST_F(PosixLog, ANewFileNeverBeginsWithTheRestOfATornLine) {

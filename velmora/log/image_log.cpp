@@ -75,11 +75,13 @@ void SetLogImgName(const char* name) {
 std::string WriteImgLog(ImageLogWriter writer, const void* context, int level, const char* format,
                         ...) {
   if (!AllowLogging(level, LM_Image)) return {};
+  char name[platform::kFormattedTextRoom];
   std::va_list arguments;
   va_start(arguments, format);
-  const std::string name = platform::FormatText(format, arguments).substr(0, kNameLimit);
+  platform::FormatText(name, format, arguments);
   va_end(arguments);
-  return NxLog::GetInstance().WriteImgLog(writer, context, name.c_str(), level);
+  name[kNameLimit] = '\0';
+  return NxLog::GetInstance().WriteImgLog(writer, context, name, level);
 }
 
 }  // namespace velmora

@@ -1,9 +1,12 @@
 #include "velmora/log/log.h"
 
+#include <algorithm>
+#include <charconv>
 #include <cstdarg>
 #include <cstddef>
 #include <ctime>
-#include <utility>
+#include <iterator>
+#include <string_view>
 
 #include "velmora/log/ini_io.h"
 #include "velmora/log/internal/log_state.h"
@@ -21,16 +24,44 @@ constexpr char kMainLogName[] = "VelmoraScanlyx.log";
 constexpr char kRouterLogName[] = "VelmoraRtr.log";
 constexpr char kConfigName[] = "VelmoraLogConfig.ini";
 constexpr char kConfigSection[] = "BARCODECONFIG";
-constexpr std::size_t kCachedLines = 512;
 
-std::string FormatLine(const std::string& message) {
+constexpr std::size_t kNumberRoom = 11;
+constexpr std::size_t kHeadRoom = sizeof "[TID:     ][/mm/dd hh:mm:ss]" + 2 * kNumberRoom;
+
+template <std::size_t kLength>
+char* WriteLiteral(char* out, const char (&text)[kLength]) {
+  return std::copy_n(text, kLength - 1, out);
+}
+
+char* WriteNumber(char* out, int value) {
+  return std::to_chars(out, out + kNumberRoom, value).ptr;
+}
+
+char* WriteTwoDigits(char* out, char before, int value) {
+  out[0] = before;
+  out[1] = static_cast<char>('0' + value / 10);
+  out[2] = static_cast<char>('0' + value % 10);
+  return out + 3;
+}
+
+// Digit by digit: strftime and snprintf took more time than the rest of a cached line.
+char* WriteHead(char* out) {
   const std::tm now = platform::LocalTime();
-  char time[128];
-  std::strftime(time, sizeof time, "%Y/%m/%d %H:%M:%S", &now);
-  char head[160];
   const int thread = static_cast<int>(platform::CurrentThreadId());
-  std::snprintf(head, sizeof head, "[TID:%6d][%s]", thread, time);
-  return head + message + '\n';
+  out = WriteLiteral(out, "[TID:");
+  for (const int power : {100'000, 10'000, 1'000, 100, 10}) {
+    if (thread < power) *out++ = ' ';
+  }
+  out = WriteNumber(out, thread);
+  out = WriteLiteral(out, "][");
+  out = WriteNumber(out, now.tm_year + 1900);
+  out = WriteTwoDigits(out, '/', now.tm_mon + 1);
+  out = WriteTwoDigits(out, '/', now.tm_mday);
+  out = WriteTwoDigits(out, ' ', now.tm_hour);
+  out = WriteTwoDigits(out, ':', now.tm_min);
+  out = WriteTwoDigits(out, ':', now.tm_sec);
+  *out++ = ']';
+  return out;
 }
 
 }  // namespace
@@ -46,7 +77,7 @@ void NxLog::InitLog(const char* iniPath) {
   state.mainLogFile = state.savePath + kMainLogName;
   state.routerLogFile = state.savePath + kRouterLogName;
   SetOutputMode(static_cast<OutputMode>(ini.GetInt(kConfigSection, "OutputMode")));
-  if (GetOutputMode() == OM_Cache) state.cache.reserve(kCachedLines);
+  if (GetOutputMode() == OM_Cache) internal::ReserveCache(state);
   SetMode(static_cast<LogMode>(ini.GetInt(kConfigSection, "Mode")));
   SetLevel(ini.GetInt(kConfigSection, "Level"));
   state.initialised = true;
@@ -89,53 +120,60 @@ std::string NxLog::GetRouterLogFile() const {
 
 void NxLog::WriteTextLog(int level, const char* format, ...) {
   if (!AllowLogging(level, LM_Text)) return;
+  char line[kHeadRoom + platform::kFormattedTextRoom];
+  char* end = WriteHead(line);
   std::va_list arguments;
   va_start(arguments, format);
-  std::string line = FormatLine(platform::FormatText(format, arguments));
+  end += platform::FormatText(end, format, arguments);
   va_end(arguments);
+  *end++ = '\n';
+  const std::string_view text(line, static_cast<std::size_t>(end - line));
 
   LogState& state = GetLogState();
   const Lock lock(state.lock);
   if (GetOutputMode() != OM_File) {
-    state.cache.push_back(std::move(line));
-  } else if (!internal::AppendWhole(state, line)) {
+    internal::CacheLine(state, text);
+  } else if (!internal::AppendWhole(state, text)) {
     lostLineCount_.fetch_add(1, std::memory_order_relaxed);
   }
 }
 
 void NxLog::WriteFuncStartLog(int level, const char* format, ...) {
   if (!AllowLogging(level, LM_Text)) return;
+  char text[platform::kFormattedTextRoom];
   std::va_list arguments;
   va_start(arguments, format);
-  const std::string text = platform::FormatText(format, arguments);
+  platform::FormatText(text, format, arguments);
   va_end(arguments);
-  WriteTextLog(level, "FuncStart %s", text.c_str());
+  WriteTextLog(level, "FuncStart %s", text);
 }
 
 void NxLog::WriteFuncEndLog(int level, const char* name, int duration, ...) {
   if (!AllowLogging(level, LM_Text)) return;
+  char text[platform::kFormattedTextRoom];
   std::va_list arguments;
   va_start(arguments, duration);
-  const std::string text = platform::FormatText(name, arguments);
+  platform::FormatText(text, name, arguments);
   va_end(arguments);
-  WriteTextLog(level, "FuncEnd %s, duration %d", text.c_str(), duration);
+  WriteTextLog(level, "FuncEnd %s, duration %d", text, duration);
 }
 
 bool NxLog::OutputCacheLog() {
   LogState& state = GetLogState();
   const Lock lock(state.lock);
-  std::string text;
-  for (const std::string& line : state.cache) text += line;
-  if (text.empty()) return true;
-
-  text.erase(0, state.firstLineTaken);
-  std::size_t taken = state.firstLineTaken + internal::AppendToMainLog(state, text);
-  auto line = state.cache.begin();
-  for (; line != state.cache.end() && taken >= line->size(); ++line) taken -= line->size();
+  if (state.cache.empty()) return true;
+  const std::string_view text = std::string_view(state.cache).substr(state.firstLineTaken);
+  const std::size_t taken = state.firstLineTaken + internal::AppendToMainLog(state, text);
+  const auto line = std::upper_bound(state.lineEnds.begin(), state.lineEnds.end(), taken);
+  const std::size_t whole = line == state.lineEnds.begin() ? 0 : *std::prev(line);
   // The next call goes on in the middle of a line, should the file have refused there.
-  state.firstLineTaken = taken;
-  state.cache.erase(state.cache.begin(), line);
-  return state.cache.empty();
+  state.firstLineTaken = taken - whole;
+  state.cache.erase(0, whole);
+  state.lineEnds.erase(state.lineEnds.begin(), line);
+  for (std::size_t& end : state.lineEnds) end -= whole;
+  if (!state.cache.empty()) return false;
+  internal::TrimCache(state);
+  return true;
 }
 
 void InitLog(const char* iniPath) {

@@ -1,6 +1,7 @@
 #include <dirent.h>
 #include <dlfcn.h>
 #include <link.h>
+#include <pthread.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -158,7 +159,15 @@ bool MakeDirectory(const char* path) {
 }
 
 std::uint32_t CurrentThreadId() {
-  return static_cast<std::uint32_t>(gettid());
+  // Asked once per thread: the call of the system takes longer than the rest of a log line's head.
+  // The thread in which a child of fork() begins has a number of its own. vfork and _Fork run no
+  // handler, but allow no call of this library in the child either.
+  thread_local std::uint32_t known = 0;
+  static const bool isForgottenByFork = pthread_atfork(nullptr, nullptr, [] { known = 0; }) == 0;
+  if (known != 0) return known;
+  const auto id = static_cast<std::uint32_t>(gettid());
+  if (isForgottenByFork) known = id;
+  return id;
 }
 
 std::tm LocalTime() {
@@ -168,20 +177,23 @@ std::tm LocalTime() {
   return local;
 }
 
-std::string FormatText(const char* format, std::va_list arguments) {
-  if (format == nullptr) return {};
-  char text[kFormattedTextLimit + 1];
+std::size_t FormatText(char* text, const char* format, std::va_list arguments) {
+  text[0] = '\0';
+  if (format == nullptr) return 0;
+  constexpr std::size_t kSize = kFormattedTextLimit + 1;
   std::va_list again;
   va_copy(again, arguments);
-  int length = std::vsnprintf(text, sizeof text, format, arguments);
-  if (const char* const last = std::strrchr(format, '%'); length < 0 && last != nullptr) {
+  int length = std::vsnprintf(text, kSize, format, arguments);
+  if (length < 0) {
     // A conversion that the end of the format cuts off ("100%") is refused with the whole text.
+    const char* const last = std::strrchr(format, '%');
+    const std::string rest = last == nullptr ? "" : std::string(format, last);
     // va_copy began it. NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized)
-    length = std::vsnprintf(text, sizeof text, std::string(format, last).c_str(), again);
+    length = std::vsnprintf(text, kSize, rest.c_str(), again);
   }
   va_end(again);
-  if (length < 0) return {};
-  return {text, std::min(static_cast<std::size_t>(length), kFormattedTextLimit)};
+  if (length < 0) text[0] = '\0';
+  return length < 0 ? 0 : std::min(static_cast<std::size_t>(length), kFormattedTextLimit);
 }
 
 }  // namespace velmora::platform

@@ -1,5 +1,6 @@
 #include <windows.h>
 
+#include <cstring>
 #include <memory>
 #include <string_view>
 #include <type_traits>
@@ -166,13 +167,12 @@ std::tm LocalTime() {
   return local;
 }
 
-std::string FormatText(const char* format, std::va_list arguments) {
-  if (format == nullptr) return {};
+std::size_t FormatText(char* text, const char* format, std::va_list arguments) {
+  text[0] = '\0';
   // wvsprintfA takes no size: it writes up to 1024 bytes, terminator included or not.
-  char text[1025] = {};
-  wvsprintfA(text, format, arguments);
+  if (format != nullptr) wvsprintfA(text, format, arguments);
   text[kFormattedTextLimit] = '\0';
-  return text;
+  return std::strlen(text);
 }
 
 }  // namespace velmora::platform

@@ -91,11 +91,13 @@ std::uint32_t CurrentThreadId();
 std::tm LocalTime();
 
 constexpr std::size_t kFormattedTextLimit = 1023;
+constexpr std::size_t kFormattedTextRoom = kFormattedTextLimit + 2;
 
-// Formats as wvsprintfA does on Windows and as vsnprintf does on POSIX; a lone "%" at
-// the end of the format is dropped, and null formats to nothing. Longer texts are cut to
-// kFormattedTextLimit characters on both. Only %c %d %i %u %x %X %s %p and %l-forms mean the same
-// on both; %f, %e and %g do not: wvsprintfA prints the letter and takes no argument.
-std::string FormatText(const char* format, std::va_list arguments);
+// Formats into `text`, which has room for kFormattedTextRoom characters, as wvsprintfA does on
+// Windows and as vsnprintf does on POSIX; a lone "%" at the end of the format is dropped, and null
+// formats to nothing. Longer texts are cut to kFormattedTextLimit characters on both. Only
+// %c %d %i %u %x %X %s %p and %l-forms mean the same on both; %f, %e and %g do not: wvsprintfA
+// prints the letter and takes no argument. Returns the length without the terminator.
+std::size_t FormatText(char* text, const char* format, std::va_list arguments);
 
 }  // namespace velmora::platform
