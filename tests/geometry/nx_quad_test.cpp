@@ -1,4 +1,5 @@
-#include "tests/support/test.h"
+#include "tests/geometry/quad_inputs.h"
+#include "velmora/geometry/internal/quad_math.h"
 
 namespace velmora {
 namespace {
@@ -59,6 +60,46 @@ TEST(Quad, AreaBeyondTheImageOrOfNothing) {
   EXPECT_EQ(quad.GetArea(50, 50), 100) << "remembered";
   const Point flat[] = {{0, 0}, {100, 1}, {200, 2}, {300, 3}};
   EXPECT_EQ(Nx_Quad(flat).GetArea(-1, -1), 0) << "Heron's product may be negative";
+}
+
+TEST(Quad, AreaIsThatOfTheLengthsThatTheEdgesKnow) {
+  const Point rectangle[] = {{0, 0}, {5'000, 0}, {5'000, 10}, {0, 10}};
+  Nx_Quad fresh(rectangle);
+  EXPECT_EQ(fresh.GetArea(-1, -1), 50'000);
+  fresh.GetEdges()[1].Rotate(LSPA_START, 10);
+  EXPECT_EQ(fresh.GetEdges()[1].GetRealLength(), 10) << "measured before, and kept";
+  Nx_Quad moved(rectangle);
+  moved.GetEdges()[0].SetEndPoint({3'000, 0});
+  EXPECT_NE(moved.GetArea(-1, -1), 50'000) << "the edge's own ends";
+  Nx_Quad flat(rectangle);
+  flat.GetEdges()[2].SetEndPoint({5'000, 10});
+  EXPECT_EQ(flat.GetArea(-1, -1), 0) << "an edge without length";
+}
+
+// The lengths, two by two with the processor's vectors and one after the other, in quadrilaterals
+// whose squares lie on both sides of what a float holds exactly.
+TEST(Quad, AreaIsTheSameWithoutVectors) {
+  testing::Random random(16);
+  for (int i = 0; i < 200'000; ++i) {
+    constexpr int kReach[] = {3, 100, 2'900, 5'000, 1'000'000};
+    const testing::Quad4 v = i % 8 == 0
+                                 ? testing::Quad4{random.ExtremePoint(), random.ExtremePoint(),
+                                                  random.ExtremePoint(), random.ExtremePoint()}
+                                 : random.QuadIn(0, kReach[i % 5]);
+    const auto startOf = [&](int k) { return v[static_cast<unsigned>(k)]; };
+    const auto endOf = [&](int k) { return v[static_cast<unsigned>(k + 1) % 4]; };
+    const auto [even, odd, diagonal] =
+        internal::MeasureQuad<internal::PlainPair>(v.data(), startOf, endOf);
+    const int area = (even * odd).HasZero() ? 0 : internal::QuadArea(v.data(), even, odd, diagonal);
+    ASSERT_EQ(Nx_Quad(v.data()).GetArea(-1, -1), area) << i;
+    for (int k = 0; k < 4; ++k) {
+      const Point start = startOf(k), end = endOf(k);
+      const double dx = 1.0 * end[0] - start[0], dy = 1.0 * end[1] - start[1];
+      const internal::PlainPair& lengths = k % 2 == 0 ? even : odd;
+      ASSERT_EQ(k < 2 ? lengths.First() : lengths.Second(),
+                static_cast<double>(static_cast<float>(std::sqrt(dx * dx + dy * dy))));
+    }
+  }
 }
 
 TEST(Quad, ClonesLeaveTheIdBehind) {

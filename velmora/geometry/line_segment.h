@@ -37,6 +37,11 @@ class VELMORA_EXPORT CLineSegment {
   virtual ~CLineSegment();
 
  protected:
+  /// As the public one without an id, but inline, for working forms that are made by the dozen.
+  enum class InPlace { kEnds };
+  CLineSegment(InPlace, const NxPoint_<int>& start, const NxPoint_<int>& end)
+      : startPoint_(start), endPoint_(end) {}
+
   NxPoint_<int> startPoint_;
   NxPoint_<int> endPoint_;
 

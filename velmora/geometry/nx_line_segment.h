@@ -73,6 +73,10 @@ class VELMORA_EXPORT Nx_LineSegment : public basic_structures::CLineSegment, pub
   Nx_LineSegment() = default;
   Nx_LineSegment(const NxPoint_<int>& start, const NxPoint_<int>& end, std::int32_t id = -1)
       : CLineSegment(start, end, id) {}
+
+ protected:
+  Nx_LineSegment(InPlace, const NxPoint_<int>& start, const NxPoint_<int>& end)
+      : CLineSegment(InPlace::kEnds, start, end) {}
 };
 
 /// A segment that remembers what was computed from its ends.
@@ -91,7 +95,7 @@ class VELMORA_EXPORT Nx_LineSegmentEnhanced : public Nx_LineSegment {
  public:
   Nx_LineSegmentEnhanced() = default;
   Nx_LineSegmentEnhanced(const NxPoint_<int>& start, const NxPoint_<int>& end)
-      : Nx_LineSegment(start, end) {}
+      : Nx_LineSegment(InPlace::kEnds, start, end) {}
   explicit Nx_LineSegmentEnhanced(const Nx_LineSegment& segment) : Nx_LineSegment(segment) {}
 
   /// The segment from @p start in the direction @p angle; the end is rounded. `GetAngle` and
@@ -234,6 +238,8 @@ class VELMORA_EXPORT Nx_LineSegmentEnhanced : public Nx_LineSegment {
   void Init() override;
 
  private:
+  friend class Nx_Quad;  // measures its edges together
+
   static constexpr std::int32_t kNoInt = std::numeric_limits<std::int32_t>::max();
   static constexpr float kNoFloat = std::numeric_limits<float>::max();
   static constexpr float kLeastDivisor = 0.001F;

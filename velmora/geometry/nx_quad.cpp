@@ -14,6 +14,7 @@
 namespace velmora {
 
 using basic_structures::CRect;
+using internal::Pair;
 using internal::RoundHalfAwayFromZero;
 using internal::ToFloat;
 using internal::WrapAdd;
@@ -42,10 +43,14 @@ char* WriteInt(char* out, int value) {
 
 }  // namespace
 
-Nx_Quad::Nx_Quad(const NxPoint_<int> vertices[4]) {
-  std::copy_n(vertices, 4, vertices_);
-  SetEdges();
-}
+// As `SetEdges`, of edges that remember nothing yet.
+Nx_Quad::Nx_Quad(const NxPoint_<int> vertices[4])
+    : vertices_{vertices[0], vertices[1], vertices[2], vertices[3]},
+      clockWise_(internal::IsClockWiseQuad(vertices)),
+      edges_{{vertices[0], vertices[1]},
+             {vertices[1], vertices[2]},
+             {vertices[2], vertices[3]},
+             {vertices[3], vertices[0]}} {}
 
 Nx_Quad::Nx_Quad(const Nx_LineSegmentEnhanced edges[4]) {
   std::copy_n(edges, 4, edges_);
@@ -94,7 +99,7 @@ void Nx_Quad::SetVertices(const NxPoint_<int>* vertices) {
 
 void Nx_Quad::SetEdges() {
   for (int i = 0; i < 4; ++i) edges_[i].SetVertices(vertices_[i], vertices_[(i + 1) % 4]);
-  clockWise_ = IsPointsClockWise(vertices_);
+  clockWise_ = internal::IsClockWiseQuad(vertices_);
 }
 
 void Nx_Quad::CalcIntersectionsOfEdges() {
@@ -145,13 +150,30 @@ bool Nx_Quad::IsBeyondImage(int width, int height) const {
 
 int Nx_Quad::GetArea(int width, int height) const {
   if (area_ != kNoArea) return area_;
-  if (IsBeyondImage(width, height)) return 0;
-  float lengths[4];
-  for (int i = 0; i < 4; ++i) {
-    if (edges_[i].GetPixelLength() == 1) return 0;
-    lengths[i] = edges_[i].GetRealLength();
+  if (width != -1 && height != -1 && IsBeyondImage(width, height)) return 0;
+  const auto startOf = [this](int i) -> const NxPoint_<int>& { return edges_[i].startPoint_; };
+  const auto endOf = [this](int i) -> const NxPoint_<int>& { return edges_[i].endPoint_; };
+  auto [even, odd, diagonal] = internal::MeasureQuad<Pair>(vertices_, startOf, endOf);
+  const auto knowsNothing = [this](int i) {
+    return edges_[i].length_ < 0 && edges_[i].pixelLength_ == 0;
+  };
+  if (knowsNothing(0) && knowsNothing(1) && knowsNothing(2) && knowsNothing(3) &&
+      !(even * odd).HasZero()) {
+    edges_[0].length_ = ToFloat(even.First());
+    edges_[1].length_ = ToFloat(odd.First());
+    edges_[2].length_ = ToFloat(even.Second());
+    edges_[3].length_ = ToFloat(odd.Second());
+  } else {
+    // An edge may have been moved and still know the length that it had.
+    for (const Nx_LineSegmentEnhanced& edge : edges_) {
+      if (edge.GetPixelLength() == 1) return 0;
+      edge.GetRealLength();
+    }
+    const auto length = [this](int i) { return static_cast<double>(edges_[i].length_); };
+    even = Pair(length(0), length(2));
+    odd = Pair(length(1), length(3));
   }
-  return area_ = internal::QuadArea(vertices_, lengths);
+  return area_ = internal::QuadArea(vertices_, even, odd, diagonal);
 }
 
 int Nx_Quad::GetPerimeter() const {

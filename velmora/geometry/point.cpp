@@ -30,10 +30,7 @@ NxPoint_<int> NxPoint_<int>::TransformCoordinates(const NxPoint_& p, const doubl
 }  // namespace basic_structures
 
 bool IsPointsClockWise(const NxPoint_<int>* const v) {
-  for (int i = 0; i < 4; ++i) {
-    if (internal::TurnAt(v, i) < 1) return false;
-  }
-  return true;
+  return internal::IsClockWiseQuad(v);
 }
 
 }  // namespace velmora

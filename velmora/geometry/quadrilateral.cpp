@@ -13,12 +13,10 @@ bool CQuadrilateral::Contains(const NxPoint_<int>* point) const {
 }
 
 int CQuadrilateral::GetArea() const {
-  float lengths[4];
-  for (int i = 0; i < 4; ++i) {
-    if (points[i] == points[(i + 1) % 4]) return 0;
-    lengths[i] = internal::SegmentLength(points[i], points[(i + 1) % 4]);
-  }
-  return internal::QuadArea(points, lengths);
+  const auto startOf = [this](int i) -> const NxPoint_<int>& { return points[i]; };
+  const auto endOf = [this](int i) -> const NxPoint_<int>& { return points[(i + 1) % 4]; };
+  const auto [even, odd, diagonal] = internal::MeasureQuad<internal::Pair>(points, startOf, endOf);
+  return (even * odd).HasZero() ? 0 : internal::QuadArea(points, even, odd, diagonal);
 }
 
 CRect CQuadrilateral::GetBoundingRect() const {

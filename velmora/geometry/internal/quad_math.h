@@ -9,6 +9,7 @@
 
 #include "velmora/foundation/internal/arithmetic.h"
 #include "velmora/geometry/internal/line_math.h"
+#include "velmora/geometry/internal/pair.h"
 #include "velmora/geometry/point.h"
 #include "velmora/geometry/rect.h"
 
@@ -35,6 +36,10 @@ inline std::int32_t Turn(const NxPoint_<int>& a, const NxPoint_<int>& b,
 // The turn at vertex i + 1 (mod 4) of a quadrilateral.
 inline std::int32_t TurnAt(const NxPoint_<int>* v, int i) noexcept {
   return Turn(v[i], v[(i + 1) % 4], v[(i + 2) % 4]);
+}
+
+inline bool IsClockWiseQuad(const NxPoint_<int>* v) noexcept {
+  return TurnAt(v, 0) > 0 && TurnAt(v, 1) > 0 && TurnAt(v, 2) > 0 && TurnAt(v, 3) > 0;
 }
 
 // Strictly convex: all turns are of one sign and none is 0.
@@ -135,23 +140,45 @@ int PositionRelation(const NxPoint_<int>* v, const NxPoint_<int>& p, int toleran
   return kInsideQuad;
 }
 
-// Heron's formula in double; the product of a flat triangle may come out below 0.
-inline double TriangleArea(double a, double diagonal, double b) noexcept {
-  const double s = (a + diagonal + b) / 2;
-  const double product = (s - diagonal) * s * (s - a) * (s - b);
-  return product > 0 ? std::sqrt(product) : 0;
+// The lengths of edges 0 and 2, of edges 1 and 3, and twice that of the diagonal from vertex 0 to
+// vertex 2: each as `SegmentLength` gives it.
+template <typename P>
+struct QuadLengths {
+  P even;
+  P odd;
+  P diagonal;
+};
+
+// `startOf(i)` and `endOf(i)` give the ends of edge i.
+template <typename P, typename StartOf, typename EndOf>
+QuadLengths<P> MeasureQuad(const NxPoint_<int>* v, StartOf startOf, EndOf endOf) noexcept {
+  const auto squares = [](const NxPoint_<int>& start, const NxPoint_<int>& end) {
+    const P difference = P::Coordinates(end) - P::Coordinates(start);
+    return difference * difference;
+  };
+  const P diagonal = squares(v[0], v[2]);
+  QuadLengths<P> lengths = {P::Sums(squares(startOf(0), endOf(0)), squares(startOf(2), endOf(2))),
+                            P::Sums(squares(startOf(1), endOf(1)), squares(startOf(3), endOf(3))),
+                            P::Sums(diagonal, diagonal)};
+  P::TakeFloatRoots(lengths.even, lengths.odd, lengths.diagonal);
+  return lengths;
 }
 
-// The area from the vertices and the lengths of the edges, of which none is zero-length. Triangles
-// on the same side of the diagonal from vertex 0 to vertex 2 (folded, concave) are subtracted.
-inline std::int32_t QuadArea(const NxPoint_<int>* v, const float* edgeLengths) noexcept {
-  const double diagonal = SegmentLength(v[0], v[2]);
-  const double first = TriangleArea(edgeLengths[0], diagonal, edgeLengths[1]);
-  const double second = TriangleArea(edgeLengths[2], diagonal, edgeLengths[3]);
+// The area from the vertices and the lengths of the edges, of which none is zero-length: Heron's
+// formula in double for the triangles on both sides of the diagonal, where the product of a flat
+// triangle may come out below 0. Triangles on the same side (folded, concave) are subtracted.
+template <typename P>
+inline std::int32_t QuadArea(const NxPoint_<int>* v, P even, P odd, P diagonal) noexcept {
+  const P s = (even + diagonal + odd) * P::Both(0.5);
+  const P products = (s - diagonal) * s * (s - even) * (s - odd);
+  const P triangles = products.NotNegative().Root();
+  const double first = triangles.First();
+  const double second = triangles.Second();
   const bool isFolded = SideOfLine(v[0], v[2], v[3], 0) == SideOfLine(v[0], v[2], v[1], 0);
   const float area = std::fabs(ToFloat(isFolded ? first - second : first + second));
   constexpr float kTooLarge = 2147483648.0F;
-  return area < kTooLarge ? RoundHalfAwayFromZero(area) : std::numeric_limits<std::int32_t>::max();
+  return area < kTooLarge ? static_cast<std::int32_t>(static_cast<double>(area) + 0.5)
+                          : std::numeric_limits<std::int32_t>::max();
 }
 
 }  // namespace velmora::internal
