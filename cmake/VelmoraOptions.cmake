@@ -33,6 +33,24 @@ target_compile_options(
             -Wpedantic
             -Wshadow
             -Wconversion
-            -Wnon-virtual-dtor
+            -Wsign-conversion
+            $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast>
+            $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>
             $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety>
             -Werror>)
+
+# What limits the harm of a fault in memory: canaries on the stack, checked library functions, checked
+# targets of indirect branches, tables of the linker that are read-only from the start. tests/linux looks
+# whether they are there; on Windows the linker's defaults do, which tests/windows looks at. Sanitizers
+# have checks of their own.
+if(CMAKE_SYSTEM_NAME STREQUAL "Linux" AND NOT CMAKE_CXX_FLAGS MATCHES "sanitize")
+  set(optimised $<CONFIG:Release,RelWithDebInfo,MinSizeRel>)
+  target_compile_options(velmora_build_settings INTERFACE -fstack-protector-strong
+                                                          $<${optimised}:-D_FORTIFY_SOURCE=2>)
+  if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64")
+    target_compile_options(velmora_build_settings INTERFACE -fcf-protection)
+  endif()
+  target_link_options(velmora_build_settings INTERFACE LINKER:-z,relro,-z,now,-z,noexecstack)
+endif()
+# Libraries are found from the place of the file that needs them; the tree may be moved.
+set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
