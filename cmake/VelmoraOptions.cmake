@@ -39,10 +39,10 @@ target_compile_options(
             $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety>
             -Werror>)
 
-# What limits the harm of a fault in memory: canaries on the stack, checked library functions, checked
-# targets of indirect branches, tables of the linker that are read-only from the start. tests/linux looks
-# whether they are there; on Windows the linker's defaults do, which tests/windows looks at. Sanitizers
-# have checks of their own.
+# What limits the harm of a fault in memory: canaries on the stack, checked library functions,
+# marked targets of indirect branches, tables of the linker that are read-only from the start.
+# tests/linux checks that they are there. On Windows these are the linker's defaults, which
+# tests/windows checks. Sanitizers have checks of their own.
 if(CMAKE_SYSTEM_NAME STREQUAL "Linux" AND NOT CMAKE_CXX_FLAGS MATCHES "sanitize")
   set(optimised $<CONFIG:Release,RelWithDebInfo,MinSizeRel>)
   target_compile_options(velmora_build_settings INTERFACE -fstack-protector-strong

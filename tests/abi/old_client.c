@@ -1,5 +1,5 @@
-/* A program that was compiled when the C interface had version 1, with the header of that day, which
- * lies beside this file: old programs must go on working with every later library. */
+/* A program that was compiled when the C interface had version 1, with the header of that day,
+ * which lies beside this file: old programs must go on working with every later library. */
 #include "velmora_capture.h"
 
 #include <stdio.h>

@@ -71,7 +71,8 @@ class Recipes(unittest.TestCase):
                 for argument in container["command"][1:]:
                     path = argument.split("=")[-1]
                     if path.startswith("/"):
-                        self.assertTrue(any(path.startswith(mount) for mount in mounts.values()), argument)
+                        is_mounted = any(path.startswith(mount) for mount in mounts.values())
+                        self.assertTrue(is_mounted, argument)
                 self.assertNotIn("password", json.dumps(container["command"]))
 
     def array(self, task, program_folder=PROGRAMS):
