@@ -181,6 +181,31 @@ TEST_F(Log, WritesNoImageThatIsNotWanted) {
   log.PopDirLayer();
 }
 
+// A thread that asked before the log was turned off, and writes after that.
+TEST_F(Log, WritesNothingOnceItIsOff) {
+  std::atomic<bool> isOver{false};
+  std::atomic<int> misplaced{0};
+  std::vector<std::thread> writers;
+  for (int i = 0; i < 3; ++i) {
+    writers.emplace_back([&] {
+      while (!isOver) {
+        log.WriteTextLog(1, "line");
+        const std::string image = log.WriteImgLog(nullptr, nullptr, "i", 1);
+        misplaced += image.find("off") != std::string::npos ? 1 : 0;
+      }
+    });
+  }
+  for (int round = 0; round < 300; ++round) {
+    Configure(static_cast<LogMode>(LM_Text | LM_Image), 1);
+    std::this_thread::sleep_for(std::chrono::microseconds(200));
+    log.InitLogFromSetting(LM_None, 0, (directory / "off ").c_str());
+  }
+  isOver = true;
+  for (std::thread& writer : writers) writer.join();
+  EXPECT_FALSE(std::filesystem::exists(directory / "off VelmoraScanlyx.log"));
+  EXPECT_EQ(misplaced, 0);
+}
+
 TEST_F(Log, LocksWhatItsOperationsShare) {
   Configure(LM_Image | LM_Text, 1);
   const std::string path = directory / "", ini = directory / "log.ini";

@@ -55,6 +55,8 @@ std::string NxLog::WriteImgLog(ImageLogWriter writer, const void* context, const
   std::string path;
   {
     const Lock lock(state.lock);
+    // Again: the log may have been turned off meanwhile, and its path with it.
+    if (!AllowLogging(level, LM_Image)) return {};
     path = ImagePath(state, name);
   }
   CreateDirectoriesTo(path);

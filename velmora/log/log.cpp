@@ -131,6 +131,8 @@ void NxLog::WriteTextLog(int level, const char* format, ...) {
 
   LogState& state = GetLogState();
   const Lock lock(state.lock);
+  // Again: the log may have been turned off meanwhile, and its path with it.
+  if (!AllowLogging(level, LM_Text)) return;
   if (GetOutputMode() != OM_File) {
     internal::CacheLine(state, text);
   } else if (!internal::AppendWhole(state, text)) {

@@ -87,7 +87,8 @@ class VELMORA_EXPORT NxLog {
   /// otherwise in the program's. See `PathHelper::GetINIPath`.
   void InitLogFromDLL(const std::string& dir);
 
-  /// Applies a configuration without any file, whether or not there has been one before.
+  /// Applies a configuration without any file, whether or not there has been one before. After a
+  /// call that turns the log off no thread writes a line any more.
   /// @param path  prefix of the names of the log files; null counts as ""
   void InitLogFromSetting(LogMode mode, int level, const char* path);
 
