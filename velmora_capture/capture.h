@@ -152,8 +152,9 @@ class VELMORA_CAPTURE_EXPORT Capture {
   ///
   /// @param image   taken over
   /// @param waitMs  how long to wait for room; not at all on the delivery thread
-  /// @return 0; otherwise the handler is not called: -10062 if there was no room, -10001 if there
-  ///         was no memory, -10002 if there is no image
+  /// @return 0; otherwise the handler is not called: -10062 if there was no room, if the Capture is
+  ///         being destroyed, or if a thread of its pool would have to wait for cancelled work;
+  ///         -10001 if there was no memory, -10002 if there is no image
   int Submit(std::unique_ptr<basic_structures::CImageData> image, Handler handler, int waitMs);
 
   /// Ends the work on all images that were accepted until now; their results say so. Images that

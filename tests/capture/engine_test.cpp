@@ -212,6 +212,24 @@ TEST(Engine, SubmissionsFollowFromTheirHandlers) {
   done.get_future().wait();
 }
 
+// What it is told does not end the chain: the destructor does.
+TEST(Engine, TheDestructorEndsSubmissionsFromHandlers) {
+  std::vector<int> codes;
+  std::promise<void> begun;
+  Capture::Handler handler;
+  {
+    TestEngine engine(new TestWork);
+    handler = [&](const NxRef<CaptureResult>&) {
+      codes.push_back(engine.Submit(handler, 1000));
+      if (codes.size() == 3) begun.set_value();
+    };
+    ASSERT_EQ(engine.Submit(handler, 0), 0);
+    begun.get_future().wait();
+  }
+  EXPECT_EQ(codes.back(), EC_CallRejectedWhileCapturing);
+  EXPECT_EQ(std::count(codes.begin(), codes.end(), 0), static_cast<long>(codes.size()) - 1);
+}
+
 TEST(Engine, RefusesCallsThatCannotEnd) {
   const NxRef<TestWork> work = new TestWork;
   TestEngine engine(work);
@@ -220,6 +238,8 @@ TEST(Engine, RefusesCallsThatCannotEnd) {
   work->work = [&](auto& item, auto&) {
     codes.push_back(engine.Read()->GetErrorCode());
     codes.push_back(engine->Run(source, [](const NxRef<CaptureResult>&) {}, {}));
+    engine->Cancel();  // the next image would wait for the one that this thread works on
+    codes.push_back(engine.Submit([](const NxRef<CaptureResult>&) { FAIL(); }, 1000));
     item.SetWorkFinished();
     return 0;
   };
@@ -234,7 +254,7 @@ TEST(Engine, RefusesCallsThatCannotEnd) {
                 codes.push_back(engine->Run(other, [](const NxRef<CaptureResult>&) {}, {}));
               },
               {});
-  EXPECT_EQ(codes, (std::vector<int>(4, EC_CallRejectedWhileCapturing)));
+  EXPECT_EQ(codes, (std::vector<int>(5, EC_CallRejectedWhileCapturing)));
 }
 
 // Two engines from many threads in every way; their results outlive them.

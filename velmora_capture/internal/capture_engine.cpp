@@ -79,7 +79,13 @@ CaptureEngine::CaptureEngine(const CaptureOptions& options)
 
 CaptureEngine::~CaptureEngine() {
   Cancel();
-  delivery_.reset();
+  // A handler may submit until it has returned: the delivery stays in its place until then.
+  Delivery* delivery = nullptr;
+  {
+    const MutexLock lock(mutex_);
+    delivery = delivery_.get();
+  }
+  if (delivery != nullptr) delivery->Stop();
   // No other call is running: nothing is in flight.
   if (pool_ != nullptr) pool_->Stop();
 }
@@ -276,15 +282,17 @@ NxRef<CaptureJob> CaptureEngine::MakeJob(const Offer& offer, const NxRef<NxImage
   return job;
 }
 
-void CaptureEngine::Begin(CaptureJob& job) {
+bool CaptureEngine::Begin(CaptureJob& job) {
   {
     WaitingLock lock(mutex_);
     const auto wasCancelled = [&]() VELMORA_REQUIRES(mutex_) {
       return job.cancellations != cancellations_;
     };
-    mayBegin_.wait(lock.Native(), [&]() VELMORA_REQUIRES(mutex_) {
+    const auto mayBegin = [&]() VELMORA_REQUIRES(mutex_) {
       return cancelledInFlight_ == 0 || wasCancelled();
-    });
+    };
+    if (IsPoolThread() && !mayBegin()) return false;
+    mayBegin_.wait(lock.Native(), mayBegin);
     if (wasCancelled()) {
       job.isCancelled = true;
       ++cancelledInFlight_;
@@ -297,6 +305,7 @@ void CaptureEngine::Begin(CaptureJob& job) {
   }
   const SpanScope span(observers_, RunStage::kSchedule, "start", job.number);
   job.Start();
+  return true;
 }
 
 void CaptureEngine::Release(CaptureJob& job) noexcept {

@@ -89,7 +89,9 @@ class CaptureEngine {
   /// @throws std::bad_alloc
   NxRef<CaptureJob> MakeJob(const Offer& offer, const NxRef<NxImageData>& picture, JobOwner& owner);
   /// Begins the work; waits before that until cancelled images have ended.
-  void Begin(CaptureJob& job);
+  /// @return false, with nothing begun, if a thread of the pool would have to wait: the cancelled
+  ///         image may be its own
+  bool Begin(CaptureJob& job);
   /// To be called first by a job's owner when the job is done.
   void Release(CaptureJob& job) noexcept;
   /// The result of a job that is done.

@@ -34,13 +34,13 @@ class Delivery::Submission final : public JobOwner {
 
 Delivery::Delivery(CaptureEngine& engine) : engine_(engine), thread_([this] { RunThread(); }) {}
 
-Delivery::~Delivery() {
+void Delivery::Stop() {
   {
     const MutexLock lock(mutex_);
     isStopping_ = true;
   }
   wakeUp_.notify_one();
-  thread_.join();
+  if (thread_.joinable()) thread_.join();
 }
 
 int Delivery::Submit(std::unique_ptr<CImageData> image, Capture::Handler handler, int waitMs) {
@@ -51,17 +51,24 @@ int Delivery::Submit(std::unique_ptr<CImageData> image, Capture::Handler handler
   engine_.IntroduceThread();
   const Offer offer = engine_.MakeOffer(true);
   try {
-    Begin(offer, std::move(image), std::move(handler));
-    return EC_Ok;
+    if (Begin(offer, std::move(image), std::move(handler))) return EC_Ok;
   } catch (...) {
-    engine_.TakeBack();
-    const MutexLock lock(mutex_);
-    --inFlight_;
+    GiveRoomBack();
     throw;
   }
+  GiveRoomBack();
+  return EC_CallRejectedWhileCapturing;
 }
 
-void Delivery::Begin(const Offer& offer, std::unique_ptr<CImageData> image,
+void Delivery::GiveRoomBack() {
+  engine_.TakeBack();
+  const MutexLock lock(mutex_);
+  --inFlight_;
+  hasRoom_.notify_one();
+}
+
+// False, with nothing begun, if the image would have to wait on a thread of the pool.
+bool Delivery::Begin(const Offer& offer, std::unique_ptr<CImageData> image,
                      Capture::Handler handler) {
   auto owned = std::make_unique<Submission>(*this, offer, std::move(handler));
   const NxRef<NxImageData> picture = TakeOverImage(std::move(image));
@@ -74,11 +81,13 @@ void Delivery::Begin(const Offer& offer, std::unique_ptr<CImageData> image,
   }
   // From here on its end decides how long the submission lives.
   Submission& submission = *owned.release();
-  if (job) {
-    engine_.Begin(*job);
-  } else {
+  if (!job) {
     Push(submission);
+  } else if (!engine_.Begin(*job)) {
+    owned.reset(&submission);
+    return false;
   }
+  return true;
 }
 
 bool Delivery::WaitForRoom(int waitMs) {
@@ -89,7 +98,7 @@ bool Delivery::WaitForRoom(int waitMs) {
     return inFlight_ < engine_.GetMostInFlight();
   };
   const std::chrono::milliseconds wait(mayWait && waitMs > 0 ? waitMs : 0);
-  if (!hasRoom_.wait_for(lock.Native(), wait, hasRoom)) return false;
+  if (isStopping_ || !hasRoom_.wait_for(lock.Native(), wait, hasRoom)) return false;
   ++inFlight_;
   return true;
 }

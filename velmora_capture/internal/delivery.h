@@ -22,10 +22,12 @@ struct Offer;
 class Delivery {
  public:
   explicit Delivery(CaptureEngine& engine);
-  /// Waits until every handler was called.
-  ~Delivery();
+  ~Delivery() { Stop(); }
   Delivery(const Delivery&) = delete;
   Delivery& operator=(const Delivery&) = delete;
+
+  /// Takes no more images, not even from handlers, and waits until every handler was called.
+  void Stop();
 
   /// As `Capture::Submit`. @throws std::bad_alloc; the handler is not called then
   int Submit(std::unique_ptr<basic_structures::CImageData> image, Capture::Handler handler,
@@ -34,9 +36,10 @@ class Delivery {
  private:
   class Submission;
 
-  void Begin(const Offer& offer, std::unique_ptr<basic_structures::CImageData> image,
+  bool Begin(const Offer& offer, std::unique_ptr<basic_structures::CImageData> image,
              Capture::Handler handler);
   bool WaitForRoom(int waitMs);
+  void GiveRoomBack();
   void Push(Submission& submission) noexcept;
   void RunThread();
   void HandOver(Submission& submission) noexcept;

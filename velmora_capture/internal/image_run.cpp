@@ -190,8 +190,10 @@ void ImageRun::Wait(bool mayHaveMore) {
 
 // A source may make images without its buffer, or take several out of it at once.
 void ImageRun::AddCountsTo(CaptureStatistics& counts) const {
-  const ImageSourceStatistics now = source_.GetStatistics();
+  // The source is asked with the lock held: an image that was taken in between would be counted as
+  // buffered and as taken.
   const MutexLock lock(countsMutex_);
+  const ImageSourceStatistics now = source_.GetStatistics();
   const std::int64_t handedOut = Count(now.delivered - before_.delivered);
   const std::int64_t dropped = Count(now.dropped - before_.dropped);
   const std::int64_t refused = Count(now.refused - before_.refused);
@@ -204,8 +206,8 @@ void ImageRun::AddCountsTo(CaptureStatistics& counts) const {
 }
 
 void ImageRun::AddFinalCountsTo(CaptureStatistics& counts) const {
-  const ImageSourceStatistics now = source_.GetStatistics();
   const MutexLock lock(countsMutex_);
+  const ImageSourceStatistics now = source_.GetStatistics();
   const std::int64_t dropped = Count(now.dropped - before_.dropped);
   const std::int64_t refused = Count(now.refused - before_.refused);
   counts.delivered += delivered_;
