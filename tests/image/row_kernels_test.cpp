@@ -91,8 +91,8 @@ TEST(PixelConversionRows, OfAllColoursHaveTheRightLuminance) {
         pixel[1] = static_cast<unsigned char>(i);
         pixel[2 - red] = static_cast<unsigned char>(blue);
         if (step == 4) pixel[3] = static_cast<unsigned char>(i * 7 + blue);
-        want[i] =
-            static_cast<unsigned char>((pixel[red] * 19562 + pixel[1] * 38550 + blue * 7424) >> 16);
+        want[i] = static_cast<unsigned char>(
+            (pixel[red] * 19562U + pixel[1] * 38550U + blue * 7424) >> 16);
       }
       ConvertData data = Descriptor(layout, source.data(), kPerBlue, 1, 0);
       const std::unique_ptr<const CImageData> image(Nx_ConvertToGrayscale(&data));
