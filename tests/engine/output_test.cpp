@@ -100,6 +100,26 @@ TEST(WorkOutput, KeepsItsMemoryWhenItsNeighboursAreDestroyed) {
   }
 }
 
+template <std::size_t kAlignment>
+struct alignas(kAlignment) AlignedWork : NxWorkOutput {
+  using NxWorkOutput::NxWorkOutput;
+};
+
+// The lesser one is what the heap gives anyway.
+TEST(WorkOutput, OfADerivedClassIsAlignedAsThatAsks) {
+  std::vector<NxRef<NxWorkOutput>> works;
+  const auto expectAligned = [&](NxWorkOutput* made, std::size_t to) {
+    works.emplace_back(made);
+    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(made) % to, 0u) << to;
+  };
+  constexpr std::size_t kHeap = 2 * sizeof(void*);
+  const auto page = MakeRegion("page");
+  for (int i = 0; i < 9; ++i) {
+    expectAligned(new AlignedWork<kHeap>({}, {}, page, page, "", TT_ATOMIC_0, {}, ""), kHeap);
+    expectAligned(new AlignedWork<256>({}, {}, page, page, "", TT_ATOMIC_0, {}, ""), 256);
+  }
+}
+
 TEST(TaskOutput, IgnoresWorkOutsideItsModes) {
   const NxRef<NxRegionObject> region = MakeRegion("page");
   const NxRef<NxWorkOutput> work = MakeWorkOutput(region, "fast");

@@ -1,6 +1,5 @@
 #include "velmora/engine/work_output.h"
 
-#include <new>
 #include <utility>
 
 #include "velmora/engine/internal/work_output_memory.h"
@@ -30,6 +29,14 @@ void NxWorkOutput::operator delete(void* memory, std::size_t size) noexcept {
   } else {
     ::operator delete(memory);
   }
+}
+
+void* NxWorkOutput::operator new(std::size_t size, std::align_val_t alignment) {
+  return ::operator new(size, alignment);
+}
+
+void NxWorkOutput::operator delete(void* memory, std::align_val_t alignment) noexcept {
+  ::operator delete(memory, alignment);
 }
 
 NxWorkOutputAtom::NxWorkOutputAtom(NxRef<NxWorkOutput> work, int level, int mode, int slot)

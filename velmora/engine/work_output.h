@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <new>
 #include <string>
 
 #include "velmora/engine/output_base.h"
@@ -32,6 +33,10 @@ class VELMORA_EXPORT NxWorkOutput : public NxOutputBase {
   /// them. Those of derived classes have memory of their own.
   static void* operator new(std::size_t size);
   static void operator delete(void* memory, std::size_t size) noexcept;
+  /// For derived classes that ask for more than the usual alignment; without these they would get
+  /// the one above.
+  static void* operator new(std::size_t size, std::align_val_t alignment);
+  static void operator delete(void* memory, std::align_val_t alignment) noexcept;
 
   const std::string& GetWorkMode() const { return workMode_; }
   Nx_WorkObjectBase* GetWorkObject() const { return workObject_; }

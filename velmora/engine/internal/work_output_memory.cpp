@@ -26,9 +26,14 @@ constexpr std::uint32_t kCellsPerSlab = 16;
 
 struct Slab;
 
+// As the heap aligns: objects of derived classes without members of their own are as large and may
+// ask for it.
+constexpr std::size_t kHeapAlignment = 2 * sizeof(void*);
+static_assert(alignof(NxWorkOutput) <= kHeapAlignment);
+
 struct Cell {
   Slab* slab;
-  alignas(NxWorkOutput) unsigned char workOutput[sizeof(NxWorkOutput)];
+  alignas(kHeapAlignment) unsigned char workOutput[sizeof(NxWorkOutput)];
 };
 
 struct Slab {
