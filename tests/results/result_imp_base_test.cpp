@@ -78,6 +78,8 @@ TEST_F(ResultItems, OnlyExternalChangesReachTheEnclosingResults) {
   EXPECT_EQ(child->AddResultItemExternal(items_[2].get()), 0);
   EXPECT_EQ(child->AddResultItemExternal(nullptr), -10002);
   EXPECT_EQ(Held(*child), "0-1-02");
+  child->AddResultItems(child->GetResultItems());
+  EXPECT_EQ(Held(*child), "0-1-020-1-02");
   child->ClearAllItems();
   EXPECT_EQ(Held(*child), "");
   EXPECT_EQ(Held(*middle) + Held(*top), "22");

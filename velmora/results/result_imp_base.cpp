@@ -39,6 +39,8 @@ ResultImpBase::ResultImpBase(const ResultImpBase* other)
 ResultImpBase::~ResultImpBase() = default;
 
 void ResultImpBase::AddResultItems(const Items& items) {
+  // A vector must not be given a range of its own.
+  if (&items == &items_) return ResultImpBase::AddResultItems(Items(items));
   const MutexLock lock(itemsLock_);
   items_.insert(items_.end(), items.begin(), items.end());
 }

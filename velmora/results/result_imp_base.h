@@ -45,7 +45,8 @@ class VELMORA_EXPORT ResultImpBase : public NxObjectBase {
   ResultImpBase& operator=(const ResultImpBase&) = delete;
   ~ResultImpBase() override;
 
-  /// Appends all of @p items, empty references included; not forwarded.
+  /// Appends all of @p items, empty references included; not forwarded. They may be those that
+  /// `GetResultItems` returns.
   virtual void AddResultItems(const std::vector<NxRef<NxvItemBase>>& items);
 
   /// Drops all items; the enclosing result keeps its own.
