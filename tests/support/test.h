@@ -41,6 +41,7 @@
 #include <vector>
 
 #include "tests/support/barrier.h"
+#include "tests/support/temporary_directory.h"
 #include "velmora/velmora.h"
 
 namespace velmora::testing {
@@ -56,30 +57,6 @@ class Asking : public Base {
 
  private:
   std::function<void()> ask_;
-};
-
-// A directory of its own for one test case, removed with everything in it.
-class TemporaryDirectory {
- public:
-  TemporaryDirectory() {
-    std::random_device random;
-    path_ = std::filesystem::temp_directory_path() / ("velmora " + std::to_string(random()));
-    std::filesystem::create_directory(path_);
-  }
-  ~TemporaryDirectory() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
-  }
-  TemporaryDirectory(const TemporaryDirectory&) = delete;
-  TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
-
-  const std::filesystem::path& GetPath() const { return path_; }
-
-  // The directory with its last separator, or something in it.
-  std::string operator/(const std::string& name) const { return (path_ / name).string(); }
-
- private:
-  std::filesystem::path path_;
 };
 
 inline void WriteFile(const std::string& path, std::string_view bytes) {
