@@ -126,6 +126,8 @@ TEST_F(ModuleLoader, MissingModulesAndFunctionsAreNull) {
   EXPECT_EQ(module, before);  // left as it was
   EXPECT_EQ(loader.LoadModule("Pagemill", module, 0, false, "Anchor"), EC_ModuleNotFound);
   EXPECT_EQ(module, nullptr);
+  // The system reads an empty name, which may stand for the program.
+  EXPECT_EQ(loader.LoadModule({"\0x", 2}, module, 0, true, nullptr), EC_ModuleNotFound);
 }
 
 TEST_F(ModuleLoader, ModulesByARelativePathKnowTheirDirectory) {

@@ -20,7 +20,9 @@ void StoreHandle(HINSTANCE& module, HINSTANCE handle) {
 }
 
 HINSTANCE Open(const std::string& path, unsigned long flags) {
-  if (path.empty()) return nullptr;  // dlopen would give the program itself
+  // The system takes a name as far as its first NUL, and dlopen an empty one for the program
+  // itself.
+  if (path.empty() || path.find('\0') != path.npos) return nullptr;
   return static_cast<HINSTANCE>(platform::OpenModule(path.c_str(), flags));
 }
 
