@@ -1,25 +1,26 @@
 // No image, whatever its fields say, makes a conversion touch memory that it was not given.
-#include <fuzzer/FuzzedDataProvider.h>
-
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <memory>
+#include <string>
 #include <vector>
 
+#include "tests/support/operations/bytes.h"
 #include "velmora/image/pixel_conversion.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace velmora;
   using namespace velmora::basic_structures;
-  FuzzedDataProvider input(data, size);
-  const int width = input.ConsumeIntegral<int>();
-  const int height = input.ConsumeIntegral<int>();
-  const int stride = input.ConsumeIntegral<int>();
-  const auto format = static_cast<ImagePixelFormat>(input.ConsumeIntegralInRange(-1, 16));
-  const auto usage = static_cast<ColourChannelUsageType>(input.ConsumeIntegralInRange(-1, 6));
+  testing::Bytes input(data, size);
+  const int width = input.Int();
+  const int height = input.Int();
+  const int stride = input.Int();
+  const auto format = static_cast<ImagePixelFormat>(input.Below(18) - 1);
+  const auto usage = static_cast<ColourChannelUsageType>(input.Below(8) - 1);
   // On the heap and of exactly this size, so that the address sanitizer sees a byte too far.
-  const auto pixels = input.ConsumeRemainingBytes<unsigned char>();
+  const std::string rest = input.Rest();
+  const std::vector<unsigned char> pixels(rest.begin(), rest.end());
   if (pixels.empty()) return 0;  // a length of 0 is unknown, and trusted
 
   const CImageData image(pixels.size(), pixels.data(), nullptr, width, height, stride, format, 0,

@@ -1,11 +1,10 @@
 // Arithmetic on any coordinates is defined, and pixels stay where they may be.
-#include <fuzzer/FuzzedDataProvider.h>
-
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <vector>
 
+#include "tests/support/operations/bytes.h"
 #include "velmora/geometry/nx_line_segment.h"
 #include "velmora/geometry/nx_quad.h"
 #include "velmora/geometry/quadrilateral.h"
@@ -13,15 +12,16 @@
 namespace {
 
 using namespace velmora;
+using testing::Bytes;
 
-NxPoint_<int> ConsumePoint(FuzzedDataProvider& input, int limit) {
-  const int x = input.ConsumeIntegralInRange(-limit, limit);
-  return {x, input.ConsumeIntegralInRange(-limit, limit)};
+NxPoint_<int> ReadPoint(Bytes& input) {
+  const int x = input.Int();
+  return {x, input.Int()};
 }
 
-Nx_Quad ConsumeQuad(FuzzedDataProvider& input, int limit) {
+Nx_Quad ReadQuad(Bytes& input) {
   NxPoint_<int> vertices[4];
-  for (NxPoint_<int>& vertex : vertices) vertex = ConsumePoint(input, limit);
+  for (NxPoint_<int>& vertex : vertices) vertex = ReadPoint(input);
   return Nx_Quad(vertices);
 }
 
@@ -48,12 +48,12 @@ void CompareWithValue(const Nx_Quad& quad, const NxPoint_<int>& point) {
   }
 }
 
-void Move(Nx_Quad& quad, FuzzedDataProvider& input) {
-  const int distance = input.ConsumeIntegral<int>();
-  Nx_LineSegmentEnhanced& edge = quad.GetEdges()[input.ConsumeIntegralInRange(0, 3)];
-  switch (input.ConsumeIntegralInRange(0, 6)) {
+void Move(Nx_Quad& quad, Bytes& input) {
+  const int distance = input.Int();
+  Nx_LineSegmentEnhanced& edge = quad.GetEdges()[input.Below(4)];
+  switch (input.Below(7)) {
     case 0:
-      return quad.ExpandQuad(distance, input.ConsumeIntegral<int>());
+      return quad.ExpandQuad(distance, input.Int());
     case 1:
       return quad.TranslateEdge(QEI_1, QETD_INWARD, distance);
     case 2:
@@ -69,8 +69,13 @@ void Move(Nx_Quad& quad, FuzzedDataProvider& input) {
   }
 }
 
-void ListPixels(FuzzedDataProvider& input) {
-  const Nx_Quad quad = ConsumeQuad(input, 3000);
+void ListPixels(Bytes& input) {
+  NxPoint_<int> vertices[4];
+  for (NxPoint_<int>& vertex : vertices) {
+    vertex = ReadPoint(input);
+    vertex = {vertex[0] % 3000, vertex[1] % 3000};
+  }
+  const Nx_Quad quad(vertices);
   std::vector<NxPoint_<int>> pixels;
   quad.GetAllPixels(pixels, PXM_CHAIN, 1, 640, 480);
   for (const NxPoint_<int>& pixel : pixels) {
@@ -81,11 +86,10 @@ void ListPixels(FuzzedDataProvider& input) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  constexpr int kLargest = 0x7FFFFFFF;
-  FuzzedDataProvider input(data, size);
-  Nx_Quad quad = ConsumeQuad(input, kLargest);
-  const Nx_Quad other = ConsumeQuad(input, kLargest);
-  const NxPoint_<int> point = ConsumePoint(input, kLargest);
+  Bytes input(data, size);
+  Nx_Quad quad = ReadQuad(input);
+  const Nx_Quad other = ReadQuad(input);
+  const NxPoint_<int> point = ReadPoint(input);
   Measure(quad, other, point);
   CompareWithValue(quad, point);
   Move(quad, input);
