@@ -18,7 +18,7 @@ namespace velmora::testing {
 class LogScript {
  public:
   explicit LogScript(Bytes& script) : script_(script), number_(++begun_), isAlone_(++inside_ == 1) {
-    folder_ = Folder() / "";
+    folder_ = (Folder() / "").string();
     if (isAlone_) std::filesystem::remove(File());
     log_.OutputJsonLog();
     log_.OutputCacheLog();
