@@ -4,6 +4,7 @@
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <cerrno>
 #include <csignal>
 #include <ctime>
 
@@ -96,6 +97,20 @@ TEST_F(PosixLog, AChildProcessWritesItsOwnThread) {
   char head[32];
   std::snprintf(head, sizeof head, "\n[TID:%6d][", static_cast<int>(child));
   EXPECT_NE(ReadFile(LogFile()).find(head), std::string::npos);
+}
+
+// In a process of its own, because the time zone is looked for once.
+TEST_F(PosixLog, WritesTheErrorOfTheCallerWithoutATimeZone) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  const auto writeFirstLine = [&] {
+    setenv("TZ", ":/none", 1);
+    errno = EDOM;
+    log.WriteTextLog(1, std::string("%m").c_str());  // compilers refuse it as not standard
+    const bool isRight = Messages() == Lines{std::strerror(EDOM)};
+    std::filesystem::remove_all(log.GetSavePath());
+    _exit(isRight ? 0 : 1);
+  };
+  EXPECT_EXIT(writeFirstLine(), ::testing::ExitedWithCode(0), "");
 }
 
 TEST_F(PosixLog, ANewFileNeverBeginsWithTheRestOfATornLine) {

@@ -1,6 +1,7 @@
 #include "velmora/log/log.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <charconv>
 #include <cstdarg>
 #include <cstddef>
@@ -121,7 +122,9 @@ std::string NxLog::GetRouterLogFile() const {
 void NxLog::WriteTextLog(int level, const char* format, ...) {
   if (!AllowLogging(level, LM_Text)) return;
   char line[kHeadRoom + platform::kFormattedTextRoom];
+  const int callersError = errno;
   char* end = WriteHead(line);
+  errno = callersError;  // for "%m": finding the time zone may have failed
   std::va_list arguments;
   va_start(arguments, format);
   end += platform::FormatText(end, format, arguments);
