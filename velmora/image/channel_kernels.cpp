@@ -52,6 +52,10 @@ struct Quads24 {
   static HWY_INLINE hn::VFromD<D> Load(D d, const Byte* source) {
     return LoadLanes(d, source + 12 * kIndex - First(kIndex), 48);
   }
+  template <class D>
+  static HWY_INLINE hn::VFromD<D> InOrder(D, hn::VFromD<D> bytes) {
+    return bytes;
+  }
 };
 
 struct Quads32 {
@@ -62,6 +66,26 @@ struct Quads32 {
   template <int kIndex, class D>
   static HWY_INLINE hn::VFromD<D> Load(D d, const Byte* source) {
     return LoadLanes(d, source + 16 * kIndex, 64);
+  }
+};
+
+// For luminance alone: the lanes take neighbouring quads, so that no two loads are joined; the four
+// results of each quad are brought in order at the end.
+struct NeighbouringQuads32 : Quads32 {
+  template <int kIndex, class D>
+  static HWY_INLINE hn::VFromD<D> Load(D d, const Byte* source) {
+    return hn::LoadU(d, source + Size(d) * kIndex);
+  }
+  template <class D>
+  static HWY_INLINE hn::VFromD<D> InOrder(D d, hn::VFromD<D> bytes) {
+    if constexpr (Size(d) == kLane) {
+      return bytes;
+    } else {
+      const hn::Repartition<std::uint32_t, D> d32;
+      alignas(32) static constexpr std::uint32_t kOrder[8] = {0, 4, 1, 5, 2, 6, 3, 7};
+      const auto order = hn::SetTableIndices(d32, kOrder);
+      return hn::BitCast(d, hn::TableLookupLanes(hn::BitCast(d32, bytes), order));
+    }
   }
 };
 
@@ -97,50 +121,51 @@ HWY_INLINE hn::Vec256<std::int16_t> MulPairs(hn::Vec256<std::uint8_t> a,
 }
 #endif
 
-// The weights of blue, green, red, all halved as they are even, are 256 * high + low.
-//
-//   (256 H + L) >> 15  ==  (H + (L >> 8)) >> 7
-//
-// for the sums H and L of the products: no sum leaves 16 bits, and what is rounded off is the same.
-struct Weights {
-  std::int8_t blue, green, red;
+// 65536 times the luminance is
+//   7424 B + 38550 G + 19562 R = 256 (29 B + 99 G) + 256 (52 G + 76 R) + 106 (R - G)
+// of which no sum leaves the signed words that MulPairs gives. Rounding off the last one's lower
+// byte before the sum's changes nothing.
+struct PairWeights {
+  std::int8_t low, high;  // of the bytes of a word
 };
-constexpr Weights kHigh = {15, 75, 38};
-constexpr Weights kLow = {-128, 75, 53};
-static_assert(WeightedSum(0, 0, 1) == 2 * (256 * kHigh.blue + kLow.blue));
-static_assert(WeightedSum(0, 1, 0) == 2 * (256 * kHigh.green + kLow.green));
-static_assert(WeightedSum(1, 0, 0) == 2 * (256 * kHigh.red + kLow.red));
+constexpr PairWeights kBlueGreen = {29, 99};
+constexpr PairWeights kGreenRed = {52, 76};
+constexpr PairWeights kRest = {-106, 106};  // of green and red
+static_assert(WeightedSum(0, 0, 1) == 256 * kBlueGreen.low);
+static_assert(WeightedSum(0, 1, 0) == 256 * (kBlueGreen.high + kGreenRed.low) + kRest.low);
+static_assert(WeightedSum(1, 0, 0) == 256 * kGreenRed.high + kRest.high);
+static_assert(255 * (kBlueGreen.low + kBlueGreen.high) <= INT16_MAX);
+static_assert(255 * (kGreenRed.low + kGreenRed.high) <= INT16_MAX);
 
-// Both bytes of each word.
-template <class D>
-HWY_INLINE hn::VFromD<D> Pairs(D d, int low, int high) {
-  const hn::Repartition<std::int16_t, D> d16;
-  return hn::BitCast(d, hn::Set(d16, static_cast<std::int16_t>((low & 0xFF) | high * 256)));
+template <class V>
+HWY_INLINE auto MulPairs(V pairs, PairWeights weights) {
+  const hn::RebindToSigned<hn::DFromV<V>> d;
+  const hn::Repartition<std::int16_t, decltype(d)> d16;
+  const auto both = static_cast<std::int16_t>((weights.low & 0xFF) | weights.high * 256);
+  return MulPairs(pairs, hn::BitCast(d, hn::Set(d16, both)));
 }
 
-// Bytes B, G of four pixels, then bytes R, 0 of them, or 0, R.
+// The luminance of the pixels with those words B, G and G, R.
+template <class V>
+HWY_INLINE auto LuminanceOfPairs(V blueGreens, V greenReds) {
+  const auto rest = hn::ShiftRight<8>(MulPairs(greenReds, kRest));
+  const auto sum = MulPairs(blueGreens, kBlueGreen) + MulPairs(greenReds, kGreenRed) + rest;
+  const hn::RebindToUnsigned<hn::DFromV<decltype(sum)>> unsigned16;  // up to 65280
+  return hn::BitCast(hn::DFromV<decltype(sum)>(), hn::ShiftRight<8>(hn::BitCast(unsigned16, sum)));
+}
+
+// Bytes B, G of four pixels, then bytes G, R of them.
 template <class Quads>
-constexpr Shuffle ToPairs(int index, Channels channels, int redByte) {
+constexpr Shuffle ToPairs(int index, Channels channels) {
   Shuffle s{};
   for (int i = 0; i < 4; ++i) {
     const int pixel = Quads::First(index) + Quads::kStep * i;
     s.from[2 * i] = static_cast<std::uint8_t>(pixel + channels.blue);
     s.from[2 * i + 1] = static_cast<std::uint8_t>(pixel + channels.green);
-    s.from[8 + 2 * i + redByte] = static_cast<std::uint8_t>(pixel + channels.red);
-    s.from[9 + 2 * i - redByte] = kZero;
+    s.from[8 + 2 * i] = static_cast<std::uint8_t>(pixel + channels.green);
+    s.from[9 + 2 * i] = static_cast<std::uint8_t>(pixel + channels.red);
   }
   return s;
-}
-
-// The luminance of the pixels with those words B, G and with R in one byte of each word `reds`.
-template <class V>
-HWY_INLINE auto LuminanceOfPairs(V blueGreens, V reds, bool isRedHigh) {
-  const hn::RebindToSigned<hn::DFromV<V>> d;
-  const auto sum = [&](Weights w) HWY_ATTR {
-    return MulPairs(blueGreens, Pairs(d, w.blue, w.green)) +
-           MulPairs(reds, isRedHigh ? Pairs(d, 0, w.red) : Pairs(d, w.red, 0));
-  };
-  return hn::ShiftRight<7>(sum(kHigh) + hn::ShiftRight<8>(sum(kLow)));
 }
 
 template <class Quads, const Channels& kChannels>
@@ -149,20 +174,21 @@ struct QuadsToLuminance {
 
   template <int kIndex, class D>
   static HWY_INLINE hn::VFromD<D> LoadPairs(D d, const Byte* source) {
-    static constexpr Shuffle kShuffle = ToPairs<Quads>(kIndex, kChannels, kIndex / 2);
+    static constexpr Shuffle kShuffle = ToPairs<Quads>(kIndex, kChannels);
     return kShuffle(Quads::template Load<kIndex>(d, source));
+  }
+  template <int kIndex, class D>
+  static HWY_INLINE auto Luminance(D d, const Byte* source) {  // of two quads
+    const hn::Repartition<std::uint64_t, D> d64;
+    const auto a = hn::BitCast(d64, LoadPairs<kIndex>(d, source));
+    const auto b = hn::BitCast(d64, LoadPairs<kIndex + 1>(d, source));
+    return LuminanceOfPairs(hn::BitCast(d, hn::InterleaveLower(d64, a, b)),
+                            hn::BitCast(d, hn::InterleaveUpper(d64, a, b)));
   }
   template <class D>
   HWY_INLINE void Convert(D d, const Byte* source, Byte* target) const {
-    const hn::Repartition<std::uint64_t, D> d64;
-    const auto a = hn::BitCast(d64, LoadPairs<0>(d, source));
-    const auto b = hn::BitCast(d64, LoadPairs<1>(d, source));
-    const auto c = hn::BitCast(d64, LoadPairs<2>(d, source));
-    const auto e = hn::BitCast(d64, LoadPairs<3>(d, source));
-    const auto reds = hn::BitCast(d, hn::InterleaveUpper(d64, a | c, b | e));
-    const auto low = LuminanceOfPairs(hn::BitCast(d, hn::InterleaveLower(d64, a, b)), reds, false);
-    const auto high = LuminanceOfPairs(hn::BitCast(d, hn::InterleaveLower(d64, c, e)), reds, true);
-    hn::StoreU(PackLanes(low, high), d, target);
+    const auto bytes = PackLanes(Luminance<0>(d, source), Luminance<2>(d, source));
+    hn::StoreU(Quads::InOrder(d, bytes), d, target);
   }
 };
 
@@ -194,6 +220,31 @@ struct QuadsToChannel {
     hn::StoreU((LoadPlace<0>(d, source) | LoadPlace<1>(d, source)) |
                    (LoadPlace<2>(d, source) | LoadPlace<3>(d, source)),
                d, target);
+  }
+};
+
+// The same of three bytes a pixel: a third of a lane's 48 at a time, which is one load less.
+template <int kChannel>
+struct QuadsToChannel<Quads24, kChannel> {
+  static constexpr int kSourceBytes = 3, kTargetBytes = 1;
+
+  static constexpr Shuffle FromThird(int third) {
+    Shuffle s{};
+    for (int i = 0; i < kLane; ++i) {
+      const int from = 3 * i + kChannel;
+      s.from[i] = from / kLane == third ? static_cast<std::uint8_t>(from % kLane) : kZero;
+    }
+    return s;
+  }
+  template <int kThird, class D>
+  static HWY_INLINE hn::VFromD<D> LoadThird(D d, const Byte* source) {
+    static constexpr Shuffle kShuffle = FromThird(kThird);
+    return kShuffle(LoadLanes(d, source + kLane * kThird, 3 * kLane));
+  }
+  template <class D>
+  HWY_INLINE void Convert(D d, const Byte* source, Byte* target) const {
+    hn::StoreU(LoadThird<0>(d, source) | LoadThird<1>(d, source) | LoadThird<2>(d, source), d,
+               target);
   }
 };
 
@@ -366,6 +417,20 @@ HWY_INLINE hn::Vec512<std::int32_t> AddProducts(hn::Vec512<std::int32_t> sum, V6
   return sum;
 }
 
+// The weights of blue, green, red, all halved as they are even, are 256 * high + low.
+//
+//   (256 H + L) >> 15  ==  (H + (L >> 8)) >> 7
+//
+// for the sums H and L of the products: what is rounded off is the same.
+struct Weights {
+  std::int8_t blue, green, red;
+};
+constexpr Weights kHigh = {15, 75, 38};
+constexpr Weights kLow = {-128, 75, 53};
+static_assert(WeightedSum(0, 0, 1) == 2 * (256 * kHigh.blue + kLow.blue));
+static_assert(WeightedSum(0, 1, 0) == 2 * (256 * kHigh.green + kLow.green));
+static_assert(WeightedSum(1, 0, 0) == 2 * (256 * kHigh.red + kLow.red));
+
 // The luminance, times 128, of pixels of four bytes.
 template <const Channels& kChannels>
 HWY_INLINE hn::Vec512<std::int32_t> LuminanceTimes128(V64 pixels) {
@@ -430,10 +495,11 @@ template <class Quads, int kOffset>
 using ToChannel = Gathering<QuadsToChannel<Quads, kOffset>, kOneChannel<kOffset>>;
 
 // In the order of GreyKind.
-template <class Quads, const Channels& kChannels>
+template <class Quads, const Channels& kChannels, class LuminanceQuads = Quads>
 constexpr std::array<RowRoutine, kGreyKindCount> kToGrey = {
-    ConvertRow<SixteensToLuminance<Quads, kChannels>>, ConvertRow<ToChannel<Quads, kChannels.red>>,
-    ConvertRow<ToChannel<Quads, kChannels.green>>, ConvertRow<ToChannel<Quads, kChannels.blue>>};
+    ConvertRow<SixteensToLuminance<LuminanceQuads, kChannels>>,
+    ConvertRow<ToChannel<Quads, kChannels.red>>, ConvertRow<ToChannel<Quads, kChannels.green>>,
+    ConvertRow<ToChannel<Quads, kChannels.blue>>};
 
 void AddChannelKernelsOfSet(RowRoutines& routines) {
   const auto toGrey = [&](SourceLayout layout) -> auto& {
@@ -441,8 +507,8 @@ void AddChannelKernelsOfSet(RowRoutines& routines) {
   };
   toGrey(SourceLayout::Bgr24) = toGrey(SourceLayout::YuvVu) = kToGrey<Quads24, kBgr>;
   toGrey(SourceLayout::Rgb24) = toGrey(SourceLayout::YuvUv) = kToGrey<Quads24, kRgb>;
-  toGrey(SourceLayout::Bgra32) = kToGrey<Quads32, kBgr>;
-  toGrey(SourceLayout::Rgba32) = kToGrey<Quads32, kRgb>;
+  toGrey(SourceLayout::Bgra32) = kToGrey<Quads32, kBgr, NeighbouringQuads32>;
+  toGrey(SourceLayout::Rgba32) = kToGrey<Quads32, kRgb, NeighbouringQuads32>;
 
   const auto toColour = [&](SourceLayout layout) -> auto& {
     return routines.toColour[static_cast<std::size_t>(layout)];
