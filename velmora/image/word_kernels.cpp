@@ -16,6 +16,8 @@ namespace {
 // A channel: the bits of kMask in the upper byte of a word shifted to the left.
 template <int kLeftShift, std::uint8_t kMask>
 struct Channel {
+  static constexpr std::uint8_t kBits = kMask;
+
   template <class V>
   static HWY_INLINE V InUpperByte(V words) {
     const hn::DFromV<V> d16;
@@ -117,6 +119,39 @@ struct OneChannel {
   }
 };
 
+#if HWY_TARGET == HWY_AVX3_DL
+// Where each byte of the colours of 64 pixels comes from, in three vectors: the words of the pixels
+// that have a part in 8 bytes, at most four, are brought there, each byte picks its 8 bits of them,
+// and those that are not of the channel are cleared. Highway 1.0.3 has no such choice of bits; with
+// vectors of blue, green and red instead, 565 to colour takes 1.2 times as long (1920x1080, AMD Zen
+// 5, g++ 12).
+template <class Word>
+struct WideWordColours {
+  // The word at which the 32 that a vector takes from begin.
+  static constexpr int StartOf(int vector) { return kLane * vector; }
+
+  alignas(64) std::uint16_t words[3][32] = {};
+  alignas(64) std::uint8_t bits[3][64] = {}, mask[3][64] = {};
+
+  constexpr WideWordColours() {
+    constexpr int kShift[3] = {-3, 3 - Word::kRedShift, 8 - Word::kRedShift};
+    constexpr std::uint8_t kMask[3] = {Word::Blue::kBits, Word::Green::kBits, Word::Red::kBits};
+    for (int j = 0; j < 3 * 64; ++j) {
+      const int first = j / 8 * 8 / 3;  // of the pixels in these 8 bytes
+      bits[j / 64][j % 64] =
+          static_cast<std::uint8_t>((16 * (j / 3 - first) + kShift[j % 3] + 64) % 64);
+      mask[j / 64][j % 64] = kMask[j % 3];
+    }
+    for (int i = 0; i < 3 * 32; ++i) {
+      const int pixel = i / 4 * 8 / 3 + i % 4 - StartOf(i / 32);
+      words[i / 32][i % 32] = static_cast<std::uint16_t>(pixel < 32 ? pixel : 31);
+    }
+  }
+};
+template <class Word>
+inline constexpr WideWordColours<Word> kWideWordColours;
+#endif
+
 template <class Word>
 struct Colours {
   static constexpr int kSourceBytes = 2, kTargetBytes = 3;
@@ -124,11 +159,57 @@ struct Colours {
   template <class D>
   HWY_INLINE void Convert(D d, const Byte* source, Byte* target) const {
     const hn::Repartition<std::uint16_t, D> du16;
-    const auto first = hn::BitCast(du16, hn::LoadU(d, source));
-    const auto second = hn::BitCast(du16, hn::LoadU(d, source + Size(d)));
-    StoreColours(d, Word::Blue::Bytes(d, first, second), Word::Green::Bytes(d, first, second),
-                 Word::Red::Bytes(d, first, second), target);
+#if HWY_TARGET == HWY_AVX3_DL
+    if constexpr (Size(d) == 4 * kLane) {
+      StoreVector<0>(d, source, target);
+      StoreVector<1>(d, source, target);
+      StoreVector<2>(d, source, target);
+      return;
+    }
+#endif
+    // Words of which the upper byte begins with red.
+    const auto load = [&](int index) HWY_ATTR {
+      const auto words = LoadLanes(d, source + kLane * index, 2 * kLane);
+      return hn::ShiftLeft<Word::kRedShift>(hn::BitCast(du16, words));
+    };
+    const auto first = load(0), second = load(1);
+    // Their lower and their upper bytes.
+    alignas(16) static constexpr std::uint8_t kApart[kLane] = {0, 2, 4, 6, 8, 10, 12, 14,
+                                                               1, 3, 5, 7, 9, 11, 13, 15};
+    const hn::Repartition<std::uint64_t, D> d64;
+    const auto apart = [&](auto words) HWY_ATTR {
+      return hn::BitCast(d64,
+                         hn::TableLookupBytes(hn::BitCast(d, words), hn::LoadDup128(d, kApart)));
+    };
+    const auto a = apart(first), b = apart(second);
+    const auto lower = hn::BitCast(du16, hn::InterleaveLower(d64, a, b));
+    const auto upper = hn::BitCast(d, hn::InterleaveUpper(d64, a, b));
+    const auto bits = [d](std::uint8_t mask) HWY_ATTR { return hn::Set(d, mask); };
+    const auto green = [&](auto words) HWY_ATTR {
+      const auto mask = hn::Set(du16, std::uint16_t{Word::Green::kBits});
+      return hn::BitCast(hn::Repartition<std::int16_t, D>(),
+                         hn::And(hn::ShiftRight<3>(words), mask));
+    };
+    const auto blue = hn::BitCast(d, hn::ShiftLeft<3 - Word::kRedShift>(lower));
+    StoreColours(d, hn::And(blue, bits(Word::Blue::kBits)), PackLanes(green(first), green(second)),
+                 hn::And(upper, bits(Word::Red::kBits)), target);
   }
+
+#if HWY_TARGET == HWY_AVX3_DL
+ private:
+  template <int kVector, class D>
+  static HWY_INLINE void StoreVector(D d, const Byte* source, Byte* target) {
+    constexpr const auto& kFrom = kWideWordColours<Word>;
+    const hn::Repartition<std::uint16_t, D> du16;
+    const auto near = hn::LoadU(d, source + 2 * kFrom.StartOf(kVector));
+    const __m512i words =
+        _mm512_permutexvar_epi16(hn::Load(du16, kFrom.words[kVector]).raw, near.raw);
+    const __m512i picked =
+        _mm512_multishift_epi64_epi8(hn::Load(d, kFrom.bits[kVector]).raw, words);
+    hn::StoreU(hn::And(hn::VFromD<D>{picked}, hn::Load(d, kFrom.mask[kVector])), d,
+               target + 64 * kVector);
+  }
+#endif
 };
 
 template <class Kernel>
