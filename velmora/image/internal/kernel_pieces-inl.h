@@ -187,10 +187,12 @@ HWY_INLINE void StoreColours(D d, V blue, V green, V red, std::uint8_t* target) 
 
 // ---- rows ----
 
-// Fetches what the loop reads in a few blocks: 2 KiB ahead.
+// Fetches what the loop reads in some blocks: 8 KiB ahead. With 2 KiB, RGBA 64 to colour takes
+// 1.17 times as long; without, 1.06 times, and BGR to red with AVX2 1.19 times (1920x1080, AMD
+// Zen 5, g++ 12).
 template <std::ptrdiff_t kBytes>
 HWY_INLINE void PrefetchAhead(const std::uint8_t* source) {
-  for (std::ptrdiff_t i = 0; i < kBytes; i += 64) hwy::Prefetch(source + 2048 + i);
+  for (std::ptrdiff_t i = 0; i < kBytes; i += 64) hwy::Prefetch(source + 8192 + i);
 }
 
 // Converts a row of at least so many pixels as a vector of D has bytes, with
