@@ -134,7 +134,8 @@ class CInterfaceScript {
         "[]",
         R"({"Name": "t", "Definitions": [{"Name": "d", "Tasks": [{"Name": "x", "Module": "None",)"
         R"( "Optional": true, "Output": true}]}]})",
-        R"({"Name": "t", "Definitions": [{"Name": "d", "Tasks": [{"Name": "x", "Module": "No"}]}]})"};
+        R"({"Name": "t", "Definitions": [{"Name": "d", "Tasks": [{"Name": "x",)"
+        R"( "Module": "No"}]}]})"};
     const char* const folders[] = {"/nowhere", nullptr, ""};
     velmora_capture_options options{};
     options.size = script_.Below(8) == 0 ? script_.Byte() : sizeof options;
