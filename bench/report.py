@@ -27,12 +27,12 @@ PROGRAMS_WITH_SETS = ["conversion", "base64"]
 
 # Names of benchmarks that are not "row/contender" already: program, pattern, name.
 NAMES = [
-    ("engine", r"RunEngineItems/items:(\d+)/threads:(\d+)(/ns:0)?",
+    ("engine", r"RunEngineItems/items:(\d+)/threads:(\d+)",
      r"\1 empty items, threads: \2/velmora"),
-    ("engine", r"RunTbbTasks/items:(\d+)/threads:(\d+)(/ns:0)?",
+    ("engine", r"RunTbbTasks/items:(\d+)/threads:(\d+)",
      r"\1 empty items, threads: \2/oneTBB"),
-    ("engine", r"RunEngineItems/items:(\d+)/threads:(\d+)/ns:(\d+)",
-     r"items of \3 ns, threads: \2/velmora"),
+    ("engine", r"RunTwoMicrosecondItems/items:\d+/threads:(\d+)",
+     r"items of 2000 ns, threads: \1/velmora"),
     ("log", r"Disabled", "disabled statement/velmora"),
     ("log", r"DisabledBareCheck", "disabled statement/bare check"),
     ("log", r"DisabledSpdlog", "disabled statement/spdlog"),
@@ -261,7 +261,7 @@ def versions():
                    f"Linux {platform.release()}",
         "compiler": f"{output('g++', '--version').splitlines()[0]} {flags[1] if flags else ''}",
         "commit": output("git", "describe", "--always", "--dirty"),
-        "versions": {name: output("dpkg-query", "-W", "-f=${Version}", package)
+        "versions": {name: output("dpkg-query", "-W", "-f=${Version}\\n", package).split("\n")[0]
                      for name, package in packages.items()},
     }
 
