@@ -223,12 +223,13 @@ TEST(OpenResultStore, RefusesWhatItCannotUse) {
   struct Row {
     const char* name;
     std::string url, credentials, want;
+    bool isStoreAtFault = false;  // or else the command line
   };
   for (const Row& row : {
            Row{"another kind", "ftp://host/folder", "", "there is no store"},
            Row{"another machine", "file://host/folder", "", "there is no store"},
            Row{"half a URL", "file:/folder", "", "there is no store"},
-           Row{"a file in the way", folder / "file", "", "cannot be kept in"},
+           Row{"a file in the way", folder / "file", "", "cannot be kept in", true},
            Row{"a password", password, "", "has a password in it"},
            Row{"a password as a parameter", database + "?password=x", "", "has a password in it"},
            Row{"no such credentials", database, folder / "none", "cannot be read"},
@@ -241,6 +242,7 @@ TEST(OpenResultStore, RefusesWhatItCannotUse) {
     } catch (const std::runtime_error& error) {
       EXPECT_NE(std::string(error.what()).find(row.want), std::string::npos) << error.what();
       EXPECT_EQ(std::string(error.what()).find("secret"), std::string::npos) << "it is told on";
+      EXPECT_EQ(dynamic_cast<const StoreError*>(&error) != nullptr, row.isStoreAtFault);
     }
   }
 }

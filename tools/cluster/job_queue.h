@@ -14,7 +14,7 @@ struct QueueOptions {
   std::string url = "amqp://127.0.0.1:5672/";  ///< "amqp://host:port/vhost", or amqps
   std::string user = "guest";
   std::string password = "guest";
-  std::string prefix = "velmora.jobs";  ///< the queues are PREFIX.0 to PREFIX.2 and PREFIX.dead
+  std::string prefix = "velmora.jobs";  ///< what the names of the queues begin with
   int prefetch = 0;                     ///< jobs of each queue that may be in hand; 0 to take none
   std::string caFile;                   ///< of amqps: who signed the broker's certificate
   std::string certificate;              ///< of amqps: the client's own, with its key, or empty
@@ -52,7 +52,8 @@ struct QueueEvent {
   int failures = 0;     ///< of a job: how often it came back from a worker that died
 };
 
-/// A queue per priority and one for dead letters, all of which outlive a restart of the broker.
+/// A queue per priority, one for suspects and one for dead letters, all of which outlive a restart
+/// of the broker.
 ///
 /// A job that is neither accepted nor rejected when the connection ends comes back, to any worker;
 /// one that did so too often is moved to the dead letters by the broker itself. After a

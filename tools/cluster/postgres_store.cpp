@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "tools/capture/option_table.h"
 #include "tools/cluster/job.h"
 #include "tools/cluster/secret_file.h"
 #include "velmora/platform/mutex.h"
@@ -100,7 +101,7 @@ void RefusePassword(const std::string& url) {
   if (options == nullptr) {
     const std::string text = message != nullptr ? OneLine(message) : "out of memory";
     PQfreemem(message);
-    throw StoreError("the URL of the database: " + text);
+    throw capture::UsageError("the URL of the database: " + text);
   }
   bool hasPassword = false;
   for (const PQconninfoOption* option = options; option->keyword != nullptr; ++option) {
@@ -108,7 +109,7 @@ void RefusePassword(const std::string& url) {
   }
   PQconninfoFree(options);
   if (hasPassword) {
-    throw StoreError("the URL of the database has a password in it: put it into a file");
+    throw capture::UsageError("the URL of the database has a password in it: put it into a file");
   }
 }
 

@@ -26,7 +26,7 @@ inline constexpr capture::OptionRow<O> kCredentialsRow{
     [](O& o, const std::string& v) { o.credentials = v; }};
 template <typename O>
 inline constexpr capture::OptionRow<O> kPrefixRow{
-    "--prefix", "NAME", "queues are NAME.0 to NAME.2 and NAME.dead (velmora.jobs)",
+    "--prefix", "NAME", "queues are NAME.0 to .2, .suspects and .dead (velmora.jobs)",
     [](O& o, const std::string& v) { o.queue.prefix = v; }};
 template <typename O>
 inline constexpr capture::OptionRow<O> kCaRow{

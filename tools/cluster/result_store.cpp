@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "tools/capture/option_table.h"
 #include "tools/cluster/file_store.h"
 #include "tools/cluster/job.h"
 #include "tools/cluster/postgres_store.h"
@@ -37,7 +38,8 @@ std::unique_ptr<ResultStore> OpenResultStore(const std::string& url,
     if (StartsWith(url, "file:") && !StartsWith(url, "file://")) throw JobError("half a URL");
     return OpenFileStore(PathOfImage(url), use);
   } catch (const JobError&) {
-    throw StoreError("there is no store '" + url + "': use file:///folder or postgresql://...");
+    throw capture::UsageError("there is no store '" + url +
+                              "': use file:///folder or postgresql://...");
   }
 }
 

@@ -65,7 +65,7 @@ enum class StoreUse {
 ///                         password
 /// @param credentialsFile  holds USER:PASSWORD for the database, see `ReadCredentials`; empty for
 ///                         libpq's own files and variables. A file store takes none.
-/// @throws StoreError; capture::UsageError for a file of credentials that cannot be used
+/// @throws StoreError; capture::UsageError for a URL or a file of credentials that cannot be used
 std::unique_ptr<ResultStore> OpenResultStore(const std::string& url,
                                              const std::string& credentialsFile,
                                              StoreUse use = StoreUse::kWrite);

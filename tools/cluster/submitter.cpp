@@ -17,7 +17,7 @@ bool Submitter::Run(const NextJob& next) {
     } catch (const QueueError& error) {
       if (error.IsFinal() && !wasConnected_) throw;
       isConnected_ = false;
-      listener_.onTrouble(error.what());
+      listener_.onTrouble(std::string(error.what()) + "; trying again");
       stop_.WaitFor(backOff_.Next());
     }
   }
