@@ -84,27 +84,97 @@ TEST_F(ModuleLoader, LooksBesideTheAnchorThenBesideTheProgram) {
   NxModuleLoaderBase::releaseModule(other);
 }
 
-TEST_F(ModuleLoader, FlagsKeepTheCurrentDirectoryOutOfTheSearch) {
+// Puts a directory on the search path of the system; on Linux the path is read when the program
+// starts, so that a run of its own has it there.
+class OnSearchPath {
+ public:
+  explicit OnSearchPath(const std::string& directory) {
+#if defined(_WIN32)
+    _putenv_s("PATH", directory.c_str());
+#endif
+    const char* const path = std::getenv(ON_WINDOWS ? "PATH" : "LD_LIBRARY_PATH");
+    isThere = path != nullptr && directory.find(path) == 0;
+  }
+#if defined(_WIN32)
+  ~OnSearchPath() {
+    _putenv_s("PATH", before.c_str());
+  }
+  const std::string before = std::getenv("PATH");
+#endif
+  bool isThere;
+};
+
+// Flags or the switch keep modules out that somebody left where the system looks.
+TEST_F(ModuleLoader, LoadsDecoysOnlyByTheSystemsSearch) {
   const testing::TemporaryDirectory directory;
+  const std::string modules = ModulesFile("");
   testing::WriteFile(directory / "Planted.dll", testing::ReadFile(ModulesFile(FOO_FILE)));
+  testing::WriteFile(directory / NEEDED_FILE, testing::ReadFile(ModulesFile(NEEDED_FILE)));
+  std::filesystem::create_directory(directory / "needy");
+  const std::string needy = directory / "needy/Needy.dll";
+  testing::WriteFile(needy, testing::ReadFile(ModulesFile(NEEDY_FILE)));
   const std::filesystem::path before = std::filesystem::current_path();
   std::filesystem::current_path(directory.GetPath());
+  const OnSearchPath path(modules);
   struct Row {
+    const char* name;
+    std::string file;
     unsigned long flags;
-    bool loadsPlanted, loadsSystems;
+    bool isLoaded;  // by the system's search
   };
-  for (const Row& row :
-       {Row{0, ON_WINDOWS, true}, Row{0x1000, false, true}, Row{0x1100, false, !ON_WINDOWS}}) {
-    SCOPED_TRACE(row.flags);
+  const Row rows[] = {
+      {"current directory", "Planted.dll", 0, ON_WINDOWS},
+      {"current directory", "Planted.dll", 8, ON_WINDOWS},
+      {"current directory", "Planted.dll", 0x1000, false},
+      {"current directory", "Planted.dll", 0x1100, false},
+      {"from the current directory", "./Planted.dll", 0, true},
+      {"search path", ANCHOR_FILE, 0, path.isThere},
+      {"search path", ANCHOR_FILE, 0x1100, path.isThere && !ON_WINDOWS},
+      {"the system's own", SYSTEM_FILE, 0x1000, true},
+      {"the system's own", SYSTEM_FILE, 0x1100, !ON_WINDOWS},
+  };
+  for (const bool isAllowed : {true, false}) {
+    NxModuleLoaderBase::SetSystemSearch(isAllowed);
+    for (const Row& row : rows) {
+      SCOPED_TRACE(row.name + (" by " + std::to_string(row.flags)));
+      HINSTANCE module = nullptr;
+      const int code = loader.LoadModule(row.file, module, row.flags, true, nullptr);
+      EXPECT_EQ(code == EC_Ok, row.isLoaded && isAllowed);
+      NxModuleLoaderBase::releaseModule(module);
+      module = nullptr;
+      if (row.flags != 0) continue;
+      NxModuleLoaderBase::loadModuleFunc(row.file.c_str(), kPlaceFunction, module);
+      EXPECT_EQ(module != nullptr, row.isLoaded && isAllowed);
+      NxModuleLoaderBase::releaseModule(module);
+    }
+    // What a module needs may be a decoy, too; on Linux that is up to the program's own start.
     HINSTANCE module = nullptr;
-    EXPECT_EQ(PlaceOf("Planted.dll", true, nullptr, row.flags) != kNowhere, row.loadsPlanted);
-    EXPECT_EQ(loader.LoadModule(SYSTEM_FILE, module, row.flags, true, nullptr) == EC_Ok,
-              row.loadsSystems);
+    NxModuleLoaderBase::loadModuleFunc(needy.c_str(), kPlaceFunction, module);
+    EXPECT_EQ(module != nullptr, ON_WINDOWS ? isAllowed : path.isThere);
     NxModuleLoaderBase::releaseModule(module);
-    EXPECT_EQ(PlaceOf("Foo", false, nullptr, row.flags), kBesideProgram);
+    for (const unsigned long flags : {0ul, 8ul, 0x1100ul}) {
+      EXPECT_EQ(PlaceOf("Foo", false, nullptr, flags), kBesideProgram);
+    }
   }
+  NxModuleLoaderBase::SetSystemSearch(true);
   EXPECT_NE(loader.loadModuleFunc(SYSTEM_FILE, SYSTEM_FUNCTION), nullptr);
   std::filesystem::current_path(before);
+}
+
+// A file that was cut off while it was copied, whatever is missing.
+TEST_F(ModuleLoader, FilesThatAreCutShortAreNoModules) {
+  const testing::TemporaryDirectory directory;
+  const std::string whole = testing::ReadFile(ModulesFile(FOO_FILE));
+  for (std::size_t size = 0; size < 0x3000; size += 509) {
+    const std::string file = directory / std::to_string(size);
+    testing::WriteFile(file, std::string_view(whole).substr(0, size));
+    HINSTANCE module = nullptr;
+    EXPECT_EQ(NxModuleLoaderBase::loadModuleFunc(file.c_str(), kPlaceFunction, module), nullptr);
+    EXPECT_EQ(module, nullptr) << size << " of " << whole.size();
+    NxModuleLoaderBase::releaseModule(module);
+  }
+  HINSTANCE module = Open(ModulesFile(FOO_FILE));
+  NxModuleLoaderBase::releaseModule(module);
 }
 
 TEST_F(ModuleLoader, MissingModulesAndFunctionsAreNull) {

@@ -83,6 +83,13 @@ ModuleHandle OpenModule(const char* path, unsigned long flags) {
   return LoadLibraryExA(path, nullptr, flags);
 }
 
+ModuleHandle OpenModuleInPlace(const char* path, unsigned long flags) {
+  // With these the system refuses what is no full path, and looks for what the module needs beside
+  // it, beside the program and among its own. The flag that is taken out does not go with them.
+  constexpr DWORD kSearch = LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_DEFAULT_DIRS;
+  return OpenModule(path, (flags & ~DWORD{LOAD_WITH_ALTERED_SEARCH_PATH}) | kSearch);
+}
+
 void CloseModule(ModuleHandle module) {
   FreeLibrary(static_cast<HMODULE>(module));
 }

@@ -1,5 +1,7 @@
 #include "velmora/util/module_loader.h"
 
+#include <atomic>
+
 #include "velmora/foundation/error_code.h"
 #include "velmora/platform/internal/system.h"
 #include "velmora/util/path_helper.h"
@@ -19,11 +21,16 @@ void StoreHandle(HINSTANCE& module, HINSTANCE handle) {
   __atomic_store_n(&module, handle, __ATOMIC_RELEASE);
 }
 
+// Relaxed: a flag of its own, set before modules are asked for.
+std::atomic<bool> hasSystemSearch{true};
+
 HINSTANCE Open(const std::string& path, unsigned long flags) {
   // The system takes a name as far as its first NUL, and dlopen an empty one for the program
   // itself.
   if (path.empty() || path.find('\0') != path.npos) return nullptr;
-  return static_cast<HINSTANCE>(platform::OpenModule(path.c_str(), flags));
+  const auto open = hasSystemSearch.load(std::memory_order_relaxed) ? platform::OpenModule
+                                                                    : platform::OpenModuleInPlace;
+  return static_cast<HINSTANCE>(open(path.c_str(), flags));
 }
 
 void* Find(HINSTANCE module, const char* functionName) {
@@ -86,6 +93,10 @@ void* NxModuleLoaderBase::loadModuleFunc(const char* fileName, const char* funct
                                          HINSTANCE& module) {
   if (module == nullptr && fileName != nullptr) module = Open(fileName, 0);
   return Find(module, functionName);
+}
+
+void NxModuleLoaderBase::SetSystemSearch(bool isAllowed) {
+  hasSystemSearch.store(isAllowed, std::memory_order_relaxed);
 }
 
 void NxModuleLoaderBase::releaseModule(HINSTANCE& module) {

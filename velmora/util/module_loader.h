@@ -27,7 +27,8 @@ namespace velmora {
 /// flags 0x1100 (LOAD_LIBRARY_SEARCH_DEFAULT_DIRS with LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR): Windows
 /// refuses bare names with them, so that the last step finds nothing. With 0x1000 alone it finds
 /// the system's own modules and those beside the program, but nothing in the current directory or
-/// the PATH. `loadModuleFunc` knows this last step only, without flags: give it full paths.
+/// the PATH. `loadModuleFunc` knows this last step only, without flags: give it full paths. A
+/// program that wants the last step for none of its loaders calls `SetSystemSearch(false)`.
 ///
 /// Flags are those of the Windows function LoadLibraryEx and have no meaning elsewhere. A module
 /// that needs others from its own directory wants 0x1100 or 0x8 (LOAD_WITH_ALTERED_SEARCH_PATH); on
@@ -79,6 +80,15 @@ class VELMORA_EXPORT NxModuleLoaderBase : public SyncObject {
 
   /// The same, but loads only if @p module is null, and leaves the handle there.
   static void* loadModuleFunc(const char* fileName, const char* functionName, HINSTANCE& module);
+
+  /// Whether the loaders of this process may leave the search to the system, which they do unless
+  /// told otherwise.
+  ///
+  /// With false a module is loaded by its full path or not at all: beside the anchor and beside the
+  /// program, by `loadModuleFunc` where it is given a full path. On Windows the modules that it
+  /// needs are looked for as with the flags 0x1100, whatever the caller's flags.
+  /// @threadsafety any thread; what is being loaded at the time may go either way
+  static void SetSystemSearch(bool isAllowed);
 
   /// Frees a module. Null is accepted. The variable keeps its value; callers clear it themselves.
   static void releaseModule(HINSTANCE& module);

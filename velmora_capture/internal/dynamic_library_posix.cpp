@@ -2,17 +2,22 @@
 
 #include <filesystem>
 
+#include "velmora/util/module_loader.h"
 #include "velmora_capture/internal/dynamic_library.h"
 
 namespace velmora::capture {
 
 void* OpenLibrary(const std::string& file, std::string& reason) {
-  void* const library = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
+  // NOLINTBEGIN(concurrency-mt-unsafe): each thread has words of its own
+  dlerror();  // forgets what went wrong before
+  HINSTANCE library = nullptr;
+  NxModuleLoaderBase::loadModuleFunc(file.c_str(), nullptr, library);
   if (library == nullptr) {
-    // NOLINTNEXTLINE(concurrency-mt-unsafe): each thread has words of its own
+    // A file that is cut short is refused before the system sees it.
     const char* const words = dlerror();
-    reason = words != nullptr ? words : "the system gave no reason";
+    reason = words != nullptr ? words : "the file is cut short";
   }
+  // NOLINTEND(concurrency-mt-unsafe)
   return library;
 }
 

@@ -30,6 +30,10 @@ using ModuleHandle = void*;  // the system's own handle
 // system shows no message box.
 ModuleHandle OpenModule(const char* path, unsigned long flags);
 
+// The same for a full path alone: neither the module nor, on Windows, what it needs is looked for
+// in the current directory or the PATH, whatever the flags say. Null for every other path.
+ModuleHandle OpenModuleInPlace(const char* path, unsigned long flags);
+
 // Takes back one load of OpenModule; the last one unloads.
 void CloseModule(ModuleHandle module);
 
