@@ -137,7 +137,7 @@ class VELMORA_CAPTURE_EXPORT Capture {
   /// The source is fetching already. `source.GetImage` is asked every 5 ms while it has nothing,
   /// and at once after `NotifySource`.
   /// The source's errors are results too (`ReadErrorSource`). Ends early when the run is cancelled.
-  /// What the handler throws leaves `Run` once nothing is in flight.
+  /// What the handler or the source throws leaves `Run` once nothing is in flight.
   ///
   /// @return 0; -10062 if another Run is going on, or the caller is a thread of the pool
   int Run(basic_structures::CImageSourceAdapter& source, const Handler& handler,

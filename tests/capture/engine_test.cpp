@@ -112,6 +112,86 @@ TEST(Engine, WhatAHandlerThrowsLeavesRunOnceNothingIsInFlight) {
   EXPECT_EQ(engine.Read()->GetErrorCode(), 0);
 }
 
+TEST(Engine, WhatASourceThrowsLeavesRunToo) {
+  enum Place { kHasMore, kGetImage, kGetReadError };
+  class Source final : public CImageSourceAdapter, public ReadErrorSource {
+   public:
+    explicit Source(Place place) : place_(place) {}
+    bool HasMoreImages() const override { return place_ == kHasMore ? throw 6 : images_ < 5; }
+    CImageData* GetImage() override {
+      if (++images_ > 3 && place_ == kHasMore) return nullptr;
+      if (images_ > 3 && place_ == kGetImage) throw 6;
+      return images_ > 3 ? new CImageData : TestEngine::MakeImage().release();
+    }
+    CaptureError GetReadError(const CImageData&) const override { throw 6; }
+    bool GetReadMoments(const CImageData&, RunMoment&, RunMoment&) const override { return false; }
+
+   private:
+    const Place place_;
+    int images_ = 0;
+  };
+  for (const Place place : {kHasMore, kGetImage, kGetReadError}) {
+    SCOPED_TRACE(place);
+    TestEngine engine(new TestWork);
+    Source source(place);
+    EXPECT_THROW(engine->Run(source, [](const NxRef<CaptureResult>&) {}, {}), int);
+    EXPECT_EQ(engine->GetStatistics().queued, 0);
+    EXPECT_EQ(engine.Read()->GetErrorCode(), 0);
+  }
+}
+
+// What a receiver throws is an error of the image, what an observer throws is dropped.
+TEST(Engine, ReceiversAndObserversMayThrow) {
+  enum Place { kUnit, kSection, kTask, kDefinition, kObserver };
+  class Thrower final : public intermediate_results::CAbstractIntermediateResultReceiver,
+                        public RunObserver {
+   public:
+    using Result = intermediate_results::CIntermediateResult;
+    using Unit = intermediate_results::CIntermediateResultUnit;
+    using Info = intermediate_results::IntermediateResultInfo;
+    explicit Thrower(Place place) : place_(place) {}
+    void OnUnitResultReceived(Unit*, const Info*) override { ThrowAt(kUnit); }
+    void OnSectionResultsReceived(const Result*, const Info*) override { ThrowAt(kSection); }
+    void OnTaskResultsReceived(const Result*, const Info*) override { ThrowAt(kTask); }
+    void OnTargetROIResultsReceived(const Result*, const Info*) override { ThrowAt(kDefinition); }
+    void OnThreadStarted(const char*) override { ThrowAt(kObserver); }
+    void OnSpan(const RunSpan&) override { ThrowAt(kObserver); }
+    std::atomic<int> thrown{0};
+
+   private:
+    void ThrowAt(Place place) {
+      if (place != place_) return;
+      ++thrown;
+      throw 7;
+    }
+    const Place place_;
+  };
+  for (const Place place : {kUnit, kSection, kTask, kDefinition, kObserver}) {
+    SCOPED_TRACE(place);
+    Thrower thrower(place);
+    CaptureOptions options;
+    options.receivers.push_back(&thrower);
+    options.observers.push_back(&thrower);
+    const NxRef<TestWork> work = new TestWork("AB");
+    work->work = [](auto& item, auto& task) {
+      AddFound(task);
+      for (auto* one : *item.GetWorkObject()->GetIntermediateResultReceivers()) {
+        one->OnUnitResultReceived(nullptr, nullptr);
+      }
+      item.SetWorkFinished();
+      return 0;
+    };
+    TestEngine engine(work, options);
+    for (int image = 0; image < 2; ++image) {
+      const NxRef<CaptureResult> result = engine.Read();
+      EXPECT_EQ(result->GetErrorCode(), place == kObserver ? 0 : EC_Unknown);
+      EXPECT_EQ(result->GetErrors().size(), place == kObserver ? 0u : 1u);
+      EXPECT_EQ(result->GetRegions().size(), 1u) << "what was found is there";
+    }
+    EXPECT_GT(thrower.thrown, 1);
+  }
+}
+
 // A source that pushes: the run waits for it, and counts what it drops.
 TEST(Engine, RunWaitsForASourceThatPushes) {
   class Camera final : public CImageSourceAdapter {

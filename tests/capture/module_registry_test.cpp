@@ -21,19 +21,43 @@ constexpr char kSuffix[] = ".so";
 const std::string kFirst = fs::absolute(VELMORA_TEST_MODULES "/first").u8string();
 const std::string kSecond = fs::absolute(VELMORA_TEST_MODULES "/second").u8string();
 
+// Linux has words for what is wrong, Windows a number.
+const char* Reason(const char* words) {
+  return kSuffix[0] == '.' ? words : ": system error ";
+}
+
 TEST(ModuleRegistry, SaysWhyAModuleCannotBeUsed) {
   struct Row {
     const char* module;
     std::vector<std::string> wants;
   };
-  const ModuleRegistry registry({kFirst, kSecond});
+  const testing::TemporaryDirectory made;
+  const auto make = [&](const char* module, const std::string& content) {
+    testing::WriteFile(made / (module + std::string(kSuffix)), content);
+  };
+  std::string good = testing::ReadFile(kFirst + "/Good" + kSuffix);
+  make("Empty", "");
+  make("Half", good.substr(0, 0x3000));
+  make("OtherSystem", good[0] == 'M' ? "\177ELF" + good.substr(4) : "MZ" + good.substr(2));
+  // Two bytes tell the machine; 0xB7 is 64-bit ARM in the one format, unknown in the other.
+  good[good[0] == 'M' ? static_cast<unsigned char>(good[0x3C]) + 4u : 18u] = '\xB7';
+  make("OtherMachine", good);
+  fs::create_directory(made / ("Folder" + std::string(kSuffix)));
+  const ModuleRegistry registry({kFirst, kSecond, made / ""});
   for (const Row& row : {
            Row{"Nope",
                {"\"Nope\" was not found: there is no Nope", kFirst, kSecond, FolderOfProgram()}},
            Row{"OtherInterface",
                {"its interface number is 77", "version 5.6.7.8", "this library's is 2"}},
            Row{"NoInfo", {"does not export VelmoraModuleInfo"}},
+           Row{"NoFactory", {"does not export VelmoraCreateWorkObject"}},
+           Row{"TellsNothing", {"it does not tell what it is"}},
            Row{"Broken", {"\"Broken\" cannot be used: ", std::string("Broken") + kSuffix}},
+           Row{"Empty", {"\"Empty\" cannot be used: ", Reason("file too short")}},
+           Row{"Half", {"\"Half\" cannot be used: ", Reason("the file is cut short")}},
+           Row{"OtherMachine", {"\"OtherMachine\" cannot be used: ", Reason("shared object")}},
+           Row{"OtherSystem", {"\"OtherSystem\" cannot be used: ", Reason("ELF header")}},
+           Row{"Folder", {"\"Folder\" was not found"}},
        }) {
     SCOPED_TRACE(row.module);
     std::string fault;

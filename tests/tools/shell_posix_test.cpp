@@ -15,7 +15,8 @@ CaptureRun RunScript(const TemporaryDirectory& folder, const std::string& script
       "set -o pipefail; export LC_ALL=C\n"
       "CAPTURE='env --default-signal=INT,TERM " VELMORA_CAPTURE_PROGRAM
       " --template=templates/linear.json'\n"
-      "HELP=" VELMORA_CAPTURE_HELP "\nDIR='" +
+      "PROGRAM=" VELMORA_CAPTURE_PROGRAM " MODULES=" VELMORA_TEST_MODULES
+      " HELP=" VELMORA_CAPTURE_HELP "\nexport CAPTURE DIR='" +
       folder.GetPath().string() +
       "'\n"
       "until_in() { for i in {1..500}; do grep -qs \"$1\" \"$2\" && return; sleep 0.02; done; }\n";
@@ -67,6 +68,31 @@ TEST(Outputs, ThatCannotBeWrittenEndTheRun) {
        "the trace '/dev/full' cannot be written"},
       {"the report", "$CAPTURE --report /dev/full samples/qr.png", 1, "samples/qr.png",
        "the report '/dev/full'"},
+      {"a disk of 64 KiB, or files that may not be larger",
+       "mkdir \"$DIR/o\"; run() { $CAPTURE --overlay \"$DIR/o\" samples/label.jpg; }; export -f "
+       "run\n"
+       "disk='mount -t tmpfs -o size=64k none'; export disk\n"
+       "if unshare -m $disk \"$DIR/o\" 2>/dev/null; then unshare -m bash -c '$disk \"$DIR/o\"; "
+       "run'\n"
+       "else ulimit -f 64; run; fi",
+       1, "label.jpg", "0000-label.jpg.svg' cannot be written: "},
+      {"a file that may not be larger",
+       "ulimit -f 8; $CAPTURE --report \"$DIR/r\" samples/label.jpg", 1, "label.jpg",
+       "/r' cannot be written: File too large"},
+      {"a folder that vanishes",
+       "mkfifo \"$DIR/p.png\"; $CAPTURE --overlay \"$DIR/o\" samples/qr.png \"$DIR/p.png\" &\n"
+       "until_in '</svg>' \"$DIR/o/0000-qr.png.svg\"; rm -r \"$DIR/o\"\n"
+       "cat samples/qr.png >\"$DIR/p.png\"; wait $!",
+       1, "p.png", "0001-p.png.svg' cannot be written: No such file or directory"},
+      {"a log without its folder",
+       "printf '[BARCODECONFIG]\\nPath=/no/such/\\nLevel=9\\nMode=2\\n' >\"$DIR/l\"\n"
+       "$CAPTURE --log-config \"$DIR/l\" samples/qr.png",
+       1, "1 image, 1 read", "velmora-capture: the log cannot be written"},
+      {"a log kept in memory, without its folder",
+       "printf '[BARCODECONFIG]\\nPath=/no/such/\\nLevel=9\\nMode=2\\nOutputMode=1\\n' "
+       ">\"$DIR/l\"\n"
+       "$CAPTURE --log-config \"$DIR/l\" samples/qr.png",
+       1, "1 image, 1 read", "velmora-capture: the log cannot be written"},
       {"at once",
        "$CAPTURE --json $(for i in {1..300}; do echo samples/none.jpg; done) >/dev/full "
        "--trace \"$DIR/t\"; s=$?; ls \"$DIR\"; exit $s",
@@ -158,6 +184,16 @@ TEST(Interrupts, EndTheRunAndTellWhatIsThere) {
        "$CAPTURE samples/qr.png >&3 & until_in pipe_write /proc/$!/wchan\n"
        "for i in {1..500}; do kill -INT $! 2>/dev/null || break; sleep 0.02; done; wait $!",
        130, "", ""},
+      {"a module that never returns: not by its time budget, nor by the first",
+       "mkdir \"$DIR/bin\"; cp $PROGRAM $MODULES/first/Endless.so \"$DIR/bin\"\n"
+       "ln -s \"${PROGRAM%/bin/*}/lib\" \"$DIR\"\n"
+       "echo "
+       "'{\"Name\":\"t\",\"TimeoutMs\":50,\"Definitions\":[{\"Name\":\"d\",\"Tasks\":[{\"Name\":"
+       "\"e\",\"Module\":\"Endless\",\"Output\":true}]}]}' >\"$DIR/t\"\n"
+       "env --default-signal=INT \"$DIR/bin/velmora-capture\" --template \"$DIR/t\" samples/qr.png "
+       "2>\"$DIR/e\" & until_in endless \"$DIR/e\"\n"
+       "sleep 0.3; kill -INT $!; sleep 0.3; kill -INT $! && echo it waits; wait $!",
+       130, "it waits\n", ""},
       {"a watched directory",
        "$CAPTURE --watch \"$DIR\" >\"$DIR/out\" & sleep 0.3\n"
        "until grep -qs 1.code \"$DIR/out\"; do : >\"$DIR/new.png\"; sleep 0.7; cp samples/qr.png "

@@ -78,8 +78,7 @@ ExitStatus Session::Run() {
     WriteSummary();
     WriteFiles();
   }
-  NxLog::GetInstance().OutputCacheLog();
-  NxLog::GetInstance().OutputJsonLog();
+  FinishLog();
   // To be interrupted is how watching ends.
   const bool isCutShort = isInterrupted_ && options_.watchedDirectory.empty();
   return failed_ > 0 || isCutShort ? kSomeFailed : kAllRead;
@@ -93,6 +92,15 @@ void Session::PrepareLog() const {
                      "' has no section [BARCODECONFIG]");
   }
   NxLog::GetInstance().InitLog(ToNarrow(options_.logConfig).c_str());
+}
+
+void Session::FinishLog() {
+  NxLog& log = NxLog::GetInstance();
+  const bool areLinesWritten = log.OutputCacheLog();
+  if (!log.OutputJsonLog() || !areLinesWritten || log.GetLostLineCount() > 0) {
+    throw OutputError(
+        "the log cannot be written, or not all of it: see the folder in its ini file");
+  }
 }
 
 void Session::PrepareOutputs() const {

@@ -31,6 +31,7 @@ class Session {
 
  private:
   void PrepareLog() const;
+  static void FinishLog();
   void PrepareOutputs() const;
   bool MakeCapture();
   void MakeSource();

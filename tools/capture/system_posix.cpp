@@ -45,7 +45,8 @@ std::string ToNarrow(const std::string& name) {
 }
 
 void PrepareStandardStreams() {
-  std::signal(SIGPIPE, SIG_IGN);
+  // What cannot be written fails, and is told; it does not end the program.
+  for (const int number : {SIGPIPE, SIGXFSZ}) std::signal(number, SIG_IGN);
   // The lowest number that is free is what open gives. A stream that may only be used the wrong way
   // round fails as a closed one does.
   for (int number = STDIN_FILENO; number <= STDERR_FILENO; ++number) {
