@@ -7,6 +7,7 @@
 #include <fstream>
 #include <functional>
 #include <iterator>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <set>
@@ -270,6 +271,158 @@ TEST(CInterface, AnswersHostileArgumentsWithACode) {
   for (const auto& row : rows) EXPECT_EQ(row.first, row.second) << "row " << &row - rows;
   EXPECT_EQ(text, nullptr) << "a text that cannot be given is null";
   EXPECT_EQ(made, nullptr);
+}
+
+// A row for each function that is exported: what it gives with null for each of its pointers.
+TEST(CInterface, TakesNullForEachPointer) {
+  const Capture owner = MakeCapture();
+  velmora_capture* const capture = owner.get();
+  const Result qr = ReadFile(owner, "qr.png");
+  const Result broken = ReadFile(owner, "broken.png", -10012);
+  const velmora_result* const result = qr.get();
+  velmora_statistics* statistics = nullptr;
+  ASSERT_EQ(velmora_capture_get_statistics(capture, &statistics), 0);
+  velmora_template_errors* errors = nullptr;
+  velmora_capture* made = nullptr;
+  ASSERT_NE(velmora_capture_create("{}", nullptr, &made, &errors), 0);
+  const GreyPicture picture;
+  velmora_image image = picture.image;
+  image.pixels = nullptr;
+  velmora_capture_options options{sizeof options, 0, 0, 1, nullptr, nullptr};
+  velmora_result* read = nullptr;
+  const char* text = "";
+  auto templateError = Sized<velmora_template_error>();
+  auto info = Sized<velmora_result_info>();
+  auto code = Sized<velmora_code>();
+  auto region = Sized<velmora_region>();
+  auto imageError = Sized<velmora_image_error>();
+  auto images = Sized<velmora_image_counts>();
+  auto task = Sized<velmora_task_counts>();
+  velmora_statistics* none = nullptr;
+  velmora_template_errors* noErrors = nullptr;
+  const auto submit = [&](velmora_capture* to, const velmora_image* what,
+                          velmora_result_callback callback) {
+    return velmora_capture_submit(to, what, nullptr, nullptr, callback, nullptr, 0);
+  };
+  using Codes = std::vector<std::int32_t>;
+  const std::map<std::string, Codes> rows = {
+      {"velmora_capture_abi_version", {}},
+      {"velmora_version", {}},
+      {"velmora_error_string", {}},
+      {"velmora_log_flush", {}},
+      {"velmora_capture_create",
+       {velmora_capture_create(nullptr, nullptr, nullptr, &noErrors),
+        velmora_capture_create(nullptr, &options, &made, nullptr)}},
+      {"velmora_capture_create_from_file",
+       {velmora_capture_create_from_file("x", nullptr, nullptr, &noErrors),
+        velmora_capture_create_from_file(nullptr, nullptr, &made, nullptr)}},
+      {"velmora_capture_destroy", {velmora_capture_destroy(nullptr) + kNullPointer}},
+      {"velmora_capture_cancel", {velmora_capture_cancel(nullptr)}},
+      {"velmora_capture_note_count", {velmora_capture_note_count(nullptr)}},
+      {"velmora_capture_get_note",
+       {velmora_capture_get_note(nullptr, 0, &text),
+        velmora_capture_get_note(capture, 0, nullptr)}},
+      {"velmora_template_errors_count", {velmora_template_errors_count(nullptr)}},
+      {"velmora_template_errors_get",
+       {velmora_template_errors_get(nullptr, 0, &templateError),
+        velmora_template_errors_get(errors, 0, nullptr)}},
+      {"velmora_template_errors_release",
+       {(velmora_template_errors_release(nullptr), kNullPointer)}},
+      {"velmora_capture_read_file",
+       {velmora_capture_read_file(nullptr, "x", &read),
+        velmora_capture_read_file(capture, nullptr, &read),
+        velmora_capture_read_file(capture, "x", nullptr)}},
+      {"velmora_capture_read",
+       {velmora_capture_read(nullptr, &picture.image, nullptr, nullptr, &read),
+        velmora_capture_read(capture, nullptr, nullptr, nullptr, &read),
+        velmora_capture_read(capture, &image, nullptr, nullptr, &read),
+        velmora_capture_read(capture, &picture.image, nullptr, nullptr, nullptr)}},
+      {"velmora_capture_submit",
+       {submit(nullptr, &picture.image, &Delivery::Call), submit(capture, nullptr, &Delivery::Call),
+        submit(capture, &image, &Delivery::Call), submit(capture, &picture.image, nullptr)}},
+      {"velmora_capture_get_statistics",
+       {velmora_capture_get_statistics(nullptr, &none),
+        velmora_capture_get_statistics(capture, nullptr)}},
+      {"velmora_result_get_info",
+       {velmora_result_get_info(nullptr, &info), velmora_result_get_info(result, nullptr)}},
+      {"velmora_result_code_count", {velmora_result_code_count(nullptr)}},
+      {"velmora_result_get_code",
+       {velmora_result_get_code(nullptr, 0, &code), velmora_result_get_code(result, 0, nullptr)}},
+      {"velmora_result_region_count", {velmora_result_region_count(nullptr)}},
+      {"velmora_result_get_region",
+       {velmora_result_get_region(nullptr, 0, &region),
+        velmora_result_get_region(result, 0, nullptr)}},
+      {"velmora_result_error_count", {velmora_result_error_count(nullptr)}},
+      {"velmora_result_get_error",
+       {velmora_result_get_error(nullptr, 0, &imageError),
+        velmora_result_get_error(broken.get(), 0, nullptr)}},
+      {"velmora_result_get_json",
+       {velmora_result_get_json(nullptr, &text, nullptr),
+        velmora_result_get_json(result, nullptr, nullptr)}},
+      {"velmora_result_retain", {velmora_result_retain(nullptr)}},
+      {"velmora_result_release", {(velmora_result_release(nullptr), kNullPointer)}},
+      {"velmora_statistics_get_images",
+       {velmora_statistics_get_images(nullptr, &images),
+        velmora_statistics_get_images(statistics, nullptr)}},
+      {"velmora_statistics_task_count", {velmora_statistics_task_count(nullptr)}},
+      {"velmora_statistics_get_task",
+       {velmora_statistics_get_task(nullptr, 0, &task),
+        velmora_statistics_get_task(statistics, 0, nullptr)}},
+      {"velmora_statistics_release", {(velmora_statistics_release(nullptr), kNullPointer)}},
+      {"velmora_log_configure", {velmora_log_configure(nullptr)}},
+  };
+  std::set<std::string> exported, tried;
+  std::ifstream list(VELMORA_CAPTURE_EXPORTS);
+  for (std::string name; std::getline(list, name);) {
+    if (name.find("velmora_") == 0) exported.insert(name);
+  }
+  for (const auto& [name, codes] : rows) {
+    tried.insert(name);
+    EXPECT_EQ(codes, Codes(codes.size(), kNullPointer)) << name;
+  }
+  EXPECT_EQ(tried, exported);
+  EXPECT_TRUE(made == nullptr && read == nullptr && text == nullptr && none == nullptr);
+  velmora_template_errors_release(errors);
+  velmora_statistics_release(statistics);
+}
+
+// A process may end at any time: it does so with its own code, and at once.
+TEST(CInterfaceDeathTest, TheProcessMayEndWhileThreadsWork) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  for (const bool isInCallback : {false, true}) {
+    SCOPED_TRACE(isInCallback);
+    for (int round = 0; round < 3; ++round) {
+      EXPECT_EXIT(
+          {
+            const GreyPicture picture;
+            const Noise noise;
+            velmora_capture* const capture = MakeCapture().release();
+            velmora_capture_submit(
+                capture, isInCallback ? &picture.image : &noise.image, nullptr, nullptr,
+                [](void* user, velmora_result*) {
+                  if (user != nullptr) std::exit(7);
+                },
+                isInCallback ? capture : nullptr, 0);
+            while (velmora_capture_submit(
+                       capture, &noise.image, nullptr, nullptr, [](void*, velmora_result*) {},
+                       nullptr, 0) == 0) {
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(isInCallback ? 60000 : round));
+            std::exit(7);
+          },
+          ::testing::ExitedWithCode(7), "");
+    }
+  }
+}
+
+// It runs in a destructor.
+TEST(CInterfaceDeathTest, AReleaseFunctionThatThrowsEndsTheProcess) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  const GreyPicture picture;
+  velmora_result* result = nullptr;
+  const auto release = [](void*) { throw 5; };
+  EXPECT_DEATH(velmora_capture_read(MakeCapture().get(), &picture.image, release, nullptr, &result),
+               "");
 }
 
 TEST(CInterface, NamesThePlaceOfATemplatesFault) {

@@ -73,20 +73,46 @@ TEST_F(Log, FormatsAlikeOnEverySystem) {
 }
 
 TEST_F(Log, KeepsOrCountsWhatCannotBeWritten) {
-  log.InitLogFromSetting(LM_Text, 1, (directory / "missing/").c_str());
-  const std::uint64_t lost = log.GetLostLineCount();
-  log.WriteTextLog(1, "lost");
-  log.SetOutputMode(OM_Cache);
-  log.WriteTextLog(1, "kept");
-  EXPECT_FALSE(log.OutputCacheLog());
-  log.AddJsonRecord(Json::Value("record"));
-  EXPECT_FALSE(log.OutputJsonLog());
-  EXPECT_EQ(log.GetLostLineCount(), lost + 1);
+  std::filesystem::create_directories(directory / "taken/VelmoraScanlyx.log");
+  std::filesystem::create_directory(directory / "vanished");
+  log.InitLogFromSetting(LM_Text, 1, (directory / "vanished/").c_str());
+  log.WriteTextLog(1, "gone");
+  std::filesystem::remove_all(directory / "vanished");
+  for (const char* place : {"missing/", "taken/", "vanished/"}) {
+    SCOPED_TRACE(place);
+    log.InitLogFromSetting(LM_Text, 1, (directory / place).c_str());
+    const std::uint64_t lost = log.GetLostLineCount();
+    log.WriteTextLog(1, "lost");
+    log.SetOutputMode(OM_Cache);
+    log.WriteTextLog(1, "kept");
+    EXPECT_FALSE(log.OutputCacheLog());
+    log.AddJsonRecord(Json::Value("record"));
+    EXPECT_FALSE(log.OutputJsonLog());
+    EXPECT_EQ(log.GetLostLineCount(), lost + 1);
 
-  Configure(LM_Text, 1);
-  EXPECT_TRUE(log.OutputCacheLog());
-  EXPECT_TRUE(log.OutputJsonLog());
-  EXPECT_EQ(Messages(), (Lines{"kept", "odd line \"record\""}));
+    Configure(LM_Text, 1);
+    EXPECT_TRUE(log.OutputCacheLog());
+    EXPECT_TRUE(log.OutputJsonLog());
+    EXPECT_EQ(Messages(), (Lines{"kept", "odd line \"record\""}));
+    log.SetOutputMode(OM_File);
+    std::filesystem::remove(LogFile());
+  }
+}
+
+TEST_F(Log, IsOneWithTheErrorTableForAllModules) {
+  NxModuleLoaderBaseAuto modules;
+  log.WriteTextLog(1, "told by the program");
+  for (const char* module : {TELLER_ONE, TELLER_TWO}) {
+    using Tell = const char* (*)(const char*);
+    const auto tell =
+        reinterpret_cast<Tell>(modules.DynamicLoadDllFunc(module, "Tell", 0, true, nullptr));
+    ASSERT_NE(tell, nullptr) << module;
+    EXPECT_EQ(tell(module), Nc_GetErrorString(EC_Timeout)) << "the very same text";
+  }
+  EXPECT_EQ(Messages(), (Lines{"told by the program", std::string("told by ") + TELLER_ONE,
+                               std::string("told by ") + TELLER_TWO}));
+  Configure(LM_Image, 1);
+  EXPECT_EQ(log.WriteImgLog(nullptr, nullptr, "x", 1), directory / (TELLER_TWO "/x"));
 }
 
 TEST_F(Log, FilesJsonRecordsWithTheirStages) {

@@ -175,7 +175,8 @@ typedef struct velmora_image {
   size_t length;  ///< bytes at `pixels`; too few for the format, size and stride are an error
 } velmora_image;
 
-/// Releases lent pixels. Called on any thread; it must not call the capture.
+/// Releases lent pixels. Called on any thread; it must not call the capture, nor throw: it runs in
+/// destructors, so that what it throws ends the process.
 typedef void(VELMORA_C_CALL* velmora_release_function)(void* user);
 
 /// Receives a result on the delivery thread of the capture, one result at a time.
