@@ -12,9 +12,10 @@ function(velmora_windows_dll target description image_base)
   configure_file(${PROJECT_SOURCE_DIR}/velmora/platform/version_windows.rc.in ${resource} @ONLY)
   target_sources(${target} PRIVATE ${resource})
   set_target_properties(${target} PROPERTIES PREFIX "" OUTPUT_NAME ${target}x86)
-  # Without these, the image base is a hash of the output path and the header carries the time.
+  # Without these, the image base is a hash of the output path and the header carries the time. No
+  # code of the DLL handles structured exceptions, so that nothing in it may pose as a handler.
   target_link_options(${target} PRIVATE LINKER:--image-base,${image_base}
-                      LINKER:--no-insert-timestamp)
+                      LINKER:--no-insert-timestamp LINKER:--no-seh)
 endfunction()
 
 # velmora_compiler_runtime(TARGET)

@@ -13,4 +13,8 @@ int main() {
   std::printf("%.4s\n", codec.EncodedMessage());
   codec.Decode("T.WFu");
   std::printf("%.3s\n", reinterpret_cast<const char*>(codec.DecodedMessage()));
+  char* text = nullptr;
+  Nx_CopyCharArray(Nc_GetErrorString(-10026), &text);
+  std::printf("%s %g %s\n", text, Nc_Sqrt(9), Nx_GetLibVersion());
+  Nx_DeleteCharArray(&text);
 }

@@ -42,6 +42,7 @@ check_image() {
   done < <(sed -n 's/^\s*DLL Name: //p' <<<"$headers")
   grep -q DYNAMIC_BASE <<<"$headers" || fail "The DLL cannot be loaded at a random address."
   grep -q NX_COMPAT <<<"$headers" || fail "The DLL does not declare that its data is not code."
+  grep -q NO_SEH <<<"$headers" || fail "Code of the DLL may be called as a handler of exceptions."
   grep -q 'The Data Directory' <<<"$headers" || fail "The headers could not be read."
   grep -qE '^Entry 5 0*[1-9a-f][0-9a-f]* .*Relocation' <<<"$headers" ||
     fail "The DLL has no relocations, so it cannot be loaded at a random address."
