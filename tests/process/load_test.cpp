@@ -122,11 +122,11 @@ void ExpectFlat(const std::string& file, const std::function<void(const Library&
   }
   // A thread that was joined may have some open for a moment; a leak would leave one per round.
   EXPECT_LT(CountHandles() - handles, (kRounds - kWarmUp) / 2);
-  // Less than an image or a thread leaves. The log's settings and what the runtime keeps for threads
-  // that ended are 1.3 KiB per round.
+  // Less than an image or a thread leaves. The log's settings and what the runtime keeps for
+  // threads that ended are 1.3 KiB per round.
   EXPECT_LT(CountBytes() - bytes, (kRounds - kWarmUp) * 4 * 1024);
   std::cout << file << ": " << CountBytes() - bytes << " bytes more after " << kRounds
-            << " rounds than the " << bytes << " after " << kWarmUp << ", handles up to " << handles
+            << " rounds than the " << bytes << " after " << kWarmUp << "; " << handles << " handles"
             << "\n";
 }
 
