@@ -191,6 +191,8 @@ bool MakeDirectory(const char* path) {
   return mkdir(path, 0777) == 0;
 }
 
+void FreeMutex(std::recursive_mutex&) noexcept {}
+
 std::uint32_t CurrentThreadId() {
   // Asked once per thread: the call of the system takes longer than the rest of a log line's head.
   // The thread in which a child of fork() begins has a number of its own. vfork and _Fork run no

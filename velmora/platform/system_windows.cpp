@@ -155,6 +155,12 @@ bool MakeDirectory(const char* path) {
   return CreateDirectoryA(path, nullptr) != 0;
 }
 
+// The standard library's initialises the thread library's statically, which then allocates with the
+// first lock, and has no destructor.
+void FreeMutex(std::recursive_mutex& mutex) noexcept {
+  pthread_mutex_destroy(mutex.native_handle());
+}
+
 std::uint32_t CurrentThreadId() {
   return GetCurrentThreadId();
 }

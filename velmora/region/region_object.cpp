@@ -6,6 +6,7 @@
 #include "velmora/foundation/hash_algorithm.h"
 #include "velmora/foundation/internal/arithmetic.h"
 #include "velmora/image/nx_image_data.h"
+#include "velmora/platform/internal/system.h"
 
 namespace velmora {
 
@@ -87,7 +88,9 @@ NxRegionObject& NxRegionObject::operator=(const NxRegionObject& other) {
   return *this;
 }
 
-NxRegionObject::~NxRegionObject() = default;
+NxRegionObject::~NxRegionObject() {
+  platform::FreeMutex(hashIdMutex_);
+}
 
 void NxRegionObject::InitNxRegionObject(const NxRef<NxRegionImageInfo>& info, const Nx_Quad* quad) {
   imageInfo_ = info;

@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <ctime>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -87,6 +88,9 @@ std::optional<FileIdentity> GetFileIdentity(const std::string& path);
 bool MakeDirectory(const char* path);
 
 // Threads, time, text -------------------------------------------------------------------------
+
+// Frees what a mutex keeps outside of itself and its destructor leaves behind, before that runs.
+void FreeMutex(std::recursive_mutex& mutex) noexcept;
 
 // The system's number of the calling thread.
 std::uint32_t CurrentThreadId();
