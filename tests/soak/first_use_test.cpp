@@ -183,8 +183,9 @@ void UseAll(int process, bool isAll) {
   constexpr std::size_t kCheap = std::size(kThings) - kCostlyThings;
   const auto number = static_cast<std::size_t>(process);
   for (std::size_t i = 0; i < kCostlyThings; ++i) {
-    if (isAll || number % kCostlyEvery == i)
+    if (isAll || number % kCostlyEvery == i) {
       UseFirst(kThings[kCheap + (i + number) % kCostlyThings]);
+    }
   }
   for (std::size_t i = 0; i < kCheap; ++i) UseFirst(kThings[(i + number) % kCheap]);
 }

@@ -135,8 +135,9 @@ class Receiver final : public intermediate_results::CAbstractIntermediateResultR
 
  private:
   static void Look(const Result& result) {
-    for (int i = 0; i < result.GetCount(); ++i)
+    for (int i = 0; i < result.GetCount(); ++i) {
       VELMORA_REQUIRE(result.GetIntermediateResultUnit(i) != nullptr);
+    }
     if (++calls % 64 == 0) throw 64;
   }
   static inline std::atomic<unsigned> calls{0};
