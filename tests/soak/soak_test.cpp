@@ -22,7 +22,7 @@
 #include <string>
 #include <thread>
 #include <vector>
-#if defined(__GLIBC__)
+#if defined(__linux__)
 #include <malloc.h>
 #endif
 
@@ -535,18 +535,23 @@ long CountEntries(const char* folder) {
   return error ? -1 : static_cast<long>(std::distance(begin(entries), end(entries)));
 }
 
+// -1 where it is not measured: sanitizers keep memory, and Wine files, of their own.
 struct Usage {
-  long heapBytes = -1;  // -1: not measured here
+  long heapBytes = -1;
   long residentKiB = -1;
-  long files = CountEntries("/proc/self/fd");
-  long threads = CountEntries("/proc/self/task");
+  long files = -1;
+  long threads = -1;
 
   Usage() {
-#if defined(__GLIBC__) && !defined(VELMORA_SANITIZED)
+#if defined(__linux__)
+    files = CountEntries("/proc/self/fd");
+    threads = CountEntries("/proc/self/task");
+#if !defined(VELMORA_SANITIZED)
     malloc_trim(0);
     heapBytes = static_cast<long>(mallinfo2().uordblks + mallinfo2().hblkhd);
     long pages = 0;
     if (std::ifstream("/proc/self/statm") >> pages >> residentKiB) residentKiB *= 4;
+#endif
 #endif
   }
 };
@@ -599,7 +604,7 @@ int main(int count, char** arguments) {
       count > 2 ? static_cast<unsigned>(std::strtoul(arguments[2], nullptr, 10)) : 1;
   std::setvbuf(stdout, nullptr, _IONBF, 0);  // what ends the process leaves nothing unsaid
   std::printf("soak: %g seconds, seed %u\n", seconds, seed);
-#if defined(__GLIBC__)
+#if defined(__linux__)
   mallopt(M_ARENA_MAX, 1);  // what the heaps of threads keep for later is not ours
 #endif
   Random::seed = seed * 1000003U;
