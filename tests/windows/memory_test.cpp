@@ -1,4 +1,4 @@
-// What the process holds, as the system counts it, after many objects with locks have come and gone.
+// What the process holds, as the system counts it, after many objects with locks.
 #include <windows.h>
 // After the header above.
 #include <psapi.h>

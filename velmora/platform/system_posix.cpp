@@ -191,7 +191,7 @@ bool MakeDirectory(const char* path) {
   return mkdir(path, 0777) == 0;
 }
 
-void FreeMutex(std::recursive_mutex&) noexcept {}
+void FreeMutex(std::recursive_mutex&) noexcept {}  // plain: see the header
 
 std::uint32_t CurrentThreadId() {
   // Asked once per thread: the call of the system takes longer than the rest of a log line's head.

@@ -157,7 +157,7 @@ bool MakeDirectory(const char* path) {
 
 // The standard library's initialises the thread library's statically, which then allocates with the
 // first lock, and has no destructor.
-void FreeMutex(std::recursive_mutex& mutex) noexcept {
+void FreeMutex(std::recursive_mutex& mutex) noexcept {  // plain: see the header
   pthread_mutex_destroy(mutex.native_handle());
 }
 

@@ -90,7 +90,7 @@ bool MakeDirectory(const char* path);
 // Threads, time, text -------------------------------------------------------------------------
 
 // Frees what a mutex keeps outside of itself and its destructor leaves behind, before that runs.
-void FreeMutex(std::recursive_mutex& mutex) noexcept;
+void FreeMutex(std::recursive_mutex& mutex) noexcept;  // plain: the only recursive one
 
 // The system's number of the calling thread.
 std::uint32_t CurrentThreadId();
