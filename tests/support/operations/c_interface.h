@@ -35,10 +35,11 @@ class CInterfaceScript {
  private:
   static constexpr int kMostSteps = 100;
 
-  // Now and then null in place of what should be there.
+  // Null in place of what should be there, if this is the argument that the step leaves out: compilers
+  // evaluate arguments in different orders, and scripts mean the same to all of them.
   template <typename T>
-  T* Maybe(T* pointer) {
-    return script_.Below(8) == 0 ? nullptr : pointer;
+  T* Maybe(T* pointer, int place) const {
+    return missing_ == place ? nullptr : pointer;
   }
 
   // Calls a getter, with a size that is mostly right. What is refused leaves the structure alone.
@@ -49,8 +50,8 @@ class CInterfaceScript {
     value.size = sizeof value;
     if (script_.Below(8) == 0) value.size = static_cast<std::uint32_t>(script_.Int());
     const Struct before = value;
-    Struct* const out = Maybe(&value);
-    const std::int32_t code = get(Maybe(handle), out);
+    Struct* const out = Maybe(&value, 1);
+    const std::int32_t code = get(Maybe(handle, 0), out);
     VELMORA_REQUIRE(code <= 0);
     VELMORA_REQUIRE(code == 0 || std::memcmp(&value, &before, sizeof value) == 0);
     // A later version of the structure is longer.
@@ -71,6 +72,7 @@ class CInterfaceScript {
   }
 
   void Step() {
+    missing_ = script_.Below(24);
     const velmora_result* const result = results_[static_cast<std::size_t>(script_.Below(3))];
     switch (script_.Below(16)) {
       case 0:
@@ -98,14 +100,14 @@ class CInterfaceScript {
       case 11:
         velmora_statistics_release(statistics_);
         statistics_ = nullptr;
-        velmora_capture_get_statistics(Maybe(capture_), Maybe(&statistics_));
+        velmora_capture_get_statistics(Maybe(capture_, 0), Maybe(&statistics_, 1));
         Ask<velmora_image_counts>(statistics_, &velmora_statistics_get_images);
         return AskAll(statistics_, &velmora_statistics_task_count, &velmora_statistics_get_task);
       case 12: {
         const char* text = nullptr;
         std::size_t length = 0;
         const std::int32_t code =
-            velmora_result_get_json(Maybe(result), Maybe(&text), Maybe(&length));
+            velmora_result_get_json(Maybe(result, 0), Maybe(&text, 1), Maybe(&length, 2));
         VELMORA_REQUIRE((code == 0) == (text != nullptr));
         VELMORA_REQUIRE(length == 0 || length == std::strlen(text));
         break;
@@ -113,13 +115,14 @@ class CInterfaceScript {
       case 13: {
         const char* note = nullptr;
         const int index = script_.Int();
-        const std::int32_t code = velmora_capture_get_note(Maybe(capture_), index, Maybe(&note));
+        const std::int32_t code =
+            velmora_capture_get_note(Maybe(capture_, 0), index, Maybe(&note, 1));
         VELMORA_REQUIRE(code != 0 || index < velmora_capture_note_count(capture_));
         VELMORA_REQUIRE(velmora_error_string(script_.Int()) != nullptr);
         break;
       }
       case 14:
-        velmora_capture_cancel(Maybe(capture_));
+        velmora_capture_cancel(Maybe(capture_, 0));
         break;
       default:
         ConfigureLog();
@@ -142,13 +145,13 @@ class CInterfaceScript {
     options.threads = script_.Below(8) == 0 ? -script_.Below(3) : 1;
     options.timeout_ms = script_.Below(4) * 1000 - 1000;
     options.module_folder_count = static_cast<std::uint32_t>(script_.Below(4));
-    options.module_folders = Maybe(&folders[0]);
+    options.module_folders = Maybe(&folders[0], 3);
     const char* const text = kTexts[script_.Below(6)];
     velmora_template_errors_release(errors_);
     errors_ = nullptr;
     velmora_capture* made = nullptr;
-    const std::int32_t code = velmora_capture_create(
-        text, Maybe(&options), script_.Below(8) == 0 ? nullptr : &made, Maybe(&errors_));
+    const std::int32_t code =
+        velmora_capture_create(text, Maybe(&options, 0), Maybe(&made, 1), Maybe(&errors_, 2));
     VELMORA_REQUIRE((code == 0) == (made != nullptr));
     if (made == nullptr) return;
     velmora_capture_destroy(capture_);
@@ -162,7 +165,8 @@ class CInterfaceScript {
 
   // Pixels of their own: the address sanitizer sees a byte too far.
   velmora_image NewImage() {
-    pixels_ = std::make_unique<std::vector<unsigned char>>(script_.Byte() * 16U, script_.Byte());
+    const unsigned char fill = script_.Byte();
+    pixels_ = std::make_unique<std::vector<unsigned char>>(script_.Byte() * 16U, fill);
     const bool isFair = script_.Below(4) != 0;
     velmora_image image{};
     image.size = script_.Below(8) == 0 ? static_cast<std::uint32_t>(script_.Int()) : sizeof image;
@@ -171,7 +175,7 @@ class CInterfaceScript {
     image.height = isFair ? 1 + script_.Below(24) : script_.Int();
     image.stride = script_.Below(4) == 0 ? script_.Int() : 0;
     image.orientation = script_.Below(8) == 0 ? script_.Int() : 90 * script_.Below(4);
-    image.pixels = Maybe(pixels_->data());
+    image.pixels = Maybe(pixels_->data(), 4);
     image.length = pixels_->size();
     return image;
   }
@@ -188,9 +192,9 @@ class CInterfaceScript {
     lent_ += lends ? 1 : 0;
     const int before = lent_;
     velmora_result* result = nullptr;
-    velmora_result** const out = Maybe(&result);
-    const std::int32_t code =
-        velmora_capture_read(Maybe(capture_), Maybe(&image), lends ? &Release : nullptr, this, out);
+    velmora_result** const out = Maybe(&result, 2);
+    const std::int32_t code = velmora_capture_read(Maybe(capture_, 0), Maybe(&image, 1),
+                                                   lends ? &Release : nullptr, this, out);
     VELMORA_REQUIRE(!lends || lent_ < before);
     VELMORA_REQUIRE(code != 0 || result != nullptr);
     Keep(result);
@@ -204,16 +208,17 @@ class CInterfaceScript {
       kept_.push_back(std::move(pixels_));  // until the end: who knows when they are released
     }
     ++awaited_;
-    const std::int32_t code = velmora_capture_submit(
-        Maybe(capture_), Maybe(&image), lends ? &Release : nullptr, this,
-        script_.Below(8) == 0 ? nullptr : &Receive, this, script_.Below(3) - 1);
+    const int waitMs = script_.Below(3) - 1;
+    const std::int32_t code =
+        velmora_capture_submit(Maybe(capture_, 0), Maybe(&image, 1), lends ? &Release : nullptr,
+                               this, missing_ == 2 ? nullptr : &Receive, this, waitMs);
     if (code != 0) --awaited_;
   }
 
   void ReadFile() {
     velmora_result* result = nullptr;
     const std::string path = "/nowhere/" + script_.Text(8);
-    velmora_capture_read_file(Maybe(capture_), Maybe(path.c_str()), Maybe(&result));
+    velmora_capture_read_file(Maybe(capture_, 0), Maybe(path.c_str(), 1), Maybe(&result, 2));
     Keep(result);
   }
 
@@ -231,12 +236,13 @@ class CInterfaceScript {
     options.level = script_.Int();
     options.keep_in_memory = script_.Int();
     if (options.size == sizeof options && script_.Coin()) options.mode = 4 + script_.Below(200);
-    const std::int32_t code = velmora_log_configure(Maybe(&options));
+    const std::int32_t code = velmora_log_configure(Maybe(&options, 0));
     VELMORA_REQUIRE(code != 0 || options.mode == 0);
     velmora_log_flush();
   }
 
   Bytes& script_;
+  int missing_ = 0;
   std::atomic<int> lent_{0};
   std::atomic<int> awaited_{0};
   std::unique_ptr<std::vector<unsigned char>> pixels_;

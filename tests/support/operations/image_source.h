@@ -65,8 +65,10 @@ class ImageSourceScript {
         source_->SetColourChannelUsageType(
             static_cast<basic_structures::ColourChannelUsageType>(script_.Below(8)));
         break;
-      case 5:
-        return SetNext(script_.Below(4) - 1, script_.Coin());
+      case 5: {
+        const int id = script_.Below(4) - 1;
+        return SetNext(id, script_.Coin());
+      }
       case 6:
         source_->ClearBuffer();
         dropped_ += model_.size();

@@ -71,7 +71,7 @@ class PathsScript {
       case 1:
         return IsPdf(Name());
       case 2:
-        return List(Inside(), script_.Coin(), Name());
+        return List(Inside());
       case 3: {
         const std::string path = Name();
         const std::string name = PathHelper::GetFileNameFromFilePath(path);
@@ -89,7 +89,7 @@ class PathsScript {
         break;
       }
       default:
-        return Load(Name(), script_.Byte());
+        return Load(Name());
     }
   }
 
@@ -100,7 +100,9 @@ class PathsScript {
     VELMORA_REQUIRE(isPdf == (text.compare(0, 4, "%PDF") == 0));
   }
 
-  static void List(const std::string& directory, bool recursive, const std::string& filter) {
+  void List(const std::string& directory) {
+    const bool recursive = script_.Coin();
+    const std::string filter = Name();
     const auto list = GetAllFiles(directory, recursive, filter.c_str());
     const std::vector<std::string>& files = list->GetVector();
     VELMORA_REQUIRE(files.size() <= 5);
@@ -110,7 +112,8 @@ class PathsScript {
     }
   }
 
-  static void Load(const std::string& name, int flags) {
+  void Load(const std::string& name) {
+    const int flags = script_.Byte();
     NxModuleLoaderBase loader;
     HINSTANCE module = nullptr;
     const int code =

@@ -74,16 +74,18 @@ class TasksScript {
     Task task;
     task.listsOfNewLevels = script_.Below(4);
     const NxRef<NxRegionObject> region = NewRegion();
-    task.object =
-        MakeRef<Output>(alive_, script_.Coin() ? region : nullptr, region, script_.Text(2),
-                        TT_ATOMIC_1, script_.Coin(), task.listsOfNewLevels);
+    const bool hasRegion = script_.Coin();
+    const bool needFilter = script_.Coin();
+    task.object = MakeRef<Output>(alive_, hasRegion ? region : nullptr, region, script_.Text(2),
+                                  TT_ATOMIC_1, needFilter, task.listsOfNewLevels);
     return task;
   }
 
   NxRef<NxWorkOutput> NewWork(Task& task) {
     const NxRef<NxRegionObject> region = MakeRef<Region>(alive_);
+    const bool hasObject = script_.Below(8) != 0;
     return MakeRef<NxWorkOutput>(task.object.get(), task.object->GetSectionCache(), region, region,
-                                 "work", TT_ATOMIC_0, script_.Below(8) == 0 ? nullptr : work_.get(),
+                                 "work", TT_ATOMIC_0, hasObject ? work_.get() : nullptr,
                                  script_.Text(1));
   }
 
@@ -94,7 +96,7 @@ class TasksScript {
         break;
       case 1:
       case 2:
-        return Append(task, script_.Below(20) - 1, script_.Below(6) - 1);
+        return Append(task, script_.Below(20) - 1);
       case 3:
         return Take(task, script_.Text(1));
       case 4:
@@ -122,7 +124,8 @@ class TasksScript {
     }
   }
 
-  void Append(Task& task, int level, int mode) {
+  void Append(Task& task, int level) {
+    const int mode = script_.Below(6) - 1;
     const NxRef<NxWorkOutput> work = script_.Below(8) == 0 ? nullptr : NewWork(task);
     task.object->GetWorkTable()->AppendNextWorkOutput(level, mode, work);
     while (static_cast<int>(task.lists.size()) <= level) {
