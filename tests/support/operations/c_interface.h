@@ -35,8 +35,8 @@ class CInterfaceScript {
  private:
   static constexpr int kMostSteps = 100;
 
-  // Null in place of what should be there, if this is the argument that the step leaves out: compilers
-  // evaluate arguments in different orders, and scripts mean the same to all of them.
+  // Null in place of the argument that this step leaves out. It is chosen before the call, because
+  // compilers evaluate arguments in different orders.
   template <typename T>
   T* Maybe(T* pointer, int place) const {
     return missing_ == place ? nullptr : pointer;
