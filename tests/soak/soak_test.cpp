@@ -529,7 +529,7 @@ void RunAllUntil(Clock::time_point end) {
   fs::remove("rest VelmoraScanlyx.log");
 }
 
-long CountEntries(const char* folder) {
+[[maybe_unused]] long CountEntries(const char* folder) {
   std::error_code error;
   const fs::directory_iterator entries(folder, error);
   return error ? -1 : static_cast<long>(std::distance(begin(entries), end(entries)));
