@@ -1,3 +1,4 @@
+#include <deque>
 #include <locale>
 
 #include "tests/engine/engine_objects.h"
@@ -41,6 +42,27 @@ TEST(ActiveWorkUnitManager, ChargesEachImageInFlightOnce) {
   CallTogether({[&] { manager.LoadActiveWorkUnit(&items[0].item); },
                 [&] { manager.UnloadActiveWorkUnit(&items[0].item); },
                 [&] { manager.AddTimeCheckCountForActiveWorkUnit(1); }});
+}
+
+TEST(ActiveWorkUnitManager, KnowsManyItemsUntilTheyAreTakenOut) {
+  constexpr int kImages = 100;
+  const auto elapsed = [](const Active& active) {
+    return active.output.GetRegion()->GetSourceImageObject()->GetElapsedTime();
+  };
+  ActiveWorkUnitManager manager;
+  std::deque<Active> items;
+  for (int i = 0; i < 2 * kImages; ++i) {
+    const NxRef<NxSourceImageObject> image =
+        i % 2 == 0 ? MakeSource() : items.back().output.GetRegion()->GetSourceImageObject();
+    manager.LoadActiveWorkUnit(&items.emplace_back(MakeRegion("page", image)).item);
+  }
+  manager.AddTimeCheckCountForActiveWorkUnit(1);
+  for (Active& active : items) {
+    EXPECT_EQ(elapsed(active), 1);
+    manager.UnloadActiveWorkUnit(&active.item);
+  }
+  manager.AddTimeCheckCountForActiveWorkUnit(1);
+  for (const Active& active : items) EXPECT_EQ(elapsed(active), 1);
 }
 
 class Cache : public SourceImageCacheBase {

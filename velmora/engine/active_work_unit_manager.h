@@ -3,6 +3,7 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -19,7 +20,8 @@ class NxSourceImageObject;
 /// `ExecutableWorkItem::Process` registers its item around the work. The items are not owned: a
 /// registered item, its output and that output's region stay alive until the item is taken out.
 ///
-/// @threadsafety any thread; one mutex, held for each whole operation
+/// @threadsafety any thread; every operation is one step: the items are spread over several
+///               mutexes, of which the charge holds all
 class VELMORA_EXPORT ActiveWorkUnitManager {
  public:
   /// Registers @p item; an item that is registered already stays registered once.
@@ -31,17 +33,27 @@ class VELMORA_EXPORT ActiveWorkUnitManager {
   /// Charges elapsed time to every image that has work in flight, once per image however many of
   /// its items are running. The counters of the images are atomic, so this takes no other lock.
   /// @param ms milliseconds; the counters are 32-bit, so only the low 32 bits count
-  void AddTimeCheckCountForActiveWorkUnit(std::int64_t ms);
+  void AddTimeCheckCountForActiveWorkUnit(std::int64_t ms) VELMORA_UNCHECKED_LOCKING;
 
  private:
-  // Each thread passes here twice per item. On 64-bit Linux the lock and the first places fill one
-  // cache line, the only one that few threads pass on to each other.
-  alignas(64) Mutex mutex_;
-  std::array<ExecutableWorkItem*, 3> places_ VELMORA_GUARDED_BY(mutex_) = {};  // null: free
-  // What finds no place. Keeps its capacity, so that items on their way allocate nothing.
-  std::vector<ExecutableWorkItem*> others_ VELMORA_GUARDED_BY(mutex_);
-  // Scratch space of the charge.
-  std::vector<NxSourceImageObject*> images_ VELMORA_GUARDED_BY(mutex_);
+  // Each thread passes here twice per item. On 64-bit Linux the lock and the first places of a
+  // shard fill one cache line; threads that use different shards pass none on to each other.
+  struct alignas(64) Shard {
+    void Load(ExecutableWorkItem* item);
+    void Unload(ExecutableWorkItem* item);
+    // Adds the images of the items that `images` lacks.
+    void CollectImages(std::vector<NxSourceImageObject*>& images) const VELMORA_REQUIRES(mutex);
+
+    Mutex mutex;
+    std::array<ExecutableWorkItem*, 3> places VELMORA_GUARDED_BY(mutex) = {};  // null: free
+    // What finds no place. Keeps its capacity, so that items on their way allocate nothing.
+    std::vector<ExecutableWorkItem*> others VELMORA_GUARDED_BY(mutex);
+  };
+  static constexpr std::size_t kShardCount = 8;
+
+  Shard& ShardOf(const ExecutableWorkItem* item);
+
+  std::array<Shard, kShardCount> shards_;
 };
 
 }  // namespace velmora

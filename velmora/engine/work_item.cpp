@@ -9,6 +9,7 @@
 #include "velmora/engine/work_output_table.h"
 #include "velmora/foundation/semaphore.h"
 #include "velmora/log/log.h"
+#include "velmora/platform/prefetch.h"
 #include "velmora/region/region_object.h"
 #include "velmora/region/source_image_object.h"
 
@@ -107,6 +108,9 @@ void ExecutableWorkItem::Process(ThreadPoolBase* pool) {
 }
 
 void ExecutableWorkItem::FinishWork() {
+  // Other threads write these too; the second one soon, with the output's reference.
+  PrefetchToWrite(GetSemaphore());
+  PrefetchToWrite(output_->GetRegion().get());
   if (!IsWorkFinished() || !output_->EndWork()) return;
   // The output may be gone as soon as its waiter knows.
   if (GetSemaphore() != nullptr) GetSemaphore()->Produce();
@@ -114,13 +118,11 @@ void ExecutableWorkItem::FinishWork() {
 }
 
 bool ExecutableWorkItem::IsWorkFinished() const {
-  const MutexLock lock(mutex_);
-  return finished_;
+  return finished_.load(std::memory_order_acquire);
 }
 
 void ExecutableWorkItem::SetWorkFinished() {
-  const MutexLock lock(mutex_);
-  finished_ = true;
+  finished_.store(true, std::memory_order_release);
 }
 
 ResolvableWorkItem::ResolvableWorkItem(NxRef<NxWorkOutputTable> table, NxSemaphore* semaphore,
@@ -141,6 +143,8 @@ void ResolvableWorkItem::Process(ThreadPoolBase* pool) {
 void ResolvableWorkItem::FinishWork() {
   if (!currentItem_) return;
   currentItem_->FinishWork();
+  // The next item of this thread most likely takes from the same table.
+  table_->PrefetchToTake();
   Trace("TaskPriorityInfo TaskEnd: %s", *this);
 }
 

@@ -1,10 +1,11 @@
 #include "velmora/engine/work_output_table.h"
 
 #include "velmora/engine/internal/work_slots.h"
+#include "velmora/platform/prefetch.h"
 
 namespace velmora {
 
-NxWorkOutputTable::NxWorkOutputTable() : slots_(std::make_unique<internal::WorkSlots>()) {}
+NxWorkOutputTable::NxWorkOutputTable() : guarded_(std::make_unique<internal::GuardedWorkSlots>()) {}
 
 NxWorkOutputTable::~NxWorkOutputTable() {
   // Work that asks this table while it dies finds it whole. It goes from the first slot to the
@@ -15,29 +16,34 @@ NxWorkOutputTable::~NxWorkOutputTable() {
 }
 
 void NxWorkOutputTable::SetAllWorkModesCount(int count) {
-  const MutexLock lock(mutex_);
-  slots_->SetListsPerLevel(count);
+  const MutexLock lock(guarded_->mutex);
+  guarded_->slots.SetListsPerLevel(count);
 }
 
 void NxWorkOutputTable::AppendNextWorkOutput(int level, int mode, NxRef<NxWorkOutput> work) {
-  const MutexLock lock(mutex_);
-  slots_->Append(level, mode, work);
+  const MutexLock lock(guarded_->mutex);
+  guarded_->slots.Append(level, mode, work);
 }
 
 NxRef<NxWorkOutput> NxWorkOutputTable::GetNextTopPriorityWorkOutput(const std::string& workMode) {
   const bool sequential = IsSequential();
-  const MutexLock lock(mutex_);
-  return slots_->Take(workMode, sequential);
+  const MutexLock lock(guarded_->mutex);
+  return guarded_->slots.Take(workMode, sequential);
+}
+
+void NxWorkOutputTable::PrefetchToTake() const {
+  PrefetchToWrite(this);  // the reference count
+  PrefetchToWrite(guarded_.get());
 }
 
 bool NxWorkOutputTable::HasNextWorkOutput() const {
-  const MutexLock lock(mutex_);
-  return slots_->HasWork();
+  const MutexLock lock(guarded_->mutex);
+  return guarded_->slots.HasWork();
 }
 
 std::int64_t NxWorkOutputTable::GetVisitedSlotCount() const {
-  const MutexLock lock(mutex_);
-  return slots_->GetVisitedCount();
+  const MutexLock lock(guarded_->mutex);
+  return guarded_->slots.GetVisitedCount();
 }
 
 }  // namespace velmora

@@ -10,14 +10,13 @@
 #include "velmora/foundation/object_base.h"
 #include "velmora/foundation/ref.h"
 #include "velmora/platform/export.h"
-#include "velmora/platform/mutex.h"
 
 namespace velmora {
 
 class NxWorkOutput;
 
 namespace internal {
-class WorkSlots;
+struct GuardedWorkSlots;
 }
 
 /// Hands out work outputs: the lowest level first, within a level the lowest work-mode list first.
@@ -64,13 +63,15 @@ class VELMORA_EXPORT NxWorkOutputTable : public NxObjectBase {
   }
   bool IsSequential() const { return sequential_.load(std::memory_order_relaxed); }
 
+  /// Tells the processor that this thread is going to take soon: see `PrefetchToWrite`.
+  void PrefetchToTake() const;
+
   /// How many slots all searches have looked at until now, for benchmarks and diagnostics.
   std::int64_t GetVisitedSlotCount() const;
 
  private:
   std::atomic<bool> sequential_{false};
-  mutable Mutex mutex_;
-  const std::unique_ptr<internal::WorkSlots> slots_ VELMORA_PT_GUARDED_BY(mutex_);
+  const std::unique_ptr<internal::GuardedWorkSlots> guarded_;
 };
 
 }  // namespace velmora

@@ -63,6 +63,15 @@ class NxRef {
   void reset() { Replace({}); }
   void swap(NxRef& other) noexcept { std::swap(pointee_, other.pointee_); }
 
+  /// Empties this ref without dropping the reference, which belongs to the caller from now on.
+  [[nodiscard]] T* Detach() noexcept { return std::exchange(pointee_, nullptr); }
+  /// @return a ref that takes over a reference that the caller owns, one that was detached
+  [[nodiscard]] static NxRef Adopt(T* pointee) noexcept {
+    NxRef ref;
+    ref.pointee_ = pointee;
+    return ref;
+  }
+
   T* get() const noexcept { return pointee_; }
   T* operator->() const noexcept { return pointee_; }
   T& operator*() const noexcept { return *pointee_; }

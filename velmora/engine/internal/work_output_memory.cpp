@@ -21,7 +21,7 @@ namespace {
 #ifdef VELMORA_ADDRESS_SANITIZER
 constexpr std::uint32_t kCellsPerSlab = 1;  // so that a cell that was freed is not readable
 #else
-constexpr std::uint32_t kCellsPerSlab = 16;
+constexpr std::uint32_t kCellsPerSlab = 64;  // 16 cost 10 ns more per item
 #endif
 
 struct Slab;

@@ -4,6 +4,8 @@
 #include <stdexcept>
 #include <utility>
 
+#include "velmora/platform/prefetch.h"
+
 namespace velmora::internal {
 namespace {
 
@@ -25,9 +27,27 @@ void PushBack(std::vector<Slot>& slots, Link Slot::*link, Chain& chain, std::uin
 
 template <typename Slot, typename Link, typename Chain>
 void Unlink(std::vector<Slot>& slots, Link Slot::*link, Chain& chain, std::uint32_t index) {
+  if (chain.first == chain.last) {
+    chain = {};
+    return;
+  }
   const Link gone = slots[index].*link;
-  (gone.before == UINT32_MAX ? chain.first : (slots[gone.before].*link).behind) = gone.behind;
-  (gone.behind == UINT32_MAX ? chain.last : (slots[gone.behind].*link).before) = gone.before;
+  if (index == chain.first) {
+    chain.first = gone.behind;
+  } else if (index == chain.last) {
+    chain.last = gone.before;
+  } else {
+    (slots[gone.before].*link).behind = gone.behind;
+    (slots[gone.behind].*link).before = gone.before;
+  }
+}
+
+// Work was made some time ago, often by another thread.
+void FetchAll(const NxWorkOutput* work) {
+  const auto* const memory = reinterpret_cast<const char*>(work);
+  for (std::size_t offset = 0; offset < sizeof(NxWorkOutput); offset += 64) {
+    PrefetchToWrite(memory + offset);
+  }
 }
 
 }  // namespace
@@ -44,14 +64,15 @@ void WorkSlots::Append(int level, int mode, NxRef<NxWorkOutput>& work) {
   // All that may run out of memory comes first, the slot last, so that a failure leaves the order
   // of the work and `work` itself as they were.
   const std::uint32_t modeId = work ? ModeId(work->GetWorkMode()) : kNone;
-  if (work) AddMode(*list, modeId);
+  const auto listIndex = static_cast<std::uint32_t>(list - lists_.data());
+  Chain& any = MakeCurrent(listIndex);
+  if (work) AddMode(*list, any, modeId);
   const auto slotIndex = static_cast<std::uint32_t>(list->slots.size());
   Slot& slot = list->slots.emplace_back();
   if (!work) return;
 
-  const auto listIndex = static_cast<std::uint32_t>(list - lists_.data());
-  slot.work = std::move(work);
-  PushBack(list->slots, &Slot::any, list->any, slotIndex);
+  slot.work = work.Detach();
+  PushBack(list->slots, &Slot::any, any, slotIndex);
   if (list->modes) {
     Modes& modes = *list->modes;
     modes.slots[slotIndex].modeId = modeId;
@@ -65,22 +86,16 @@ NxRef<NxWorkOutput> WorkSlots::Take(const std::string& workMode, bool sequential
   if (workMode.empty()) {
     const std::uint32_t listIndex = any_.Lowest();
     if (listIndex == LowestIndex::kNone) return nullptr;
-    List& list = lists_[listIndex];
-    return TakeFrom(listIndex, Choose(list, list.any, sequential));
+    return TakeFrom(listIndex, Choose(lists_[listIndex], MakeCurrent(listIndex), sequential));
   }
   const auto mode = modeIds_.find(workMode);
   if (mode == modeIds_.end()) return nullptr;
   const std::uint32_t listIndex = byMode_[mode->second].Lowest();
   if (listIndex == LowestIndex::kNone) return nullptr;
-  List& list = lists_[listIndex];
-  const Chain& chain = list.modes ? list.modes->chains[mode->second] : list.any;
+  const List& list = lists_[listIndex];
+  const Chain& any = MakeCurrent(listIndex);
+  const Chain& chain = list.modes ? list.modes->chains[mode->second] : any;
   return TakeFrom(listIndex, Choose(list, chain, sequential));
-}
-
-std::int64_t WorkSlots::GetVisitedCount() const {
-  std::int64_t count = 0;
-  for (const List& list : lists_) count += list.visitedCount;
-  return count;
 }
 
 void WorkSlots::AddLevelsUpTo(int level) {
@@ -125,8 +140,8 @@ std::uint32_t WorkSlots::ModeId(const std::string& workMode) {
 
 // Makes room for one more slot, of mode `modeId`, among the chains of the modes. A list without
 // work takes the mode for its only one.
-void WorkSlots::AddMode(List& list, std::uint32_t modeId) {
-  if (!list.modes && (list.any.first == kNone || list.modeId == modeId)) {
+void WorkSlots::AddMode(List& list, const Chain& any, std::uint32_t modeId) {
+  if (!list.modes && (any.first == kNone || list.modeId == modeId)) {
     list.modeId = modeId;
     return;
   }
@@ -139,15 +154,25 @@ void WorkSlots::AddMode(List& list, std::uint32_t modeId) {
   if (!split) return;
 
   // Until now the chain of the list was the one of its only mode.
-  modes.chains[list.modeId] = list.any;
-  for (std::uint32_t i = list.any.first; i != kNone; i = list.slots[i].any.behind) {
+  modes.chains[list.modeId] = any;
+  for (std::uint32_t i = any.first;; i = list.slots[i].any.behind) {
     modes.slots[i] = {list.slots[i].any, list.modeId};
+    if (i == any.last) break;
   }
   list.modes = std::move(split);
 }
 
-std::uint32_t WorkSlots::Choose(List& list, const Chain& chain, bool sequential) {
-  list.visitedCount += sequential || chain.first == chain.last ? 1 : 2;
+WorkSlots::Chain& WorkSlots::MakeCurrent(std::uint32_t listIndex) {
+  if (listIndex != currentList_) {
+    if (currentList_ != kNone) lists_[currentList_].any = current_;
+    current_ = lists_[listIndex].any;
+    currentList_ = listIndex;
+  }
+  return current_;
+}
+
+std::uint32_t WorkSlots::Choose(const List& list, const Chain& chain, bool sequential) {
+  visitedCount_ += sequential || chain.first == chain.last ? 1 : 2;
   if (sequential) return chain.first;
   const std::size_t count = list.slots.size();
   return VisitNumber(chain.first, count) < VisitNumber(chain.last, count) ? chain.first
@@ -156,17 +181,20 @@ std::uint32_t WorkSlots::Choose(List& list, const Chain& chain, bool sequential)
 
 NxRef<NxWorkOutput> WorkSlots::TakeFrom(std::uint32_t listIndex, std::uint32_t slotIndex) {
   List& list = lists_[listIndex];
-  Unlink(list.slots, &Slot::any, list.any, slotIndex);
-  if (list.any.first == kNone) any_.Erase(listIndex);
+  NxWorkOutput* const work = list.slots[slotIndex].work;
+  FetchAll(work);
+  Unlink(list.slots, &Slot::any, current_, slotIndex);
+  const bool isEmpty = current_.first == kNone;
+  if (isEmpty) any_.Erase(listIndex);
   if (list.modes) {
     Modes& modes = *list.modes;
     const std::uint32_t modeId = modes.slots[slotIndex].modeId;
     Unlink(modes.slots, &Modes::Slot::sameMode, modes.chains[modeId], slotIndex);
     if (modes.chains[modeId].first == kNone) byMode_[modeId].Erase(listIndex);
-  } else if (list.any.first == kNone) {
+  } else if (isEmpty) {
     byMode_[list.modeId].Erase(listIndex);
   }
-  return std::move(list.slots[slotIndex].work);
+  return NxRef<NxWorkOutput>::Adopt(work);
 }
 
 }  // namespace velmora::internal
