@@ -4,9 +4,9 @@
 
 namespace velmora {
 
-/// Has the cache line of @p address fetched in order to be written, while the program goes on. Where
-/// several lines were written by other cores last, their transfers run side by side instead of one
-/// after another. Any address is allowed; there is no effect but on time.
+/// Has the cache line of @p address fetched in order to be written, while the program goes on.
+/// Where several lines were written by other cores last, their transfers run side by side instead
+/// of one after another. Any address is allowed; there is no effect but on time.
 inline void PrefetchToWrite(const void* address) noexcept {
 #if defined(__x86_64__) || defined(__i386__)
   // The builtin fetches for reading, unless the compiler may assume a newer processor than the
