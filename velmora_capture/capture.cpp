@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "velmora_capture/internal/capture_engine.h"
+#include "velmora_capture/internal/json_memory.h"
 
 namespace velmora::capture {
 
@@ -14,7 +15,7 @@ std::unique_ptr<Capture> Capture::Create(const std::string& templateText,
                                          const CaptureOptions& options,
                                          std::vector<TemplateError>& errors) {
   auto engine = std::make_unique<CaptureEngine>(options);
-  if (!engine->Prepare(templateText, errors)) return nullptr;
+  if (!WithJson([&] { return engine->Prepare(templateText, errors); })) return nullptr;
   return std::unique_ptr<Capture>(new Capture(std::move(engine)));
 }
 

@@ -7,6 +7,7 @@
 
 #include "velmora/foundation/error_code.h"
 #include "velmora/geometry/rect.h"
+#include "velmora_capture/internal/json_memory.h"
 
 namespace velmora::capture {
 
@@ -114,17 +115,19 @@ CaptureResult::CaptureResult(const char* sourceImageHashId, const CImageTag* tag
 CaptureResult::~CaptureResult() = default;
 
 std::string CaptureResult::ToJson() const {
-  Json::Value codes(Json::arrayValue);
-  for (int i = 0; i < GetCodeCount(); ++i) codes.append(capture::ToJson(GetCode(i)));
-  Json::Value value;
-  value["width"] = width_;
-  value["height"] = height_;
-  value["codes"] = codes;
-  value["regions"] = ToJsonArray(regions_);
-  value["errors"] = ToJsonArray(errors_);
-  Json::StreamWriterBuilder builder;
-  builder["indentation"] = "";
-  return Json::writeString(builder, value);
+  return WithJson([this] {
+    Json::Value codes(Json::arrayValue);
+    for (int i = 0; i < GetCodeCount(); ++i) codes.append(capture::ToJson(GetCode(i)));
+    Json::Value value;
+    value["width"] = width_;
+    value["height"] = height_;
+    value["codes"] = codes;
+    value["regions"] = ToJsonArray(regions_);
+    value["errors"] = ToJsonArray(errors_);
+    Json::StreamWriterBuilder builder;
+    builder["indentation"] = "";
+    return WriteJson(builder, value);
+  });
 }
 
 const char* CaptureResult::GetSourceImageHashId() const {

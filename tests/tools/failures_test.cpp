@@ -73,6 +73,18 @@ TEST(Files, OfTheUserAreCheckedFirst) {
   });
 }
 
+#if defined(_WIN32)
+// 768 MB of holes, and as much again for the pixels, in an address space of 2 GiB.
+TEST(Files, MayBeTooLargeForTheAddressSpace) {
+  const TemporaryDirectory folder;
+  WriteFile(folder / "big.ppm", "P6 16000 16000 255\n");
+  std::filesystem::resize_file(folder / "big.ppm", 768'000'019);
+  RunRows({{"twice",
+            "--threads=2|" + (folder / "big.ppm") + "|" + (folder / "big.ppm") + "|samples/qr.png",
+            1, "3 images, 1 read, 2 failed, 1 code", "big.ppm: Not enough memory"}});
+}
+#endif
+
 // What is in the way has the very name that is to be written.
 TEST(Outputs, ThatAreInTheWayEndTheRun) {
   const TemporaryDirectory folder;

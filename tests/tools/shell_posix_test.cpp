@@ -125,6 +125,29 @@ TEST(Inputs, MayBeAnything) {
   });
 }
 
+#if defined(__has_feature)
+#define VELMORA_HAS_FEATURE(name) __has_feature(name)
+#else
+#define VELMORA_HAS_FEATURE(name) 0
+#endif
+#if !VELMORA_HAS_FEATURE(address_sanitizer) && !VELMORA_HAS_FEATURE(thread_sanitizer)
+// The sanitizers reserve more than any limit. The file is 32 MB of holes, its pixels are 256 MB.
+TEST(Memory, MayBeTooSmallForOnePicture) {
+  RunRows({
+      {"decoded",
+       "printf 'P4 16000 16000\n' >\"$DIR/big\"; truncate -s 32000015 \"$DIR/big\"\n"
+       "ulimit -v 450000; $CAPTURE --threads=1 \"$DIR/big\" samples/qr.png",
+       1, "samples/qr.png: 209x209, 1 code",
+       "/big: Not enough memory to perform operation. (-10001)"},
+      {"of the file",
+       "printf 'P5 20000 13000 1\n' >\"$DIR/big\"; truncate -s 260000017 \"$DIR/big\"\n"
+       "ulimit -v 450000; $CAPTURE --threads=1 \"$DIR/big\" samples/qr.png",
+       1, "samples/qr.png: 209x209, 1 code",
+       "/big: Not enough memory to perform operation. (-10001)"},
+  });
+}
+#endif
+
 // Made from --help: every option has its place in both.
 TEST(Help, BecomesManualPageAndCompletion) {
   RunRows({

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <new>
 #include <system_error>
 #include <utility>
 #include <vector>
@@ -114,13 +115,34 @@ bool FileSource::HasMoreImages() const {
 
 CImageData* FileSource::GetImage() {
   if (stop_.IsSet()) return nullptr;
-  std::unique_ptr<CImageData> image(CImageSourceAdapter::GetImage());
+  std::shared_ptr<const CImageTag> tag;
+  {
+    const MutexLock lock(mutex_);
+    tag = buffered_;
+  }
+  std::unique_ptr<CImageData> image;
+  try {
+    image.reset(CImageSourceAdapter::GetImage());
+  } catch (const std::bad_alloc&) {
+    if (tag == nullptr) throw;
+    image = MakeFailure(tag.get());
+  }
   {
     const MutexLock lock(mutex_);
     Refill();
   }
   hasRoom_.notify_one();
   return image.release();
+}
+
+// What stands for an image whose pixels went when they could not be converted.
+std::unique_ptr<CImageData> FileSource::MakeFailure(const CImageTag* tag) {
+  SourceRecord record = GetSourceRecord(tag);
+  record.error = {EC_NoMemory, {}, {}, {}};
+  const PictureTag failure(std::move(record), tag->GetImageId());
+  auto image = std::make_unique<CImageData>();
+  image->SetImageTag(&failure);
+  return image;
 }
 
 CaptureError FileSource::GetReadError(const CImageData& image) const {
@@ -145,10 +167,15 @@ void FileSource::Stop() {
 
 void FileSource::Run() {
   for (std::string file; !stop_.IsSet() && next_(stop_, file);) {
-    if (settings_.raw.IsGiven()) {
-      ReadFrames(file);
-    } else {
-      ReadPicture(file);
+    try {
+      if (settings_.raw.IsGiven()) {
+        ReadFrames(file);
+      } else {
+        ReadPicture(file);
+      }
+    } catch (const std::bad_alloc&) {  // what it had is free by now
+      const RunMoment now = RunMoment::Now();
+      PushFailure({file, now, now, {EC_NoMemory, {}, {}, {}}});
     }
   }
   {
@@ -225,7 +252,9 @@ void FileSource::Push(std::unique_ptr<CImageData> image) {
       return stop_.IsSet() || IsBufferEmpty() || ahead_.size() < room;
     });
     if (stop_.IsSet()) return;
-    ahead_.push_back(std::move(image));
+    Waiting last{nullptr, std::shared_ptr<const CImageTag>(image->GetImageTag()->Clone())};
+    last.image = std::move(image);
+    ahead_.push_back(std::move(last));
     Refill();
   }
   notify_();
@@ -235,7 +264,8 @@ void FileSource::Push(std::unique_ptr<CImageData> image) {
 // empty, so that AddImageToBuffer never waits with the lock held.
 void FileSource::Refill() {
   if (ahead_.empty() || !IsBufferEmpty()) return;
-  AddImageToBuffer(ahead_.front().release(), false);
+  buffered_ = ahead_.front().tag;
+  AddImageToBuffer(ahead_.front().image.release(), false);
   ahead_.pop_front();
 }
 

@@ -72,6 +72,8 @@ class FileSource final : public basic_structures::CImageSourceAdapter, public Re
   void Push(std::unique_ptr<basic_structures::CImageData> image);
   void Refill() VELMORA_REQUIRES(mutex_);
   void PushFailure(SourceRecord record);
+  static std::unique_ptr<basic_structures::CImageData> MakeFailure(
+      const basic_structures::CImageTag* tag);
   void WaitUntil(std::chrono::steady_clock::time_point due) const;
 
   const Settings settings_;
@@ -83,7 +85,13 @@ class FileSource final : public basic_structures::CImageSourceAdapter, public Re
   std::condition_variable hasRoom_;
   // What waits before the base's buffer of one, so that the oldest image comes out first; only of a
   // source that blocks.
-  std::deque<std::unique_ptr<basic_structures::CImageData>> ahead_ VELMORA_GUARDED_BY(mutex_);
+  struct Waiting {
+    std::unique_ptr<basic_structures::CImageData> image;
+    std::shared_ptr<const basic_structures::CImageTag> tag;  // a copy, which outlives the image
+  };
+  std::deque<Waiting> ahead_ VELMORA_GUARDED_BY(mutex_);
+  std::shared_ptr<const basic_structures::CImageTag> buffered_
+      VELMORA_GUARDED_BY(mutex_);  // of the image that went into the base's buffer last
   bool isReading_ VELMORA_GUARDED_BY(mutex_) = false;
   std::thread thread_;  // the maker's alone
 };

@@ -1,10 +1,11 @@
 #include "velmora/engine/buffered_item_manager.h"
 
 #include <atomic>
+#include <charconv>
+#include <cstdint>
 #include <ctime>
 #include <iterator>
-#include <locale>
-#include <sstream>
+#include <string>
 #include <utility>
 
 #include "velmora/results/buffered_item.h"
@@ -19,11 +20,13 @@ using basic_structures::BufferedItemType;
 std::string MakeManagerId(const void* manager) {
   // Relaxed: all that matters is that no two managers get the same number.
   static std::atomic<std::uint32_t> counter{0};
-  std::ostringstream id;
-  id.imbue(std::locale::classic());  // others may put separators into the numbers
-  id << std::time(nullptr) << '-' << manager << '-'
-     << counter.fetch_add(1, std::memory_order_relaxed);
-  return id.str();
+  // Not a stream: without memory it would give a part of the text and say nothing.
+  char address[2 + 2 * sizeof manager] = {'0', 'x'};
+  const auto number = reinterpret_cast<std::uintptr_t>(manager);
+  char* const end = std::to_chars(address + 2, std::end(address), number, 16).ptr;
+  std::string id = std::to_string(std::time(nullptr)) + '-';
+  id.append(address, static_cast<std::size_t>(end - address)).append("-");
+  return id + std::to_string(counter.fetch_add(1, std::memory_order_relaxed));
 }
 
 }  // namespace
@@ -46,8 +49,14 @@ void BufferedItemManager::SetMaxBufferedItems(BufferedItemType type, int maxCoun
   const MutexLock lock(mutex_);
   const auto found = entries_.find(type);
   if (found == entries_.end()) return;
-  found->second.maxCount = maxCount;
-  dropped = UpdateIfExceedMaxCount(found->second);
+  Entry& entry = found->second;
+  const std::int32_t before = std::exchange(entry.maxCount, maxCount);
+  try {
+    dropped = UpdateIfExceedMaxCount(entry);
+  } catch (...) {
+    entry.maxCount = before;
+    throw;
+  }
 }
 
 int BufferedItemManager::GetMaxBufferedItems(BufferedItemType type) const {
@@ -59,12 +68,20 @@ int BufferedItemManager::GetMaxBufferedItems(BufferedItemType type) const {
 void BufferedItemManager::AppendItem(BufferedItemBase* item) {
   if (item == nullptr) return;
   const BufferedItemType type = item->GetBufferedItemType();
+  NxRef<BufferedItemBase> kept;  // like what is dropped it is destroyed without the lock
   Items dropped;
   const MutexLock lock(mutex_);
   const auto found = entries_.find(type);
   if (found == entries_.end() || found->second.maxCount == 0) return;
-  found->second.items.emplace_back(item);
-  dropped = UpdateIfExceedMaxCount(found->second);
+  Entry& entry = found->second;
+  kept = item;
+  entry.items.push_back(kept);
+  try {
+    dropped = UpdateIfExceedMaxCount(entry);
+  } catch (...) {
+    entry.items.pop_back();
+    throw;
+  }
 }
 
 void BufferedItemManager::ClearBuffer() {

@@ -9,8 +9,14 @@ NxDependencyGraph::~NxDependencyGraph() = default;
 
 bool NxDependencyGraph::AddTargetROIDefNode(const std::string& name, NxTargetROIDef* node) {
   // No reference is taken on a refused node: dropping it again would destroy a new one.
-  if (name.empty() || !nodes_.try_emplace(name, node).second) return false;
+  if (name.empty() || nodes_.find(name) != nodes_.end()) return false;
   nodeNames_.push_back(name);
+  try {
+    nodes_.try_emplace(name, node);
+  } catch (...) {
+    nodeNames_.pop_back();
+    throw;
+  }
   return true;
 }
 

@@ -23,6 +23,12 @@ bool IsAmong(const std::string& name, const std::vector<std::string>& names) {
   return std::find(names.begin(), names.end(), name) != names.end();
 }
 
+// Not reserve() alone, which takes what it is asked for, and would copy a list for every new entry.
+template <typename T>
+void MakeRoom(std::vector<T>& list, std::size_t count) {
+  if (list.capacity() - list.size() < count) list.reserve(2 * list.size() + count);
+}
+
 bool IsFlaggedAtomicType(TaskType type, const bool* flags) {
   return type >= TT_ATOMIC_0 && type <= TT_ATOMIC_2 && flags[type];
 }
@@ -61,6 +67,7 @@ NxDataManagerPool* NxTargetROIDef::GetManagerPool() const {
 }
 
 void NxTargetROIDef::AddParentDefNode(NxTargetROIDef* parent) {
+  MakeRoom(parent->children_, 1);  // before anything changes
   parents_.push_back(parent);
   parent->children_.push_back(this);
 }
@@ -76,7 +83,13 @@ void NxTargetROIDef::RegisterListener(TargetROIDefEventListener* listener) {
 }
 
 void NxTargetROIDef::SetParentDefNodes(const std::vector<NxTargetROIDef*>& parents) {
-  if (&parents != &parents_) parents_ = parents;
+  // All that may find no memory comes first. A parent may be named more than once.
+  std::vector<NxTargetROIDef*> wanted = parents;
+  for (NxTargetROIDef* parent : wanted) {
+    MakeRoom(parent->children_, wanted.size());
+    MakeRoom(parent->listeners_, 1);
+  }
+  parents_.swap(wanted);
   for (NxTargetROIDef* parent : parents_) {
     parent->children_.push_back(this);
     parent->RegisterListener(this);

@@ -1,5 +1,6 @@
 #include "velmora/engine/work_item.h"
 
+#include <new>
 #include <utility>
 
 #include "velmora/engine/data_manager_pool.h"
@@ -61,11 +62,18 @@ class ActiveWorkGuard {
 // finishes the work later too, holds the output with it.
 class WorkOutputItem final : public ExecutableWorkItem {
  public:
-  WorkOutputItem(NxRef<NxWorkOutput> output, NxSemaphore* semaphore, std::uint64_t priority)
-      : ExecutableWorkItem(output.get(), output->GetWorkObject(), semaphore, priority),
-        keptAlive_(std::move(output)) {}
+  // Of the table's next output, which an item that finds no memory thus leaves in the table.
+  WorkOutputItem(NxWorkOutputTable& table, NxSemaphore* semaphore, std::uint64_t priority)
+      : WorkOutputItem(table.GetNextTopPriorityWorkOutput({}), semaphore, priority) {}
+
+  bool HasOutput() const { return GetOutput() != nullptr; }
 
  private:
+  WorkOutputItem(NxRef<NxWorkOutput> output, NxSemaphore* semaphore, std::uint64_t priority)
+      : ExecutableWorkItem(output.get(), output ? output->GetWorkObject() : nullptr, semaphore,
+                           priority),
+        keptAlive_(std::move(output)) {}
+
   const NxRef<NxWorkOutput> keptAlive_;
 };
 
@@ -87,8 +95,10 @@ void RtrThreadWorkItemBase::LogPop() const {
 ExecutableWorkItem::ExecutableWorkItem(NxOutputBase* output, Nx_WorkObjectBase* workObject,
                                        NxSemaphore* semaphore, std::uint64_t priority)
     : RtrThreadWorkItemBase(semaphore, priority), workObject_(workObject), output_(output) {
-  if (NxLog::GetInstance().AllowLogging(kTraceLevel, LM_Text)) {
+  if (output == nullptr || !NxLog::GetInstance().AllowLogging(kTraceLevel, LM_Text)) return;
+  try {
     SetDescription(DescribeWork(*output, priority));
+  } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): only log lines show it
   }
 }
 
@@ -134,9 +144,9 @@ ResolvableWorkItem::~ResolvableWorkItem() = default;
 void ResolvableWorkItem::Process(ThreadPoolBase* pool) {
   Trace("TaskPriorityInfo TaskStart: %s", *this);
   table_->SetSequential(sequential_);
-  NxRef<NxWorkOutput> output = table_->GetNextTopPriorityWorkOutput({});
-  if (!output) return;
-  currentItem_ = MakeRef<WorkOutputItem>(std::move(output), GetSemaphore(), GetPriority());
+  NxRef<WorkOutputItem> item = MakeRef<WorkOutputItem>(*table_, GetSemaphore(), GetPriority());
+  if (!item->HasOutput()) return;
+  currentItem_ = std::move(item);
   currentItem_->Process(pool);
 }
 

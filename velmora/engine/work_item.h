@@ -65,7 +65,7 @@ class VELMORA_EXPORT RtrThreadWorkItemBase : public NxObjectBase {
 ///               another one than the pool's
 class VELMORA_EXPORT ExecutableWorkItem : public RtrThreadWorkItemBase {
  public:
-  /// The description is built only while the log takes level 9 text.
+  /// The description is built only while the log takes level 9 text and there is memory for it.
   ExecutableWorkItem(NxOutputBase* output, Nx_WorkObjectBase* workObject, NxSemaphore* semaphore,
                      std::uint64_t priority);
   ExecutableWorkItem(const ExecutableWorkItem&) = delete;
@@ -113,7 +113,7 @@ class VELMORA_EXPORT ResolvableWorkItem : public RtrThreadWorkItemBase {
   ResolvableWorkItem& operator=(const ResolvableWorkItem&) = delete;
 
   /// Takes the table's next work output, makes it the current item and processes it. With no work
-  /// left, the current item stays as it was.
+  /// left, the current item stays as it was; so does the table if there is no memory for an item.
   void Process(ThreadPoolBase* pool) override;
 
   /// Finishes the current item, if there is one.

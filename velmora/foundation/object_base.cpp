@@ -8,8 +8,8 @@ NxObjectBaseIdStruct::NxObjectBaseIdStruct(NxObjectBaseIdStruct&& other) noexcep
     : hasValue(other.hasValue), value(std::exchange(other.value, {})) {}
 
 NxObjectBaseIdStruct& NxObjectBaseIdStruct::operator=(const NxObjectBaseIdStruct& other) {
+  if (this != &other) value = other.value;  // first: it may find no memory
   hasValue = other.hasValue;
-  if (this != &other) value = other.value;
   return *this;
 }
 

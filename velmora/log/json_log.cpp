@@ -1,6 +1,9 @@
 #include <json/value.h>
 
+#include <utility>
+
 #include "velmora/log/internal/log_state.h"
+#include "velmora/log/internal/with_json.h"
 #include "velmora/log/json_converter.h"
 #include "velmora/log/log.h"
 
@@ -24,6 +27,27 @@ bool OutputOldest(LogState& state) VELMORA_REQUIRES(state.lock) {
   return true;
 }
 
+// Or changes nothing when it throws.
+bool AppendStage(Json::Value& record, const Json::Value& stage) {
+  constexpr char kStages[] = "Stages";
+  if (!record.isObject() && !record.isNull()) return false;
+  Json::Value added = stage;
+  if (record.isMember(kStages) && record[kStages].isArray()) {
+    record[kStages].append(std::move(added));
+    return true;
+  }
+  Json::Value stages(Json::arrayValue);
+  stages.append(std::move(added));
+  if (record.isObject()) {
+    record[kStages].swap(stages);
+  } else {
+    Json::Value made(Json::objectValue);
+    made[kStages].swap(stages);
+    record.swap(made);
+  }
+  return true;
+}
+
 }  // namespace
 
 std::uint64_t NxLog::AddJsonRecord(const Json::Value& record) {
@@ -32,7 +56,7 @@ std::uint64_t NxLog::AddJsonRecord(const Json::Value& record) {
   // Before the record is filed: without memory for the text of another, it is not filed at all.
   while (state.jsonRecords.size() >= kWaitingRecords && OutputOldest(state)) {
   }
-  state.jsonRecords.emplace(state.lastRecordNumber + 1, record);
+  internal::WithJson([&] { return state.jsonRecords.emplace(state.lastRecordNumber + 1, record); });
   return ++state.lastRecordNumber;
 }
 
@@ -41,12 +65,7 @@ bool NxLog::AddJsonStage(std::uint64_t recordNumber, const Json::Value& stage) {
   const Lock lock(state.lock);
   const auto found = state.jsonRecords.find(recordNumber);
   if (found == state.jsonRecords.end()) return false;
-  Json::Value& record = found->second;
-  if (!record.isObject() && !record.isNull()) return false;
-  Json::Value& stages = record["Stages"];
-  if (!stages.isArray()) stages = Json::Value(Json::arrayValue);
-  stages.append(stage);
-  return true;
+  return internal::WithJson([&] { return AppendStage(found->second, stage); });
 }
 
 bool NxLog::OutputJsonLog() {

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <ctime>
 #include <iterator>
+#include <new>
 #include <string_view>
 
 #include "velmora/log/ini_io.h"
@@ -74,9 +75,10 @@ void NxLog::InitLog(const char* iniPath) {
   const Lock lock(state.lock);
   INI_IO ini;
   if (state.initialised || !ini.Load(iniPath)) return;
-  state.savePath = ini.GetValue(kConfigSection, "Path");
-  state.mainLogFile = state.savePath + kMainLogName;
-  state.routerLogFile = state.savePath + kRouterLogName;
+  std::string savePath = ini.GetValue(kConfigSection, "Path");
+  state.routerLogFile = savePath + kRouterLogName;
+  state.mainLogFile = savePath + kMainLogName;
+  state.savePath.swap(savePath);
   SetOutputMode(static_cast<OutputMode>(ini.GetInt(kConfigSection, "OutputMode")));
   if (GetOutputMode() == OM_Cache) internal::ReserveCache(state);
   SetMode(static_cast<LogMode>(ini.GetInt(kConfigSection, "Mode")));
@@ -92,8 +94,9 @@ void NxLog::InitLogFromDLL(const std::string& dir) {
 void NxLog::InitLogFromSetting(LogMode mode, int level, const char* path) {
   LogState& state = GetLogState();
   const Lock lock(state.lock);
-  state.savePath = path == nullptr ? "" : path;
-  state.mainLogFile = state.savePath + kMainLogName;
+  std::string savePath = path == nullptr ? "" : path;
+  state.mainLogFile = savePath + kMainLogName;  // nothing has changed if there is no memory
+  state.savePath.swap(savePath);
   state.isTorn = false;
   state.firstLineTaken = 0;
   SetMode(mode);
@@ -137,7 +140,11 @@ void NxLog::WriteTextLog(int level, const char* format, ...) {
   // Again: the log may have been turned off meanwhile, and its path with it.
   if (!AllowLogging(level, LM_Text)) return;
   if (GetOutputMode() != OM_File) {
-    internal::CacheLine(state, text);
+    try {
+      internal::CacheLine(state, text);
+    } catch (const std::bad_alloc&) {
+      lostLineCount_.fetch_add(1, std::memory_order_relaxed);
+    }
   } else if (!internal::AppendWhole(state, text)) {
     lostLineCount_.fetch_add(1, std::memory_order_relaxed);
   }

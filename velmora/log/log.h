@@ -116,8 +116,8 @@ class VELMORA_EXPORT NxLog {
   std::string GetRouterLogFile() const;
 
   /// Writes "[TID:thread][yyyy/mm/dd hh:mm:ss]message" and a newline, to the main log file or into
-  /// the cache. Does nothing unless `AllowLogging(level, LM_Text)`. A line that the file refuses is
-  /// counted by `GetLostLineCount`.
+  /// the cache. Does nothing unless `AllowLogging(level, LM_Text)`. What the file refuses, or the
+  /// cache finds no memory for, is counted by `GetLostLineCount`.
   /// @param format  null is an empty message; a lone "%" at its end is dropped
   void WriteTextLog(int level, const char* format, ...) VELMORA_PRINTF_FORMAT(3, 4);
 

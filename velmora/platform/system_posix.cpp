@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <string_view>
 
 #include "velmora/platform/internal/system.h"
@@ -145,6 +146,7 @@ std::optional<std::string> LoadedModulePath(const std::string& moduleName) {
   if (search.path[0] == '/') return search.path;
   // A module opened by a relative path keeps that path.
   const std::unique_ptr<char, FreeDeleter> full(realpath(search.path, nullptr));
+  if (full == nullptr && errno == ENOMEM) throw std::bad_alloc();
   return full == nullptr ? search.path : full.get();
 }
 
@@ -170,7 +172,10 @@ FileKind GetFileKind(const char* path) {
 std::vector<DirectoryEntry> ListDirectory(const std::string& directory) {
   std::vector<DirectoryEntry> entries;
   const std::unique_ptr<DIR, DirectoryCloser> stream(opendir(directory.c_str()));
-  if (stream == nullptr) return entries;
+  if (stream == nullptr) {
+    if (errno == ENOMEM) throw std::bad_alloc();
+    return entries;
+  }
   // One stream is not for two threads; this one is ours. NOLINTNEXTLINE(concurrency-mt-unsafe)
   while (const dirent* entry = readdir(stream.get())) {
     const std::string_view name = entry->d_name;
@@ -222,9 +227,12 @@ std::size_t FormatText(char* text, const char* format, std::va_list arguments) {
   if (length < 0) {
     // A conversion that the end of the format cuts off ("100%") is refused with the whole text.
     const char* const last = std::strrchr(format, '%');
-    const std::string rest = last == nullptr ? "" : std::string(format, last);
-    // va_copy began it. NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized)
-    length = std::vsnprintf(text, kSize, rest.c_str(), again);
+    try {
+      const std::string rest = last == nullptr ? "" : std::string(format, last);
+      // va_copy began it. NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized)
+      length = std::vsnprintf(text, kSize, rest.c_str(), again);
+    } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): the message stays empty
+    }
   }
   va_end(again);
   if (length < 0) text[0] = '\0';

@@ -37,8 +37,9 @@ void NxvItemBase::SetReferenceItem(const NxRef<NxvItemBase>& item) {
 }
 
 void NxvItemBase::SetTargetAndTaskName(const std::string& target, const std::string& task) {
-  targetName_ = target;
-  taskName_ = task;
+  std::string newTarget = target, newTask = task;  // both, before anything changes
+  targetName_.swap(newTarget);
+  taskName_.swap(newTask);
 }
 
 CCapturedResultItem* NxvItemBase::RetainCache() noexcept {

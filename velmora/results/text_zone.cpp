@@ -33,13 +33,14 @@ CTextZone::CTextZone(const CTextZone& other) : location_(other.location_) {
   CopyIndices(other.charContoursIndices_, other.charContoursIndicesCount_);
 }
 
-// Forgets its own array first: that is what leaves a zone assigned to itself without indices.
+// Forgets its own array; a zone that is assigned to itself is left without indices.
 // NOLINTNEXTLINE(bugprone-unhandled-self-assignment)
 CTextZone& CTextZone::operator=(const CTextZone& other) {
+  CTextZone copied;
+  if (this != &other) copied = CTextZone(other);
   location_ = other.location_;
-  charContoursIndices_ = nullptr;
-  charContoursIndicesCount_ = 0;
-  CopyIndices(other.charContoursIndices_, other.charContoursIndicesCount_);
+  charContoursIndices_ = std::exchange(copied.charContoursIndices_, nullptr);
+  charContoursIndicesCount_ = copied.charContoursIndicesCount_;
   return *this;
 }
 

@@ -110,12 +110,9 @@ void* NxModuleLoaderBaseAuto::DynamicLoadDllFunc(const char* moduleName, const c
   HINSTANCE module = nullptr;
   {
     const Lock lock(*this);
-    const auto found = modules_.find(moduleName);
-    if (found != modules_.end()) module = found->second;
-    if (module == nullptr &&
-        LoadModule(moduleName, module, flags, nameIsFileName, anchorName) == EC_Ok) {
-      modules_[moduleName] = module;
-    }
+    HINSTANCE& kept = modules_[moduleName];  // before the module is loaded, which it is to free
+    if (kept == nullptr) LoadModule(moduleName, kept, flags, nameIsFileName, anchorName);
+    module = kept;
   }
   return Find(module, functionName);
 }

@@ -82,6 +82,7 @@ class VELMORA_EXPORT PathHelper {
 ///                         it; case of ASCII letters does not matter, nor whether the filter begins
 ///                         with ".". Null and "" keep all names
 /// @return a new list; empty if the directory cannot be read. Unreadable subdirectories add nothing
+/// @throws std::bad_alloc
 /// @threadsafety any thread
 VELMORA_EXPORT NxRef<NxVector<std::string>> GetAllFiles(const std::string& directory,
                                                         bool recursive,

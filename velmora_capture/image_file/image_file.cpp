@@ -11,6 +11,7 @@
 #include <system_error>
 
 #include "velmora_capture/image_file/internal/decoder.h"
+#include "velmora_capture/image_file/internal/encoder_memory.h"
 #include "velmora_capture/image_file/open_file.h"
 
 namespace velmora::capture {
@@ -128,6 +129,7 @@ std::vector<unsigned char> EncodePng(const CImageData& image) {
     auto* out = static_cast<std::vector<unsigned char>*>(context);
     out->insert(out->end(), bytes, bytes + size);
   };
+  const EncoderMemory memory;
   if (stbi_write_png_to_func(append, &png, image.GetWidth(), image.GetHeight(), channels,
                              pixels.data(), image.GetWidth() * channels) == 0) {
     throw std::bad_alloc();

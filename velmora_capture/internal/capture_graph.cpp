@@ -36,11 +36,11 @@ CaptureGraph::CaptureGraph() {
 CaptureGraph::~CaptureGraph() = default;
 
 CaptureDefinition* CaptureGraph::AddDefinition(const std::string& name) {
-  auto* definition = new CaptureDefinition(name, GetTargetDefNodesMap().size());
-  AddTargetROIDefNode(name, definition);
+  const auto definition = MakeRef<CaptureDefinition>(name, GetTargetDefNodesMap().size());
+  AddTargetROIDefNode(name, definition.get());
   definition->SetGraph(this);
-  definitions_.push_back(definition);
-  return definition;
+  definitions_.push_back(definition.get());
+  return definition.get();
 }
 
 void CaptureGraph::Link(const std::map<std::string, std::vector<std::string>>& parents) {

@@ -1,6 +1,7 @@
 #include "velmora_capture/internal/clock_thread.h"
 
 #include <chrono>
+#include <new>
 
 namespace velmora::capture {
 
@@ -47,7 +48,11 @@ void ClockThread::Run() {
     const auto elapsed =
         std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - charged);
     charged += elapsed;
-    managers_.GetActiveWorkUnitManager()->AddTimeCheckCountForActiveWorkUnit(elapsed.count());
+    try {
+      managers_.GetActiveWorkUnitManager()->AddTimeCheckCountForActiveWorkUnit(elapsed.count());
+    } catch (const std::bad_alloc&) {
+      charged -= elapsed;  // with the next tick
+    }
   }
 }
 

@@ -1,6 +1,7 @@
 #include "velmora_capture/internal/delivery.h"
 
 #include <chrono>
+#include <new>
 #include <utility>
 
 #include "velmora/foundation/error_code.h"
@@ -25,7 +26,7 @@ class Delivery::Submission final : public JobOwner {
   const Capture::Handler handler_;
   const Offer offer_;
   NxRef<CaptureJob> job_;         // empty if there was nothing to work on
-  NxRef<CaptureResult> failure_;  // then this is there
+  NxRef<CaptureResult> failure_;  // what is handed over then, or if there is no memory to report
   Submission* next_ = nullptr;
 
  private:
@@ -75,10 +76,9 @@ bool Delivery::Begin(const Offer& offer, std::unique_ptr<CImageData> image,
   const bool isReadable = IsReadable(*picture);
   if (isReadable) owned->job_ = engine_.MakeJob(offer, picture, *owned);
   const NxRef<CaptureJob> job = owned->job_;
-  if (!job) {
-    const int code = isReadable ? EC_ImagePixelFormatNotMet : EC_ImageDataParameterInvalid;
-    owned->failure_ = engine_.ReportFailure(offer, {code, {}, {}, {}}, picture->GetImageTag());
-  }
+  int code = isReadable ? EC_ImagePixelFormatNotMet : EC_ImageDataParameterInvalid;
+  if (job) code = EC_NoMemory;
+  owned->failure_ = engine_.ReportFailure(offer, {code, {}, {}, {}}, picture->GetImageTag());
   // From here on its end decides how long the submission lives.
   Submission& submission = *owned.release();
   if (!job) {
@@ -112,7 +112,10 @@ void Delivery::Push(Submission& submission) noexcept {
 }
 
 void Delivery::RunThread() {
-  engine_.IntroduceThread("delivery");
+  try {
+    engine_.IntroduceThread("delivery");
+  } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): the trace leaves it out
+  }
   WaitingLock lock(mutex_);
   for (;;) {
     wakeUp_.wait(lock.Native(), [this]() VELMORA_REQUIRES(mutex_) {
@@ -132,9 +135,12 @@ void Delivery::RunThread() {
 void Delivery::HandOver(Submission& submission) noexcept {
   const SpanScope span(engine_.GetObservers(), RunStage::kReport, "report",
                        submission.offer_.number);
+  NxRef<CaptureResult> result = submission.failure_;
   try {
-    NxRef<CaptureResult> result = submission.failure_;
-    if (!result) result = engine_.Report(*submission.job_);
+    if (submission.job_) result = engine_.Report(*submission.job_);
+  } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): then the failure it is
+  }
+  try {
     engine_.CountDelivered();
     submission.handler_(result);
   } catch (...) {  // NOLINT(bugprone-empty-catch): the handler is not to throw; others wait

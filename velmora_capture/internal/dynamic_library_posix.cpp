@@ -1,6 +1,8 @@
 #include <dlfcn.h>
 
 #include <filesystem>
+#include <new>
+#include <system_error>
 
 #include "velmora/util/module_loader.h"
 #include "velmora_capture/internal/dynamic_library.h"
@@ -32,6 +34,7 @@ std::string FolderOfOwnLibrary() {
   const std::string file = info.dli_fname;
   std::error_code error;
   const std::filesystem::path real = std::filesystem::canonical(file, error);
+  if (error == std::errc::not_enough_memory) throw std::bad_alloc();
   if (error || file.find('/') == std::string::npos) return FolderOfProgram();
   return real.parent_path().string();
 }

@@ -77,6 +77,7 @@ void WriteArrow(std::ostream& out, const Template& source, std::size_t parent, s
 
 std::string DrawGraph(const Template& source, const std::vector<TaskCounts>& tasks) {
   std::ostringstream out;
+  out.exceptions(std::ios::badbit | std::ios::failbit);  // it has all of the text, or throws
   out << "digraph " << Quoted(source.name)
       << " {\n  compound=true;\n  rankdir=LR;\n  fontname=\"sans-serif\";\n  label="
       << Quoted(source.name)

@@ -4,9 +4,12 @@
 #include <json/writer.h>
 
 #include <algorithm>
-#include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <utility>
+
+#include "velmora_capture/internal/json_memory.h"
 
 namespace velmora::capture {
 namespace {
@@ -39,7 +42,7 @@ std::string Excerpt(const Json::Value& value) {
   constexpr std::size_t kLongest = 40;
   Json::StreamWriterBuilder builder;
   builder["indentation"] = "";
-  std::string text = Json::writeString(builder, value);
+  std::string text = WriteJson(builder, value);
   if (text.size() > kLongest) text = text.substr(0, kLongest) + "...";
   return text;
 }
@@ -85,16 +88,27 @@ bool JsonDocument::Parse() {
   std::string faults;
   try {
     if (reader->parse(text_.data(), text_.data() + text_.size(), &root_, &faults)) return true;
-  } catch (const Json::Exception&) {
+  } catch (const Json::Exception& error) {
+    // The same exception that says that there is no memory.
+    if (std::strstr(error.what(), "stackLimit") == nullptr) throw;
     AddError(PlaceAt(FindTooDeep(text_), {}), EC_JsonParseFailed,
              "nested more than " + std::to_string(kDeepest) + " levels deep");
     return false;
   }
   // The first of them: "* Line 3, Column 5\n  what is wrong\n"; the others mostly follow from it.
   JsonPlace place;
-  int length = 0;
-  std::sscanf(faults.c_str(), "* Line %d, Column %d %n", &place.line, &place.column, &length);
-  const std::string message = faults.substr(static_cast<std::size_t>(length));
+  // Not sscanf: MinGW's ends the process without memory.
+  const char* rest = faults.c_str();
+  const auto read = [&rest](const char* word, int& number) {
+    const char* const found = std::strstr(rest, word);
+    if (found == nullptr) return;
+    char* end = nullptr;
+    number = static_cast<int>(std::strtol(found + std::strlen(word), &end, 10));
+    rest = end;
+  };
+  read("Line ", place.line);
+  read("Column ", place.column);
+  const std::string message = rest + std::strspn(rest, " \n");
   AddError(place, EC_JsonParseFailed, message.substr(0, message.find('\n')));
   return false;
 }

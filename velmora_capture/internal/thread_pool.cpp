@@ -21,7 +21,12 @@ thread_local ThreadState self;
 
 CaptureThreadPool::CaptureThreadPool(int threads, const Observers& observers)
     : observers_(observers), threadCount_(threads) {
-  for (int i = 1; i <= threads; ++i) threads_.emplace_back([this, i] { RunThread(i); });
+  try {
+    for (int i = 1; i <= threads; ++i) threads_.emplace_back([this, i] { RunThread(i); });
+  } catch (...) {
+    Stop();  // those that there are
+    throw;
+  }
 }
 
 void CaptureThreadPool::AppendWorkItem(RtrThreadWorkItemBase* item) {

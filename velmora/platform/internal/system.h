@@ -68,7 +68,8 @@ struct DirectoryEntry {
   bool isDirectory;  // links followed
 };
 
-// The entries of a directory without "." and "..", in no order; nothing if it cannot be read.
+// The entries of a directory without "." and "..", in no order; nothing if it cannot be read for
+// another reason than want of memory.
 std::vector<DirectoryEntry> ListDirectory(const std::string& directory);
 
 // Equal for two paths exactly if they lead to the same file or directory.

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstring>
+#include <new>
 
 #include "velmora_capture/image_file/internal/picture_buffer.h"
 
@@ -17,6 +18,12 @@ struct FileBytes {
     return size >= offset + length && std::memcmp(data + offset, text, length) == 0;
   }
 };
+
+// Throws std::bad_alloc if so much memory is not to be had: before calls of libraries that do not
+// get over every allocation that fails.
+inline void RequireMemory(std::size_t size) {
+  ::operator delete(::operator new(size));
+}
 
 struct Decoder {
   // Whether the first bytes are those of this format.

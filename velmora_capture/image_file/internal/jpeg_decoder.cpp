@@ -152,7 +152,10 @@ bool IsJpeg(const FileBytes& bytes) {
 
 void DecodeJpeg(const FileBytes& bytes, PictureBuffer& buffer) {
   Reader reader;
-  if (!Decode(reader, bytes, buffer)) throw PictureError(reader.reason);
+  if (!Decode(reader, bytes, buffer)) {
+    if (reader.errors.msg_code == JERR_OUT_OF_MEMORY) throw std::bad_alloc();
+    throw PictureError(reader.reason);
+  }
   // What is missing of a picture in several scans are finer details of the whole.
   if (reader.ranOut && jpeg_has_multiple_scans(&reader.info) != 0) {
     throw PictureError("the file ends within the picture");

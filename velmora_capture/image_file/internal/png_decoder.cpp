@@ -1,6 +1,7 @@
 // PNG through libspng.
 #include <spng.h>
 
+#include <cstdlib>
 #include <memory>
 #include <new>
 #include <vector>
@@ -18,8 +19,27 @@ struct FreeContext {
 };
 using Context = std::unique_ptr<spng_ctx, FreeContext>;
 
+// Of this thread's picture: the library calls it broken data when its inflater finds no memory.
+thread_local bool foundNoMemory = false;
+
+void* Noted(void* memory) {
+  if (memory == nullptr) foundNoMemory = true;
+  return memory;
+}
+
+Context MakeContext() {
+  spng_alloc allocation{[](std::size_t size) { return Noted(std::malloc(size)); },
+                        [](void* old, std::size_t size) { return Noted(std::realloc(old, size)); },
+                        [](std::size_t n, std::size_t size) { return Noted(std::calloc(n, size)); },
+                        &std::free};
+  foundNoMemory = false;
+  Context context(spng_ctx_new2(&allocation, 0));
+  if (context == nullptr) throw std::bad_alloc();
+  return context;
+}
+
 void Check(int result) {
-  if (result == SPNG_EMEM) throw std::bad_alloc();
+  if (result != 0 && foundNoMemory) throw std::bad_alloc();
   if (result == SPNG_IO_EOF) throw PictureError("the file ends within the picture");
   if (result != 0) throw PictureError(spng_strerror(result));
 }
@@ -53,17 +73,17 @@ bool IsPng(const FileBytes& bytes) {
 }
 
 void DecodePng(const FileBytes& bytes, PictureBuffer& buffer) {
-  const Context context(spng_ctx_new(0));
-  if (context == nullptr) throw std::bad_alloc();
+  const Context context = MakeContext();
   Check(spng_set_chunk_limits(context.get(), kMostMetadata, kMostMetadata));
   Check(spng_set_png_buffer(context.get(), bytes.data, bytes.size));
   spng_ihdr header{};
   Check(spng_get_ihdr(context.get(), &header));
   buffer.CheckSize(header.width, header.height);
   spng_trns transparency{};
+  const int opaque = spng_get_trns(context.get(), &transparency);
+  if (opaque != SPNG_ECHUNKAVAIL) Check(opaque);
   const bool isGrey = (header.color_type & SPNG_COLOR_TYPE_TRUECOLOR) == 0;
-  const bool hasAlpha = (header.color_type & SPNG_COLOR_TYPE_GRAYSCALE_ALPHA) != 0 ||
-                        spng_get_trns(context.get(), &transparency) == 0;
+  const bool hasAlpha = (header.color_type & SPNG_COLOR_TYPE_GRAYSCALE_ALPHA) != 0 || opaque == 0;
   if (hasAlpha) {
     buffer.Allocate(header.width, header.height, 4);
     DecodePixels(*context, buffer, SPNG_FMT_RGBA8);

@@ -169,6 +169,7 @@ bool IsTiff(const FileBytes& bytes) {
 void DecodeTiff(const FileBytes& bytes, PictureBuffer& buffer) {
   char reason[kReasonBytes] = "";
   Source source{bytes};
+  RequireMemory(std::size_t{1} << 20);  // more than the tables take with which a file begins
   const Tiff tiff = OpenTiff(source, reason, buffer.GetMaxPixels());
   bool isRead = false;
   if (tiff != nullptr) {

@@ -1,6 +1,7 @@
 // WebP through libwebp.
 #include <webp/decode.h>
 
+#include <cstddef>
 #include <new>
 
 #include "velmora_capture/image_file/internal/decoder.h"
@@ -41,6 +42,10 @@ void DecodeWebp(const FileBytes& bytes, PictureBuffer& buffer) {
   config.output.u.RGBA.rgba = buffer.GetRow(0);
   config.output.u.RGBA.stride = buffer.GetStride();
   config.output.u.RGBA.size = buffer.GetSize();
+  // A lossless picture and a plane of alpha take a word for each pixel, and tables.
+  RequireMemory(4 * static_cast<std::size_t>(config.input.width) *
+                    static_cast<std::size_t>(config.input.height) +
+                (std::size_t{1} << 22));
   Check(WebPDecode(bytes.data, bytes.size, &config));
   if (hasAlpha) buffer.BlendOverWhite(3);
 }
