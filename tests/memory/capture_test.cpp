@@ -302,8 +302,8 @@ TEST(Memory, OfTheCInterface) {
                 StopFailing();
                 velmora_result_info info{};
                 info.size = sizeof info;
-                if (!isDone || velmora_result_get_info(h.result, &info) != 0)
-                  { return std::string("never"); }
+                const bool isKnown = isDone && velmora_result_get_info(h.result, &info) == 0;
+                if (!isKnown) return std::string("never");
                 // The pixels go back when the work has ended, which may be later than the result.
                 for (int i = 0; i < 20000 && h.released == 0; ++i) {
                   std::this_thread::sleep_for(std::chrono::milliseconds(1));

@@ -429,8 +429,8 @@ TEST(Memory, OfTheLog) {
              const std::shared_ptr<std::string> nothing(make(OM_Cache)());
              const std::uint64_t lost = log.GetLostLineCount();
              return Trial{[&log] {  // so many that their memory is given back after them
-                            for (int i = 0; i < 10'000; ++i)
-                              { log.WriteTextLog(1, "%s", kLong.c_str()); }
+                            int left = 10'000;
+                            while (left-- > 0) log.WriteTextLog(1, "%s", kLong.c_str());
                           },
                           [=, &log] {
                             const std::string lines = flush();
