@@ -386,10 +386,10 @@ TEST(Memory, OfTheLog) {
   NxLog& log = NxLog::GetInstance();
   static const TemporaryDirectory folder;
   static const std::string prefix = folder / "";
-  const auto everything = static_cast<LogMode>(LM_Text | LM_Image);
+  static constexpr auto everything = static_cast<LogMode>(LM_Text | LM_Image);
   // The log is the process's: each run begins with an empty one.
-  const auto make = [&, everything](OutputMode mode) {
-    return [&log, everything, mode] {
+  const auto make = [&](OutputMode mode) {
+    return [&log, mode] {
       log.InitLogFromSetting(everything, 9, prefix.c_str());
       log.SetOutputMode(mode);
       log.OutputCacheLog(), log.OutputJsonLog();

@@ -14,6 +14,7 @@ namespace velmora {
 /// the pool outlives them, and the source images that were given it.
 ///
 /// @threadsafety any thread; each manager has its own lock
+// NOLINTNEXTLINE(clang-analyzer-optin.performance.Padding): in the order of their destruction
 class VELMORA_EXPORT NxDataManagerPool {
  public:
   NxDataManagerPool();

@@ -56,8 +56,11 @@ std::uint64_t NxLog::AddJsonRecord(const Json::Value& record) {
   // Before the record is filed: without memory for the text of another, it is not filed at all.
   while (state.jsonRecords.size() >= kWaitingRecords && OutputOldest(state)) {
   }
-  internal::WithJson([&] { return state.jsonRecords.emplace(state.lastRecordNumber + 1, record); });
-  return ++state.lastRecordNumber;
+  auto& records = state.jsonRecords;
+  const std::uint64_t number = state.lastRecordNumber + 1;
+  internal::WithJson([&] { return records.emplace(number, record); });
+  state.lastRecordNumber = number;
+  return number;
 }
 
 bool NxLog::AddJsonStage(std::uint64_t recordNumber, const Json::Value& stage) {

@@ -177,6 +177,7 @@ inline std::int32_t QuadArea(const NxPoint_<int>* v, P even, P odd, P diagonal) 
   const bool isFolded = SideOfLine(v[0], v[2], v[3], 0) == SideOfLine(v[0], v[2], v[1], 0);
   const float area = std::fabs(ToFloat(isFolded ? first - second : first + second));
   constexpr float kTooLarge = 2147483648.0F;
+  // NOLINTNEXTLINE(bugprone-incorrect-roundings): of a float, so the sum is exact in double
   return area < kTooLarge ? static_cast<std::int32_t>(static_cast<double>(area) + 0.5)
                           : std::numeric_limits<std::int32_t>::max();
 }
