@@ -56,9 +56,9 @@ std::uint64_t NxLog::AddJsonRecord(const Json::Value& record) {
   // Before the record is filed: without memory for the text of another, it is not filed at all.
   while (state.jsonRecords.size() >= kWaitingRecords && OutputOldest(state)) {
   }
-  auto& records = state.jsonRecords;
+  auto* const records = &state.jsonRecords;  // this function has the lock, not the lambda
   const std::uint64_t number = state.lastRecordNumber + 1;
-  internal::WithJson([&] { return records.emplace(number, record); });
+  internal::WithJson([&] { return records->emplace(number, record); });
   state.lastRecordNumber = number;
   return number;
 }
